@@ -1,0 +1,25 @@
+# torvane_settings: how every target of this tree is compiled and linked.
+find_package(Threads REQUIRED)
+
+add_library(torvane_settings INTERFACE)
+target_compile_features(torvane_settings INTERFACE cxx_std_20)
+target_compile_options(torvane_settings INTERFACE -fvisibility=hidden -fvisibility-inlines-hidden)
+target_link_libraries(torvane_settings INTERFACE Threads::Threads)
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Kind of build" FORCE)
+endif()
+
+if(TORVANE_SANITIZE)
+    set(torvane_sanitize_flags "-fsanitize=${TORVANE_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_compile_options(torvane_settings INTERFACE ${torvane_sanitize_flags})
+    target_link_options(torvane_settings INTERFACE ${torvane_sanitize_flags})
+endif()
+if(TORVANE_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
+        message(FATAL_ERROR "TORVANE_FUZZ needs clang: configure with -DCMAKE_CXX_COMPILER=clang++ or --preset fuzz.")
+    endif()
+    target_compile_options(torvane_settings INTERFACE -fsanitize=fuzzer-no-link)
+endif()

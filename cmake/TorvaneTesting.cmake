@@ -1,0 +1,35 @@
+# torvane_add_test(<name> <source>...)
+#   A GoogleTest program over the internals. Each case is a ctest of its own and runs in a process of its own, so
+#   that a singleton is fresh in each.
+# torvane_add_fuzzer(<name> <source>...)
+#   A libFuzzer program, run by ctest for TORVANE_FUZZ_SECONDS. Seeds: corpus/<name>/ beside its CMakeLists.txt.
+
+if(TORVANE_TESTS)
+    find_package(GTest REQUIRED)
+    include(GoogleTest)
+endif()
+set(TORVANE_FUZZ_SECONDS 20 CACHE STRING "Seconds that ctest gives each fuzz target")
+
+function(torvane_add_test name)
+    add_executable(${name} ${ARGN})
+    target_link_libraries(${name} PRIVATE torvane_core torvane_test_support torvane_warnings GTest::gmock_main)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${name} TIMEOUT 600)
+endfunction()
+
+function(torvane_add_fuzzer name)
+    add_executable(${name} ${ARGN})
+    target_link_libraries(${name} PRIVATE torvane_core torvane_warnings)
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    # New inputs go to the first directory, in the build tree; the seeds are only read.
+    set(found "${CMAKE_CURRENT_BINARY_DIR}/corpus/${name}")
+    file(MAKE_DIRECTORY "${found}")
+    set(seeds "${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name}")
+    if(NOT IS_DIRECTORY "${seeds}")
+        set(seeds "")
+    endif()
+    math(EXPR timeout "${TORVANE_FUZZ_SECONDS} + 120")
+    add_test(NAME fuzz.${name} WORKING_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}"
+        COMMAND ${name} -max_total_time=${TORVANE_FUZZ_SECONDS} -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
+                "${found}" ${seeds})
+    set_tests_properties(fuzz.${name} PROPERTIES LABELS fuzz TIMEOUT ${timeout})
+endfunction()
