@@ -1,0 +1,58 @@
+#pragma once
+
+#include <vector>
+
+#include "front/DLPCacheMgrCodes.h"
+#include "host/base/Export.h"
+#include "host/base/HString.h"
+#include "host/policy/QVKKeywordCheckParam.h"
+#include "host/policy/QVKKeywordMatchResult.h"
+
+// The scanner's door: asks for cached answers before a scan, stores answers after it, words verdicts. Holds no state; any
+// thread may call; nothing throws (without memory an operation gives its failing code, a text is empty). A parameter or result
+// belongs to one call at a time.
+class TORVANE_API DLPCacheMgr {
+public:
+    // The instance, made on first call (which checks the version stamp, front/DLPCacheVersion.h) and never destroyed. Null
+    // only without memory.
+    [[nodiscard]] static DLPCacheMgr* pins() noexcept;
+
+    // Copies `param` into the result's check param and answers it from the cache. `result` must be fresh: answers are appended.
+    // kFullHit: every file was answered for every template, the result is complete; kPartialHit: some were, or look-up
+    // stopped early; kMiss: none, or nothing to check; kQueryFailed: also when the result has no check param.
+    [[nodiscard]] int QueryCache(QVKKeywordCheckParam const& param, QVKKeywordMatchResult& result) const noexcept;
+    // Answers the result's own check param. True; false only without a check param or memory.
+    bool QueryTpl(QVKKeywordMatchResult& result) const noexcept;
+    // Answers one file item, one file node. True; false only without memory.
+    bool QueryMatchItem(QVKKeywordFileItem const& file_item, QVKKeywordMatchItem& item) const noexcept;
+    bool QueryMatchNode(QVKKeywordFileNode const& file_node, std::vector<HString> const& tpl_ids, bool lookup_flag,
+                        QVKKeywordMatchNode& node) const noexcept;
+
+    // Stores every template's answer of a scanned result. kStored, or kShapeRefused when a match node has not exactly one
+    // attach node per matched template id: then nothing of that node, nor of what follows it, is stored. An answer that a
+    // template's cache refuses is logged and left out.
+    //
+    // Duties of the caller, since a key that is present is never replaced (adding it again leaves a further slot behind and
+    // can spoil the first record):
+    // - hand over only answers that did not come from the cache;
+    // - let one thread at a time work on one content (MD5): others wait and then ask again;
+    // - drop an answer when the template's MD5 after the scan is not the one that the query was made with;
+    // - let one process at a time write below one root.
+    int AddTpl(QVKKeywordMatchResult const& result) const noexcept;
+    int AddMatchItem(QVKKeywordMatchItem const& item) const noexcept;
+    int AddMatchNode(QVKKeywordMatchNode const& node) const noexcept;
+
+    // The verdict: one line, ending in a newline, per matched rule. Of a result or an item only when it is sensitive and has
+    // exactly one match item or node; else empty.
+    [[nodiscard]] HString GetSensResult(QVKKeywordMatchResult const& result) const noexcept;
+    [[nodiscard]] HString GetSensResult(QVKKeywordMatchItem const& item) const noexcept;
+    [[nodiscard]] HString GetSensResult(QVKKeywordMatchNode const& node) const noexcept;
+    // The line for one rule of each kind, or empty when the sub-type has none.
+    [[nodiscard]] HString GetSensResultByRuleContent(QVKReportKeywordAttachItem const& item) const noexcept;
+    [[nodiscard]] HString GetSensResultByRuleAttr(QVKReportKeywordAttachItem const& item) const noexcept;
+    [[nodiscard]] HString GetSensResultByRuleClassify(QVKReportKeywordAttachItem const& item) const noexcept;
+    [[nodiscard]] HString GetSensResultByRuleExtend(QVKReportKeywordAttachItem const& item) const noexcept;
+
+private:
+    DLPCacheMgr() noexcept;
+};

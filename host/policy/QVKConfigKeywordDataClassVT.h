@@ -1,0 +1,7 @@
+#pragma once
+
+#include "host/policy/QVKConfigKeywordDataClassNode.h"
+#include "host/policy/QVKTable.h"
+
+// The table of data classes.
+using QVKConfigKeywordDataClassVT = QVKTable<QVKConfigKeywordDataClassNode>;

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "host/base/Export.h"
+#include "host/base/HString.h"
+
+// Where the agent keeps its table of data classes.
+class TORVANE_API QVKConfigKeywordDataClassVTMgr {
+public:
+    [[nodiscard]] static QVKConfigKeywordDataClassVTMgr* pins() noexcept;
+    // The table's record file in the agent's configuration directory, <root>/config/KeywordDataClass.arc; any thread.
+    [[nodiscard]] HString get_arc_file() const noexcept;
+
+private:
+    QVKConfigKeywordDataClassVTMgr() noexcept = default;
+};

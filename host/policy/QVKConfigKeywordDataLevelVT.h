@@ -1,0 +1,7 @@
+#pragma once
+
+#include "host/policy/QVKConfigKeywordDataLevelNode.h"
+#include "host/policy/QVKTable.h"
+
+// The table of data levels.
+using QVKConfigKeywordDataLevelVT = QVKTable<QVKConfigKeywordDataLevelNode>;

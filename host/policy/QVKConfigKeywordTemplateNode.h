@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "host/base/Export.h"
+#include "host/base/HString.h"
+#include "host/policy/QVKCommon.h"
+
+namespace Varnok {
+class ArchiveReader;
+class ArchiveWriter;
+}  // namespace Varnok
+
+// The definition of a keyword template: which rules it has and how its findings are classed. A value; copies share the common
+// record, which is not changed once the node is installed. A default-constructed node has an empty common record.
+struct TORVANE_API QVKConfigKeywordTemplateNode {
+    std::shared_ptr<QVKCommon> common = std::make_shared<QVKCommon>();  // never null
+    HString data_class_id;
+    HString data_level_id;
+    std::vector<HString> rule_ids;
+
+    // Ordered and equal by id.
+    friend bool operator<(QVKConfigKeywordTemplateNode const& a, QVKConfigKeywordTemplateNode const& b) noexcept
+    {
+        return a.common->id < b.common->id;
+    }
+    friend bool operator==(QVKConfigKeywordTemplateNode const& a, QVKConfigKeywordTemplateNode const& b) noexcept
+    {
+        return a.common->id == b.common->id;
+    }
+
+    static constexpr char kTag[5] = "KTPL";
+    static constexpr std::size_t kLeastBytes = 28;
+    void Encode(Varnok::ArchiveWriter& writer) const;
+    [[nodiscard]] bool Decode(Varnok::ArchiveReader& reader);
+};
