@@ -7,6 +7,8 @@ set_target_properties(torvane_core PROPERTIES POSITION_INDEPENDENT_CODE ON)
 target_include_directories(torvane_core PUBLIC "${PROJECT_SOURCE_DIR}")
 target_link_libraries(torvane_core PUBLIC torvane_settings PRIVATE torvane_warnings)
 
+# Gives the target all_verify_interface_header_sets: each installed header compiled on its own.
+set(CMAKE_VERIFY_INTERFACE_HEADER_SETS ON)
 add_library(torvane SHARED)
 add_library(torvane::torvane ALIAS torvane)
 target_sources(torvane PRIVATE $<TARGET_OBJECTS:torvane_core>)
