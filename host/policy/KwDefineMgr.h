@@ -12,12 +12,13 @@ class KwDefinitionSet;
 
 // A set of template, rule, data class and data level definitions, each found by id in constant time.
 //
-// Readers take no lock. `install` and `load` put a whole new set in place at once: a reader sees the old set or the new one,
-// never a mixture, and the old set is kept, so that pointers handed out before stay valid for the manager's life (each
-// replacement costs the memory of its set until then). A record that this manager has handed out is answered (its MD5, its
-// rules) from the set that it came from, also after a replacement. Any thread may call anything; nothing throws.
+// Readers take no lock. `install` and `load` put a whole new set in place at once: a reader sees the old set or the new
+// one, never a mixture, and the old set is kept, so that pointers handed out before stay valid for the manager's life
+// (each replacement costs the memory of its set until then). A record that this manager has handed out is answered (its
+// MD5, its rules) from the set that it came from, also after a replacement. Any thread may call anything; nothing
+// throws.
 class TORVANE_API KwDefineMgr {
-public:
+  public:
     KwDefineMgr() noexcept;
     ~KwDefineMgr();
     KwDefineMgr(KwDefineMgr const&) = delete;
@@ -26,13 +27,14 @@ public:
     // The process-wide definitions; empty until the agent loads or installs some. Null only without memory.
     [[nodiscard]] static KwDefineMgr* pins() noexcept;
 
-    // The directory that `load` reads.
+    // The directory that `load` reads; never set, it is the agent's (KwLocateMgr::get_config_path).
     void set_config_path(HString const& directory) noexcept;
     [[nodiscard]] HString get_config_path() const noexcept;
-    // Reads the four archives; a missing or damaged one is an empty table. 0, or the first error other than ENOENT (EBADMSG:
-    // damaged); the rest is in place all the same. ENOMEM: nothing was replaced.
+    // Reads the four archives; a missing or damaged one is an empty table. 0, or the first error other than ENOENT
+    // (EBADMSG: damaged); the rest is in place all the same. ENOMEM: nothing was replaced.
     int load() noexcept;
-    // Puts `definitions` in place. Of records with the same id the first counts. False without memory (nothing replaced).
+    // Puts `definitions` in place. Of records with the same id the first counts. False without memory (nothing
+    // replaced).
     bool install(KwDefinitions definitions) noexcept;
 
     // The record of an id, or null.
@@ -41,9 +43,9 @@ public:
     [[nodiscard]] QVKConfigKeywordDataClassNode const* get_data_class_by_id(HString const& id) const noexcept;
     [[nodiscard]] QVKConfigKeywordDataLevelNode const* get_data_level_by_id(HString const& id) const noexcept;
 
-    // The MD5 (32 upper-case hexadecimal digits) of what decides the outcome of a scan with the template: its id, its data
-    // class and level ids, and its rules whole, in id order, as this manager holds them. Names of template, class and level
-    // do not count. No hashing for a record that this manager has handed out. Empty without memory.
+    // The MD5 (32 upper-case hexadecimal digits) of what decides the outcome of a scan with the template: its id, its
+    // data class and level ids, and its rules whole, in id order, as this manager holds them. Names of template, class
+    // and level do not count. No hashing for a record that this manager has handed out. Empty without memory.
     [[nodiscard]] HString get_md5_by_tpl(QVKConfigKeywordTemplateNode const& tpl) const noexcept;
     // Appends the template's rules that are defined, in the template's order. False without memory.
     bool get_rules_by_tpl(QVKConfigKeywordTemplateNode const& tpl,
@@ -51,8 +53,9 @@ public:
     // Whether a defined rule of the template has the sub-type.
     [[nodiscard]] bool is_exist_rule_sub_type(QVKConfigKeywordTemplateNode const& tpl, int sub_type) const noexcept;
 
-private:
+  private:
     std::atomic<KwDefinitionSet const*> current_{nullptr};  // newest first, each set links to the one before it
-    mutable HMutex mutex_;  // guards config_path_ and replacements; nothing else is locked under it
-    HString config_path_;
+    mutable HMutex mutex_;          // guards config_path_ and replacements; nothing else is locked under it
+    HString config_path_;           // empty, too, when there was no memory to keep it
+    bool config_path_set_ = false;  // else `load` reads the agent's directory
 };

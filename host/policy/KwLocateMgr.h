@@ -9,10 +9,11 @@
 //   <root>/cache/              the cache root, the only place that is ever wiped
 //   <root>/cache/template/     one directory per template id, in it one per template MD5
 //
-// In the calls below `with_separator` true means that the path ends in a separator. Ids go through Varnok::IdToFileName. Any
-// thread; without memory a path is empty. Nothing is made on disk but by get_cache_path(true).
+// In the calls below `with_separator` true means that the path ends in a separator. Ids go through
+// Varnok::IdToFileName. Any thread; without memory a path is empty. Nothing is made on disk but by
+// get_cache_path(true).
 class TORVANE_API KwLocateMgr {
-public:
+  public:
     [[nodiscard]] static KwLocateMgr* pins() noexcept;
 
     // See Varnok::LocateMgr::set_root. To be called before the first use of any manager that keeps files.
@@ -24,6 +25,6 @@ public:
     // The directory of one template's caches.
     [[nodiscard]] HString get_template_path(HString const& tpl_id, bool with_separator) const noexcept;
 
-private:
+  private:
     KwLocateMgr() noexcept = default;
 };

@@ -11,23 +11,23 @@ class ArchiveReader;
 class ArchiveWriter;
 }  // namespace Varnok
 
-// The definition of a data class. A value; copies share the common record, which is not changed once the node is installed. A
-// default-constructed node has an empty common record.
+// The definition of a data class. A value; copies share the common record, which is not changed once the node is
+// installed. A default-constructed node has an empty common record.
 struct TORVANE_API QVKConfigKeywordDataClassNode {
-    std::shared_ptr<QVKCommon> common = std::make_shared<QVKCommon>();  // never null
+    std::shared_ptr<QVKCommon> common = std::make_shared<QVKCommon>();  // null stands for an empty one
 
     // Ordered and equal by id.
-    friend bool operator<(QVKConfigKeywordDataClassNode const& a, QVKConfigKeywordDataClassNode const& b) noexcept
-    {
-        return a.common->id < b.common->id;
+    friend bool operator<(QVKConfigKeywordDataClassNode const& a, QVKConfigKeywordDataClassNode const& b) noexcept {
+        return QVKCommon::IdOf(a.common) < QVKCommon::IdOf(b.common);
     }
-    friend bool operator==(QVKConfigKeywordDataClassNode const& a, QVKConfigKeywordDataClassNode const& b) noexcept
-    {
-        return a.common->id == b.common->id;
+    friend bool operator==(QVKConfigKeywordDataClassNode const& a, QVKConfigKeywordDataClassNode const& b) noexcept {
+        return QVKCommon::IdOf(a.common) == QVKCommon::IdOf(b.common);
     }
 
     static constexpr char kTag[5] = "KCLS";
     static constexpr std::size_t kLeastBytes = 16;
+    // The record in an archive, and back. Encode throws as ArchiveWriter does, Decode std::bad_alloc only; when Decode
+    // returns false the record is partly read, to be discarded.
     void Encode(Varnok::ArchiveWriter& writer) const;
     [[nodiscard]] bool Decode(Varnok::ArchiveReader& reader);
 };

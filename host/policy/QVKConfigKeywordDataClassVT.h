@@ -5,3 +5,5 @@
 
 // The table of data classes.
 using QVKConfigKeywordDataClassVT = QVKTable<QVKConfigKeywordDataClassNode>;
+
+extern template class QVKTable<QVKConfigKeywordDataClassNode>;

@@ -5,11 +5,11 @@
 
 // Where the agent keeps its table of data classes.
 class TORVANE_API QVKConfigKeywordDataClassVTMgr {
-public:
+  public:
     [[nodiscard]] static QVKConfigKeywordDataClassVTMgr* pins() noexcept;
     // The table's record file in the agent's configuration directory, <root>/config/KeywordDataClass.arc; any thread.
     [[nodiscard]] HString get_arc_file() const noexcept;
 
-private:
+  private:
     QVKConfigKeywordDataClassVTMgr() noexcept = default;
 };

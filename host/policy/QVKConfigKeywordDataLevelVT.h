@@ -5,3 +5,5 @@
 
 // The table of data levels.
 using QVKConfigKeywordDataLevelVT = QVKTable<QVKConfigKeywordDataLevelNode>;
+
+extern template class QVKTable<QVKConfigKeywordDataLevelNode>;

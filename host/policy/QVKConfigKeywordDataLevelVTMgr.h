@@ -5,11 +5,11 @@
 
 // Where the agent keeps its table of data levels.
 class TORVANE_API QVKConfigKeywordDataLevelVTMgr {
-public:
+  public:
     [[nodiscard]] static QVKConfigKeywordDataLevelVTMgr* pins() noexcept;
     // The table's record file in the agent's configuration directory, <root>/config/KeywordDataLevel.arc; any thread.
     [[nodiscard]] HString get_arc_file() const noexcept;
 
-private:
+  private:
     QVKConfigKeywordDataLevelVTMgr() noexcept = default;
 };

@@ -12,28 +12,28 @@ class ArchiveReader;
 class ArchiveWriter;
 }  // namespace Varnok
 
-// The definition of a rule (format item). A value; copies share the common record, which is not changed once the node is
-// installed. A default-constructed node has an empty common record.
+// The definition of a rule (format item). A value; copies share the common record, which is not changed once the node
+// is installed. A default-constructed node has an empty common record.
 struct TORVANE_API QVKConfigKeywordFormatItemNode {
-    std::shared_ptr<QVKCommon> common = std::make_shared<QVKCommon>();  // never null
-    int sub_type = 0;     // what the rule looks for, 1001 to 4002
+    std::shared_ptr<QVKCommon> common = std::make_shared<QVKCommon>();  // null stands for an empty one
+    int sub_type = 0;                                                   // what the rule looks for, 1001 to 4002
     int rule_type = 0;    // 1 content, 2 file attribute, 3 classification, 4 extension
     HString rule_text;    // keyword, expression, file name pattern, size range, ...
     HString description;  // shown in place of the rule text when not empty
     int min_count = 1;    // fewest matches at which the rule counts as matched
 
     // Ordered and equal by id.
-    friend bool operator<(QVKConfigKeywordFormatItemNode const& a, QVKConfigKeywordFormatItemNode const& b) noexcept
-    {
-        return a.common->id < b.common->id;
+    friend bool operator<(QVKConfigKeywordFormatItemNode const& a, QVKConfigKeywordFormatItemNode const& b) noexcept {
+        return QVKCommon::IdOf(a.common) < QVKCommon::IdOf(b.common);
     }
-    friend bool operator==(QVKConfigKeywordFormatItemNode const& a, QVKConfigKeywordFormatItemNode const& b) noexcept
-    {
-        return a.common->id == b.common->id;
+    friend bool operator==(QVKConfigKeywordFormatItemNode const& a, QVKConfigKeywordFormatItemNode const& b) noexcept {
+        return QVKCommon::IdOf(a.common) == QVKCommon::IdOf(b.common);
     }
 
     static constexpr char kTag[5] = "KFMT";
     static constexpr std::size_t kLeastBytes = 36;
+    // The record in an archive, and back. Encode throws as ArchiveWriter does, Decode std::bad_alloc only; when Decode
+    // returns false the record is partly read, to be discarded.
     void Encode(Varnok::ArchiveWriter& writer) const;
     [[nodiscard]] bool Decode(Varnok::ArchiveReader& reader);
 };

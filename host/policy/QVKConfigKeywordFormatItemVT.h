@@ -5,3 +5,5 @@
 
 // The table of rules.
 using QVKConfigKeywordFormatItemVT = QVKTable<QVKConfigKeywordFormatItemNode>;
+
+extern template class QVKTable<QVKConfigKeywordFormatItemNode>;

@@ -5,11 +5,11 @@
 
 // Where the agent keeps its table of rules.
 class TORVANE_API QVKConfigKeywordFormatItemVTMgr {
-public:
+  public:
     [[nodiscard]] static QVKConfigKeywordFormatItemVTMgr* pins() noexcept;
     // The table's record file in the agent's configuration directory, <root>/config/KeywordFormatItem.arc; any thread.
     [[nodiscard]] HString get_arc_file() const noexcept;
 
-private:
+  private:
     QVKConfigKeywordFormatItemVTMgr() noexcept = default;
 };

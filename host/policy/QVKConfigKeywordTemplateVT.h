@@ -5,3 +5,5 @@
 
 // The table of templates.
 using QVKConfigKeywordTemplateVT = QVKTable<QVKConfigKeywordTemplateNode>;
+
+extern template class QVKTable<QVKConfigKeywordTemplateNode>;

@@ -5,11 +5,11 @@
 
 // Where the agent keeps its table of templates.
 class TORVANE_API QVKConfigKeywordTemplateVTMgr {
-public:
+  public:
     [[nodiscard]] static QVKConfigKeywordTemplateVTMgr* pins() noexcept;
     // The table's record file in the agent's configuration directory, <root>/config/KeywordTemplate.arc; any thread.
     [[nodiscard]] HString get_arc_file() const noexcept;
 
-private:
+  private:
     QVKConfigKeywordTemplateVTMgr() noexcept = default;
 };

@@ -14,8 +14,8 @@ struct QVKKeywordMatchNode {
     bool sensitive = false;
     std::shared_ptr<QVKKeywordFileNode> file_node = std::make_shared<QVKKeywordFileNode>();  // never null
     std::vector<HString> matched_tpl_ids;
-    std::shared_ptr<QVKKeywordFileTips> tips = std::make_shared<QVKKeywordFileTips>();       // never null
-    std::vector<QVKReportKeywordAttachNode> attach_nodes;                                    // one per matched template id
+    std::shared_ptr<QVKKeywordFileTips> tips = std::make_shared<QVKKeywordFileTips>();  // never null
+    std::vector<QVKReportKeywordAttachNode> attach_nodes;                               // one per matched template id
     std::vector<HString> unmatched_tpl_ids;
-    std::vector<QVKKeywordText> texts;                                                       // found by their template id
+    std::vector<QVKKeywordText> texts;  // found by their template id
 };

@@ -9,17 +9,17 @@
 
 // The extracted text of a match and where in it the matches lie. A value.
 struct TORVANE_API QVKKeywordText {
-    HString tpl_id;                               // the template that the text belongs to
+    HString tpl_id;  // the template that the text belongs to
     std::vector<QVKKeywordLinePos> line_positions;
-    HString text;                                 // the text itself, or
-    HString text_path;                            // the path of a file that holds it
+    HString text;       // the text itself, or
+    HString text_path;  // the path of a file that holds it
     HString second_text;
     HString second_text_path;
     std::vector<QVKKeywordPos> second_positions;
 
     void reset_to_default() noexcept;
-    // Encodes the record into a new array that the caller frees with array delete (what `buf` held before is not freed);
-    // never empty. False, with `buf` null and `len` 0, without memory.
+    // Encodes the record into a new array that the caller frees with array delete (what `buf` held before is not
+    // freed); never empty. False, with `buf` null and `len` 0, without memory.
     bool to_buffer(char*& buf, long long& len) const noexcept;
     // Decodes what to_buffer made; the array stays the caller's. False, with the record reset, when it is damaged.
     bool from_buffer(char const* buf, long long len) noexcept;

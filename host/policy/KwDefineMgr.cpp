@@ -1,0 +1,136 @@
+#include "host/policy/KwDefineMgr.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "host/base/HAutoMutex.h"
+#include "host/base/NoThrow.h"
+#include "host/policy/KwArchivePath.h"
+#include "host/policy/KwDefinitionSet.h"
+#include "host/policy/KwLocateMgr.h"
+
+namespace {
+
+// What is known of a template: of the set that holds the record itself, else worked out from the newest set into
+// `made`.
+KwTemplateFacts const& Facts(KwDefinitionSet const* newest, QVKConfigKeywordTemplateNode const& tpl,
+                             KwTemplateFacts& made) {
+    for (KwDefinitionSet const* set = newest; set != nullptr; set = set->older) {
+        if (KwTemplateFacts const* const held = set->FactsHere(tpl)) return *held;
+    }
+    made = newest != nullptr ? newest->FactsOf(tpl) : KwDefinitionSet(KwDefinitions()).FactsOf(tpl);
+    return made;
+}
+
+// Reads one archive. A missing one is an empty table; the first other error is kept in `failed`.
+template <class Table>
+void LoadTable(HString const& directory, char const* short_name, Table& table, int& failed) {
+    int const error = table.from_file(Varnok::ArchivePath(directory, short_name));
+    if (failed == 0 && error != ENOENT) failed = error;
+}
+
+}  // namespace
+
+KwDefineMgr::KwDefineMgr() noexcept = default;
+
+KwDefineMgr::~KwDefineMgr() {
+    KwDefinitionSet const* set = current_.load(std::memory_order_acquire);
+    while (set != nullptr)
+        delete std::exchange(set, set->older);
+}
+
+KwDefineMgr* KwDefineMgr::pins() noexcept {
+    static KwDefineMgr* const instance = new (std::nothrow) KwDefineMgr;  // never destroyed
+    return instance;
+}
+
+void KwDefineMgr::set_config_path(HString const& directory) noexcept {
+    HAutoMutex lock(mutex_);
+    config_path_set_ = true;
+    config_path_.clear();
+    (void)NoThrow(false, [&] {
+        config_path_ = directory;
+        return true;
+    });
+}
+
+HString KwDefineMgr::get_config_path() const noexcept {
+    return NoThrow(HString(), [&] {
+        HAutoMutex lock(mutex_);
+        return config_path_;
+    });
+}
+
+int KwDefineMgr::load() noexcept {
+    return NoThrow(ENOMEM, [&] {
+        HAutoMutex lock(mutex_);
+        HString const directory = config_path_set_ ? config_path_ : KwLocateMgr::pins()->get_config_path(true);
+        if (directory.empty()) return ENOMEM;
+        KwDefinitions read;
+        int failed = 0;
+        LoadTable(directory, Varnok::kTemplateArchive, read.templates, failed);
+        LoadTable(directory, Varnok::kFormatItemArchive, read.rules, failed);
+        LoadTable(directory, Varnok::kDataClassArchive, read.data_classes, failed);
+        LoadTable(directory, Varnok::kDataLevelArchive, read.data_levels, failed);
+        if (failed == ENOMEM) return ENOMEM;
+        return install(std::move(read)) ? failed : ENOMEM;
+    });
+}
+
+bool KwDefineMgr::install(KwDefinitions definitions) noexcept {
+    return NoThrow(false, [&] {
+        auto set = std::make_unique<KwDefinitionSet>(std::move(definitions));
+        HAutoMutex lock(mutex_);
+        set->older = current_.load(std::memory_order_relaxed);
+        current_.store(set.release(), std::memory_order_release);
+        return true;
+    });
+}
+
+QVKConfigKeywordTemplateNode const* KwDefineMgr::get_tpl_by_id(HString const& id) const noexcept {
+    KwDefinitionSet const* const set = current_.load(std::memory_order_acquire);
+    return set == nullptr ? nullptr : set->templates().Find(id);
+}
+
+QVKConfigKeywordFormatItemNode const* KwDefineMgr::get_rule_by_id(HString const& id) const noexcept {
+    KwDefinitionSet const* const set = current_.load(std::memory_order_acquire);
+    return set == nullptr ? nullptr : set->rules().Find(id);
+}
+
+QVKConfigKeywordDataClassNode const* KwDefineMgr::get_data_class_by_id(HString const& id) const noexcept {
+    KwDefinitionSet const* const set = current_.load(std::memory_order_acquire);
+    return set == nullptr ? nullptr : set->data_classes().Find(id);
+}
+
+QVKConfigKeywordDataLevelNode const* KwDefineMgr::get_data_level_by_id(HString const& id) const noexcept {
+    KwDefinitionSet const* const set = current_.load(std::memory_order_acquire);
+    return set == nullptr ? nullptr : set->data_levels().Find(id);
+}
+
+HString KwDefineMgr::get_md5_by_tpl(QVKConfigKeywordTemplateNode const& tpl) const noexcept {
+    return NoThrow(HString(), [&] {
+        KwTemplateFacts made;
+        return Facts(current_.load(std::memory_order_acquire), tpl, made).md5;
+    });
+}
+
+bool KwDefineMgr::get_rules_by_tpl(QVKConfigKeywordTemplateNode const& tpl,
+                                   std::vector<QVKConfigKeywordFormatItemNode const*>& rules) const noexcept {
+    return NoThrow(false, [&] {
+        KwTemplateFacts made;
+        KwTemplateFacts const& facts = Facts(current_.load(std::memory_order_acquire), tpl, made);
+        rules.insert(rules.end(), facts.rules.begin(), facts.rules.end());
+        return true;
+    });
+}
+
+bool KwDefineMgr::is_exist_rule_sub_type(QVKConfigKeywordTemplateNode const& tpl, int sub_type) const noexcept {
+    return NoThrow(false, [&] {
+        KwTemplateFacts made;
+        std::vector<int> const& sub_types = Facts(current_.load(std::memory_order_acquire), tpl, made).sub_types;
+        return std::binary_search(sub_types.begin(), sub_types.end(), sub_type);
+    });
+}

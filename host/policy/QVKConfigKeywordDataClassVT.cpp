@@ -1,0 +1,5 @@
+#include "host/policy/QVKConfigKeywordDataClassVT.h"
+
+#include "host/policy/QVKTableFile.h"
+
+template class QVKTable<QVKConfigKeywordDataClassNode>;

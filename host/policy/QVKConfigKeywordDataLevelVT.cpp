@@ -1,0 +1,5 @@
+#include "host/policy/QVKConfigKeywordDataLevelVT.h"
+
+#include "host/policy/QVKTableFile.h"
+
+template class QVKTable<QVKConfigKeywordDataLevelNode>;

@@ -1,0 +1,5 @@
+#include "host/policy/QVKConfigKeywordFormatItemVT.h"
+
+#include "host/policy/QVKTableFile.h"
+
+template class QVKTable<QVKConfigKeywordFormatItemNode>;

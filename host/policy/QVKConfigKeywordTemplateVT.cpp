@@ -1,0 +1,5 @@
+#include "host/policy/QVKConfigKeywordTemplateVT.h"
+
+#include "host/policy/QVKTableFile.h"
+
+template class QVKTable<QVKConfigKeywordTemplateNode>;
