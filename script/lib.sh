@@ -45,7 +45,11 @@ build_preset() {
     local preset="$1" start=$SECONDS targets=()
     shift
     if (($# > 0)); then targets=(--target "$@"); fi
-    say "Building preset $preset in build/$preset (the first time takes some minutes) ..."
+    if [[ -e build/$preset/build.ninja ]]; then
+        say "Building preset $preset in build/$preset ..."
+    else
+        say "Building preset $preset in build/$preset for the first time; this takes some minutes ..."
+    fi
     quietly "configure-$preset" cmake --preset "$preset"
     quietly "build-$preset" cmake --build --preset "$preset" --parallel "$JOBS" "${targets[@]}"
     say "Built in $((SECONDS - start)) s."

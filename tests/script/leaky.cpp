@@ -1,6 +1,11 @@
-// A library without a SONAME that exports a function of no public class: check_library must refuse it.
+// A library without a SONAME that needs another one and exports a function of no public class: check_library must
+// refuse it.
 #include "host/base/Export.h"
 
-TORVANE_API int Leak();
+extern "C" char const* zlibVersion();
 
-int Leak() { return 1; }
+TORVANE_API char const* Leak();
+
+char const* Leak() {
+    return zlibVersion();
+}
