@@ -8,18 +8,19 @@
 #include "host/policy/QVKKeywordCheckParam.h"
 #include "host/policy/QVKKeywordMatchResult.h"
 
-// The scanner's door: asks for cached answers before a scan, stores answers after it, words verdicts. Holds no state; any
-// thread may call; nothing throws (without memory an operation gives its failing code, a text is empty). A parameter or result
-// belongs to one call at a time.
+// The scanner's door: asks for cached answers before a scan, stores answers after it, words verdicts. Holds no state;
+// any thread may call; nothing throws (without memory an operation gives its failing code, a text is empty). A
+// parameter or result belongs to one call at a time.
 class TORVANE_API DLPCacheMgr {
-public:
-    // The instance, made on first call (which checks the version stamp, front/DLPCacheVersion.h) and never destroyed. Null
-    // only without memory.
+  public:
+    // The instance, made on first call (which checks the version stamp, front/DLPCacheVersion.h) and never destroyed.
+    // Null only without memory.
     [[nodiscard]] static DLPCacheMgr* pins() noexcept;
 
-    // Copies `param` into the result's check param and answers it from the cache. `result` must be fresh: answers are appended.
-    // kFullHit: every file was answered for every template, the result is complete; kPartialHit: some were, or look-up
-    // stopped early; kMiss: none, or nothing to check; kQueryFailed: also when the result has no check param.
+    // Copies `param` into the result's check param and answers it from the cache. `result` must be fresh: answers are
+    // appended. kFullHit: every file was answered for every template, the result is complete; kPartialHit: some were,
+    // or look-up stopped early; kMiss: none, or nothing to check; kQueryFailed: also when the result has no check
+    // param.
     [[nodiscard]] int QueryCache(QVKKeywordCheckParam const& param, QVKKeywordMatchResult& result) const noexcept;
     // Answers the result's own check param. True; false only without a check param or memory.
     bool QueryTpl(QVKKeywordMatchResult& result) const noexcept;
@@ -28,12 +29,12 @@ public:
     bool QueryMatchNode(QVKKeywordFileNode const& file_node, std::vector<HString> const& tpl_ids, bool lookup_flag,
                         QVKKeywordMatchNode& node) const noexcept;
 
-    // Stores every template's answer of a scanned result. kStored, or kShapeRefused when a match node has not exactly one
-    // attach node per matched template id: then nothing of that node, nor of what follows it, is stored. An answer that a
-    // template's cache refuses is logged and left out.
+    // Stores every template's answer of a scanned result. kStored, or kShapeRefused when a match node has not exactly
+    // one attach node per matched template id: then nothing of that node, nor of what follows it, is stored. An answer
+    // that a template's cache refuses is logged and left out.
     //
-    // Duties of the caller, since a key that is present is never replaced (adding it again leaves a further slot behind and
-    // can spoil the first record):
+    // Duties of the caller, since a key that is present is never replaced (adding it again leaves a further slot behind
+    // and can spoil the first record):
     // - hand over only answers that did not come from the cache;
     // - let one thread at a time work on one content (MD5): others wait and then ask again;
     // - drop an answer when the template's MD5 after the scan is not the one that the query was made with;
@@ -42,8 +43,8 @@ public:
     int AddMatchItem(QVKKeywordMatchItem const& item) const noexcept;
     int AddMatchNode(QVKKeywordMatchNode const& node) const noexcept;
 
-    // The verdict: one line, ending in a newline, per matched rule. Of a result or an item only when it is sensitive and has
-    // exactly one match item or node; else empty.
+    // The verdict: one line, ending in a newline, per matched rule. Of a result or an item only when it is sensitive
+    // and has exactly one match item or node; else empty.
     [[nodiscard]] HString GetSensResult(QVKKeywordMatchResult const& result) const noexcept;
     [[nodiscard]] HString GetSensResult(QVKKeywordMatchItem const& item) const noexcept;
     [[nodiscard]] HString GetSensResult(QVKKeywordMatchNode const& node) const noexcept;
@@ -53,6 +54,6 @@ public:
     [[nodiscard]] HString GetSensResultByRuleClassify(QVKReportKeywordAttachItem const& item) const noexcept;
     [[nodiscard]] HString GetSensResultByRuleExtend(QVKReportKeywordAttachItem const& item) const noexcept;
 
-private:
+  private:
     DLPCacheMgr() noexcept;
 };
