@@ -25,12 +25,26 @@ KwTemplateFacts const& Facts(KwDefinitionSet const* newest, QVKConfigKeywordTemp
     return made;
 }
 
-// Reads one archive. A missing one is an empty table; the first other error is kept in `failed`.
-template <class Table>
-void LoadTable(HString const& directory, char const* short_name, Table& table, int& failed) {
-    int const error = table.from_file(Varnok::ArchivePath(directory, short_name));
-    if (failed == 0 && error != ENOENT) failed = error;
-}
+// Reads the archives of a directory, one after another. A missing one is an empty table.
+class ArchiveLoader {
+  public:
+    explicit ArchiveLoader(HString const& directory) : directory_(directory) {}
+
+    template <class Table>
+    void Load(char const* short_name, Table& table) {
+        int const error = table.from_file(Varnok::ArchivePath(directory_, short_name));
+        if (first_error_ == 0 && error != ENOENT) first_error_ = error;
+        without_memory_ = without_memory_ || error == ENOMEM;
+    }
+    // Of the first archive that could not be read or was damaged; 0 for none.
+    [[nodiscard]] int FirstError() const noexcept { return first_error_; }
+    [[nodiscard]] bool WithoutMemory() const noexcept { return without_memory_; }
+
+  private:
+    HString const& directory_;
+    int first_error_ = 0;
+    bool without_memory_ = false;
+};
 
 }  // namespace
 
@@ -68,15 +82,15 @@ int KwDefineMgr::load() noexcept {
     return NoThrow(ENOMEM, [&] {
         HAutoMutex lock(mutex_);
         HString const directory = config_path_set_ ? config_path_ : KwLocateMgr::pins()->get_config_path(true);
-        if (directory.empty()) return ENOMEM;
+        if (directory.empty()) return config_path_set_ ? EINVAL : ENOMEM;
         KwDefinitions read;
-        int failed = 0;
-        LoadTable(directory, Varnok::kTemplateArchive, read.templates, failed);
-        LoadTable(directory, Varnok::kFormatItemArchive, read.rules, failed);
-        LoadTable(directory, Varnok::kDataClassArchive, read.data_classes, failed);
-        LoadTable(directory, Varnok::kDataLevelArchive, read.data_levels, failed);
-        if (failed == ENOMEM) return ENOMEM;
-        return install(std::move(read)) ? failed : ENOMEM;
+        ArchiveLoader loader(directory);
+        loader.Load(Varnok::kTemplateArchive, read.templates);
+        loader.Load(Varnok::kFormatItemArchive, read.rules);
+        loader.Load(Varnok::kDataClassArchive, read.data_classes);
+        loader.Load(Varnok::kDataLevelArchive, read.data_levels);
+        if (loader.WithoutMemory()) return ENOMEM;
+        return install(std::move(read)) ? loader.FirstError() : ENOMEM;
     });
 }
 

@@ -6,15 +6,27 @@
 #include "host/base/NoThrow.h"
 #include "host/policy/KwArchivePath.h"
 
+namespace {
+
+// Whether a table was kept; `failed` holds the errno of the first that was not.
+template <class Table>
+bool Kept(Table const& table, HString const& directory, char const* short_name, int& failed) {
+    failed = table.to_file(Varnok::ArchivePath(directory, short_name));
+    return failed == 0;
+}
+
+}  // namespace
+
 int KwDefinitions::save(HString const& directory) const noexcept {
     return NoThrow(ENOMEM, [&] {
         if (directory.empty()) return EINVAL;
-        if (!Varnok::MakeDir(directory)) return errno != 0 ? errno : EIO;
-        if (int const failed = rules.to_file(Varnok::ArchivePath(directory, Varnok::kFormatItemArchive))) return failed;
-        if (int const failed = data_classes.to_file(Varnok::ArchivePath(directory, Varnok::kDataClassArchive)))
-            return failed;
-        if (int const failed = data_levels.to_file(Varnok::ArchivePath(directory, Varnok::kDataLevelArchive)))
-            return failed;
-        return templates.to_file(Varnok::ArchivePath(directory, Varnok::kTemplateArchive));
+        // A directory that cannot be made is reported by the first file.
+        (void)Varnok::MakeDir(directory);
+        int failed = 0;
+        (void)(Kept(rules, directory, Varnok::kFormatItemArchive, failed) &&
+               Kept(data_classes, directory, Varnok::kDataClassArchive, failed) &&
+               Kept(data_levels, directory, Varnok::kDataLevelArchive, failed) &&
+               Kept(templates, directory, Varnok::kTemplateArchive, failed));
+        return failed;
     });
 }

@@ -11,8 +11,9 @@ class ArchiveReader;
 class ArchiveWriter;
 }  // namespace Varnok
 
-// The definition of a data class. A value; copies share the common record, which is not changed once the node is
-// installed. A default-constructed node has an empty common record.
+// The definition of a data class. A value; copies share the common part, which
+// KwDefineMgr never changes and copies when it takes the record over. The fields of an archive's record are the common
+// part and then the members below, in this order (texts and lists as ArchiveWriter writes them, integers of 32 bits).
 struct TORVANE_API QVKConfigKeywordDataClassNode {
     std::shared_ptr<QVKCommon> common = std::make_shared<QVKCommon>();  // null stands for an empty one
 

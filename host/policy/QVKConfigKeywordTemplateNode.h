@@ -14,8 +14,9 @@ class ArchiveWriter;
 }  // namespace Varnok
 
 // The definition of a keyword template: which rules it has and how its findings are classed. A value; copies share the
-// common record, which is not changed once the node is installed. A default-constructed node has an empty common
-// record.
+// common part, which KwDefineMgr never changes and copies when it takes the record over. The fields of an archive's
+// record are the common part and then the members below, in this order (texts and lists as ArchiveWriter writes them,
+// integers of 32 bits).
 struct TORVANE_API QVKConfigKeywordTemplateNode {
     std::shared_ptr<QVKCommon> common = std::make_shared<QVKCommon>();  // null stands for an empty one
     HString data_class_id;

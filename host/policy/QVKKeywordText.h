@@ -8,6 +8,11 @@
 #include "host/policy/QVKKeywordPos.h"
 
 // The extracted text of a match and where in it the matches lie. A value.
+//
+// As a buffer: a version byte (1), then tpl_id, line_positions, text, text_path, second_text, second_text_path,
+// second_positions, and nothing after it. A text is a 32-bit count of 16-bit units and the units; a list is a 32-bit
+// count and its elements; a line's are its number and its list of positions, a position's its start and end (32 bits
+// each). Everything is little-endian. Each record has exactly one such form.
 struct TORVANE_API QVKKeywordText {
     HString tpl_id;  // the template that the text belongs to
     std::vector<QVKKeywordLinePos> line_positions;
@@ -21,7 +26,8 @@ struct TORVANE_API QVKKeywordText {
     // Encodes the record into a new array that the caller frees with array delete (what `buf` held before is not
     // freed); never empty. False, with `buf` null and `len` 0, without memory.
     bool to_buffer(char*& buf, long long& len) const noexcept;
-    // Decodes what to_buffer made; the array stays the caller's. False, with the record reset, when it is damaged.
+    // Decodes what to_buffer made; the array stays the caller's. False, with the record reset, when it is damaged or
+    // there is no memory.
     bool from_buffer(char const* buf, long long len) noexcept;
 
     friend bool operator==(QVKKeywordText const&, QVKKeywordText const&) noexcept = default;
