@@ -11,14 +11,14 @@ namespace DLPCache {
 struct IndexHead {
     static constexpr char kTag[] = "DLPTplCacheIndexHead";  // without its terminator in the file
     static constexpr std::size_t kTagWidth = 20;
-    static constexpr std::size_t kTerminatorOffset = 20;    // 1 byte, 0; not checked
-    static constexpr std::size_t kFormat1Offset = 21;       // 1 byte
-    static constexpr std::size_t kFormat2Offset = 22;       // 1 byte
-    static constexpr std::size_t kBucketCountOffset = 23;   // 32 bits
+    static constexpr std::size_t kTerminatorOffset = 20;   // 1 byte, 0; not checked
+    static constexpr std::size_t kFormat1Offset = 21;      // 1 byte
+    static constexpr std::size_t kFormat2Offset = 22;      // 1 byte
+    static constexpr std::size_t kBucketCountOffset = 23;  // 32 bits
     static constexpr std::size_t kSize = 27;
     static constexpr signed char kFormat1 = 5;
     static constexpr signed char kFormat2 = 2;
-    static constexpr int kBucketCountLimit = 5000001;       // a bucket count is below this
+    static constexpr int kBucketCountLimit = 5000001;  // a bucket count is below this
 
     char tag[kTagWidth] = {};
     char terminator = 0;
@@ -28,10 +28,10 @@ struct IndexHead {
 };
 
 struct IndexKey {
-    static constexpr std::size_t kKeyWidth = 37;            // zero-terminated text; empty: the slot is unused
-    static constexpr std::size_t kOffsetOffset = 37;        // 64 bits: byte offset of the record in the data file
-    static constexpr std::size_t kLengthOffset = 45;        // 32 bits: bytes of the record
-    static constexpr std::size_t kNextOffset = 49;          // 64 bits: file offset of the chain's next slot; 0: last
+    static constexpr std::size_t kKeyWidth = 37;      // zero-terminated text; empty: the slot is unused
+    static constexpr std::size_t kOffsetOffset = 37;  // 64 bits: byte offset of the record in the data file
+    static constexpr std::size_t kLengthOffset = 45;  // 32 bits: bytes of the record
+    static constexpr std::size_t kNextOffset = 49;    // 64 bits: file offset of the chain's next slot; 0: last
     static constexpr std::size_t kSize = 57;
 
     char str_key[kKeyWidth] = {};

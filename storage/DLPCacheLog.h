@@ -8,9 +8,9 @@
 
 // The library's own log, "DLPCache". Any thread may call; nothing throws.
 class TORVANE_API DLPCacheLog {
-public:
-    // The logger, made on first use and never destroyed; making it turns logging on for the whole process. Null only without
-    // memory.
+  public:
+    // The logger, made on first use and never destroyed; making it turns logging on for the whole process. Null only
+    // without memory.
     [[nodiscard]] static HFileLog* pins() noexcept;
 };
 
@@ -37,13 +37,12 @@ enum LogLevel : int { kLogError = 1, kLogWarning = 2, kLogInformation = 3 };
 //
 //     if (key.length() != 32) return kLog.Failed("Find", 59, kAssertFalse, kKeyRefused);
 class SourceLog {
-public:
+  public:
     explicit constexpr SourceLog(wchar_t const* source) noexcept : source_(source) {}
 
     // Writes one line of the given pieces (HString, char const*, numbers).
     template <class... Pieces>
-    void Write(LogLevel level, int line, Pieces const&... pieces) const noexcept
-    {
+    void Write(LogLevel level, int line, Pieces const&... pieces) const noexcept {
         if (!Varnok::Global::IsLoggingOn()) return;
         try {
             HLogRecord record = HFileLog::ins()->get(level, source_, line);
@@ -55,21 +54,19 @@ public:
 
     // Writes the assertion line `operation`, ", Line:", `line`, `word` and gives `result` back.
     template <class Result>
-    [[nodiscard]] Result Failed(char const* operation, int line, char const* word, Result result) const noexcept
-    {
+    [[nodiscard]] Result Failed(char const* operation, int line, char const* word, Result result) const noexcept {
         Write(kLogError, line, operation, ", Line:", line, word);
         return result;
     }
     // The same with what follows the word: the host's byte count, or a path.
     template <class Result, class Detail>
     [[nodiscard]] Result Failed(char const* operation, int line, char const* word, Detail const& detail,
-                                Result result) const noexcept
-    {
+                                Result result) const noexcept {
         Write(kLogError, line, operation, ", Line:", line, word, detail);
         return result;
     }
 
-private:
+  private:
     wchar_t const* source_;
 };
 

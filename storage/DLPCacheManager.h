@@ -11,16 +11,16 @@ namespace DLPCache {
 
 class Index;
 
-// A record store: byte records under integer keys (from 1) or text keys, in a data file that an index file tells apart. A
-// text key is stored under its lower-case MD5. New records are appended to the data file; the space of a replaced one is not
-// reclaimed. A key may also be present without data (offset -1, length 0).
+// A record store: byte records under integer keys (from 1) or text keys, in a data file that an index file tells apart.
+// A text key is stored under its lower-case MD5. New records are appended to the data file; the space of a replaced one
+// is not reclaimed. A key may also be present without data (offset -1, length 0).
 //
-// Any thread may call. Each data-file read or write and each index operation is locked on its own, with no lock across an
-// Add's look-up, write and index update: callers serialise their adding of one key. Nothing throws; failures return a
-// negative StorageCode. Stores live as long as the process: the destructor leaves index and mutex allocated, for callers that
-// are still inside.
+// Any thread may call. Each data-file read or write and each index operation is locked on its own, with no lock across
+// an Add's look-up, write and index update: callers serialise their adding of one key. Nothing throws; failures return
+// a negative StorageCode. Stores live as long as the process: the destructor leaves index and mutex allocated, for
+// callers that are still inside.
 class TORVANE_API Manager {
-public:
+  public:
     // Calls Init, whose result shows in later codes.
     Manager(int bucketCount, HString const& indexPath, HString const& dataPath) noexcept;
     ~Manager();
@@ -35,22 +35,22 @@ public:
     // The lower-case MD5 of the key; empty without memory.
     [[nodiscard]] std::string FormatIndexValue(HString const& key) const noexcept;
 
-    // Stores a record of `len` bytes, or the key alone when `buf` is null or `len` is 0. 1: stored with data; kDone: without;
-    // else kNoIndex, kStoreKeyRefused, kDataNotOpened, kDataNotWritten or a code of the index. An integer key is replaced (in
-    // place when the record fits where the old one lies). A text key must not be present: adding it again leaves a further
-    // slot behind, and Find keeps answering from the first one, with its offset and length.
+    // Stores a record of `len` bytes, or the key alone when `buf` is null or `len` is 0. 1: stored with data; kDone:
+    // without; else kNoIndex, kStoreKeyRefused, kDataNotOpened, kDataNotWritten or a code of the index. An integer key
+    // is replaced (in place when the record fits where the old one lies). A text key must not be present: adding it
+    // again leaves a further slot behind, and Find keeps answering from the first one, with its offset and length.
     int Add(int key, unsigned char* buf, int len) const noexcept;
     int Add(HString const& key, unsigned char* buf, int len) const noexcept;
 
-    // kFoundWithData: `buf` is a new array of `len` bytes that the caller frees with array delete; kFound: present without
-    // data, `buf` is null; kDone: not present; else kNoIndex, kDataUnreadable or a code of the index. A `buf` that is not
-    // null is freed first.
+    // kFoundWithData: `buf` is a new array of `len` bytes that the caller frees with array delete; kFound: present
+    // without data, `buf` is null; kDone: not present; else kNoIndex, kDataUnreadable or a code of the index. A `buf`
+    // that is not null is freed first.
     [[nodiscard]] int Find(int key, unsigned char*& buf, int& len) const noexcept;
     [[nodiscard]] int Find(HString const& key, unsigned char*& buf, int& len) const noexcept;
 
-    // Rewrites a record in place. kDone: done, or the key is not present; 1: present without data, nothing written; else
-    // kNoIndex, kDataUnreadable (null `buf`, or another length than the stored one), kDataNotOpened, kDataNotWritten or a
-    // code of the index.
+    // Rewrites a record in place. kDone: done, or the key is not present; 1: present without data, nothing written;
+    // else kNoIndex, kDataUnreadable (null `buf`, or another length than the stored one), kDataNotOpened,
+    // kDataNotWritten or a code of the index.
     [[nodiscard]] int Update(int key, unsigned char* buf, int len) const noexcept;
 
     // Writes the bytes at `offset` (negative: at the end), then indexes them. 1, or as Add.
@@ -63,7 +63,7 @@ public:
     // A new array of `len` bytes that the caller frees with array delete, or null.
     [[nodiscard]] unsigned char* ReadCacheBuffer(long long offset, int len) const noexcept;
 
-private:
+  private:
     HMutex* mutex_ = nullptr;  // one data-file read or write at a time; nothing else is locked under it but the log
     HString data_path_;
     Index* index_ = nullptr;

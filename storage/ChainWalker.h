@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "storage/DLPCacheIndexFormat.h"
+
+class HFileBase;
+
+namespace DLPCache {
+
+// Reads the slots of one chain of an index file, one after the other, wherever the chain leads. What it gives is what a
+// positioned read of 57 bytes per slot would give; a chain of more than a few slots is read ahead in blocks that grow
+// while they serve many slots and shrink to single reads where the chain jumps about.
+//
+// No chain is walked further than its file has slots (27 + 57 bytes for the first, 57 for each more): what lies beyond
+// is out of reach. The file stays the caller's, its position is undefined afterwards. One walker, one chain, one
+// thread. Without memory for blocks it reads slot by slot.
+class ChainWalker {
+  public:
+    enum class Step {
+        kSlot,         // Slot() holds the slot
+        kUnreachable,  // a negative position, or more steps than the file has slots
+        kShort,        // the file ends before the slot does
+    };
+    using Bytes = std::span<std::uint8_t const, IndexKey::kSize>;
+
+    explicit ChainWalker(HFileBase& file) noexcept : file_(file) {}
+
+    // Reads the slot at the file offset `position`.
+    [[nodiscard]] Step MoveTo(long long position) noexcept;
+    // The slot as it is in the file; valid until the next move.
+    [[nodiscard]] Bytes Slot() const noexcept { return Bytes(slot_, IndexKey::kSize); }
+
+  private:
+    [[nodiscard]] bool WithinFile() noexcept;
+    void CountSlots() noexcept;
+    [[nodiscard]] bool Read(long long position) noexcept;
+    [[nodiscard]] bool ReadSingle(long long position) noexcept;
+    [[nodiscard]] bool ReadBlock(long long position) noexcept;
+    [[nodiscard]] bool ServeFromBlock(long long position) noexcept;
+    void AdaptBlock() noexcept;
+
+    HFileBase& file_;
+    std::uint8_t single_[IndexKey::kSize] = {};
+    std::uint8_t const* slot_ = single_;
+
+    long long steps_ = 0;
+    long long slots_ = 1;         // slots that the file is known to have; the first step is always tried
+    bool slots_counted_ = false;  // ... and it has no more
+
+    std::unique_ptr<std::uint8_t[]> block_;
+    long long block_position_ = 0;  // file offset of the block's first byte
+    std::size_t block_length_ = 0;  // bytes in the block
+    std::size_t block_served_ = 0;  // slots taken from it
+    std::size_t read_ahead_ = 0;    // bytes to read next time; 0: slot by slot
+    int singles_ = 0;               // slots read singly since blocks were last tried
+};
+
+}  // namespace DLPCache
