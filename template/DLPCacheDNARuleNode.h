@@ -6,10 +6,10 @@ namespace DLPCache {
 
 inline constexpr int kDNASubType = 2005;
 
-// A matched fingerprint rule. Copying to and from an item reports failure even after a good copy, which makes an answer with
-// such a rule neither storable nor restorable: kept, answers of fingerprint rules are not cached.
+// A matched fingerprint rule. Copying to and from an item reports failure even after a good copy, which makes an answer
+// with such a rule neither storable nor restorable: kept, answers of fingerprint rules are not cached.
 class TORVANE_API DNARuleNode final : public RuleNode {
-public:
+  public:
     DNARuleNode() noexcept : RuleNode(kDNASubType) {}
 
     using SerialBasic::Size;

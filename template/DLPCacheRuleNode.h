@@ -8,11 +8,11 @@
 
 namespace DLPCache {
 
-// One matched rule as a template cache stores it. Names, rule type and rule text are not stored: they are filled in from the
-// definitions on retrieval. See SerialBasic for threads and failures.
+// One matched rule as a template cache stores it. Names, rule type and rule text are not stored: they are filled in
+// from the definitions on retrieval. See SerialBasic for threads and failures.
 class TORVANE_API RuleNode : public SerialBasic {
-public:
-    explicit RuleNode(int sub_type) noexcept : sub_type(sub_type) {}
+  public:
+    explicit RuleNode(int type) noexcept : sub_type(type) {}
 
     using SerialBasic::Size;
     [[nodiscard]] int Size() const override;

@@ -8,35 +8,37 @@
 #include "host/policy/QVKConfigKeywordTemplateNode.h"
 #include "template/DLPCacheTpl.h"
 
-// The owner of all template caches: finds those on disk at start, hands out the cache of a template and MD5 (making it on
-// demand), deletes a cache with its directory. Cache objects are never destroyed, so that a pointer handed out stays valid.
-// Any thread may call; nothing throws. Every call holds the manager's lock for its whole run.
+// The owner of all template caches: finds those on disk at start, hands out the cache of a template and MD5 (making it
+// on demand), deletes a cache with its directory. Cache objects are never destroyed, so that a pointer handed out stays
+// valid. Any thread may call; nothing throws. Every call holds the manager's lock for its whole run.
 class TORVANE_API DLPCacheTplMgr {
-public:
+  public:
     // The instance, made on first call and never destroyed. Null only without memory.
     [[nodiscard]] static DLPCacheTplMgr* pins() noexcept;
 
-    // Checks the module's version stamp (front/DLPCacheVersion.h), then Init. Public for tools and tests; there must not be
-    // two managers over one root at once.
+    // Checks the module's version stamp (front/DLPCacheVersion.h), then Init. Public for tools and tests; there must
+    // not be two managers over one root at once.
     DLPCacheTplMgr() noexcept;
     ~DLPCacheTplMgr();
     DLPCacheTplMgr(DLPCacheTplMgr const&) = delete;
     DLPCacheTplMgr& operator=(DLPCacheTplMgr const&) = delete;
 
-    // The start-up scan, made by the constructor without the lock: removes empty directories and directories that hold no
-    // valid snapshot, opens the others. What cannot be read stays.
+    // The start-up scan, made by the constructor without the lock: removes empty directories and directories that hold
+    // no valid snapshot, opens the others. What cannot be read stays.
     void Init() noexcept;
     void InitTpl(HString const& tpl_id) noexcept;
     void InitTplMD5(HString const& dir) noexcept;
 
     // The cache under `md5`, made when there is none (it may have no store, see DLPCacheTpl). Null only without memory.
     [[nodiscard]] DLPCacheTpl* GetCache(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) noexcept;
-    // Deletes the cache's directory and forgets the cache. False when there is none under `md5`, or when its directory does not
-    // lie below the template path (logged, kept).
+    // Deletes the cache's directory and forgets the cache. False when there is none under `md5`, or when its directory
+    // does not lie below the template path (logged, kept).
     bool DeleteCache(HString const& md5) noexcept;
 
-private:
-    HMutex mutex_;                              // guards caches_; re-entrant. Taken under it: a store's locks, the version
-                                                // check's, the definitions', the log's
-    std::map<HString, DLPCacheTpl*> caches_;    // by template MD5
+  private:
+    void OpenFound(HString const& directory);  // InitTplMD5, but throws without memory
+
+    HMutex mutex_;  // guards caches_; re-entrant. Taken under it: a store's locks, the version
+                    // check's, the definitions', the log's
+    std::map<HString, DLPCacheTpl*> caches_;  // by template MD5
 };

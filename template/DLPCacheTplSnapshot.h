@@ -9,9 +9,10 @@ namespace DLPCache {
 // snapshot is complete.
 [[nodiscard]] HString TplSnapshotFile(HString const& directory);
 
-// Writes the snapshot of the templates and of all that they depend on in the process-wide definitions (rules, data classes,
-// data levels, each sorted by id, once) into `directory`, the template file last. Writes nothing when that file exists. A
-// missing data class or level is logged and left out. 0 on success, else the errno of the first file that failed.
+// Writes the snapshot of the templates and of all that they depend on in the process-wide definitions (rules, data
+// classes, data levels, each sorted by id, once) into `directory`, the template file last. Writes nothing when that
+// file exists. A missing data class or level is logged and left out. 0 on success, else the errno of the first file
+// that failed.
 int WriteTplSnapshot(QVKConfigKeywordTemplateVT const& templates, HString const& directory) noexcept;
 
 }  // namespace DLPCache

@@ -1,0 +1,117 @@
+// How a template cache is opened or made: DLPCacheTpl::Init and its steps.
+#include <algorithm>
+#include <cerrno>
+#include <iterator>
+#include <new>
+
+#include "host/base/HFile.h"
+#include "host/base/HIniFileHelper.h"
+#include "host/base/LocateMgr.h"
+#include "host/base/NoThrow.h"
+#include "host/base/Retained.h"
+#include "host/policy/KwDefineMgr.h"
+#include "storage/DLPCacheManager.h"
+#include "template/DLPCacheTpl.h"
+#include "template/DLPCacheTplDirectory.h"
+#include "template/DLPCacheTplLog.h"
+#include "template/DLPCacheTplSnapshot.h"
+
+using DLPCache::kTplLog;
+
+namespace {
+
+constexpr int kDefaultBucketCount = 500000;
+constexpr int kFileAttrSubTypes[] = {2001, 2002};
+
+// The bucket count of new index files. Not range-checked: with a count that the index refuses there is no index file.
+int ReadBucketCount(HString const& tpl_id) {
+    HString path = Varnok::LocateMgr::pins()->get_ini_path(true);
+    if (path.empty()) throw std::bad_alloc();
+    path << "DLPService.ini";
+    int count = kDefaultBucketCount;
+    HIniFileHelper ini;
+    (void)ini.setFile(path);  // a file that cannot be read has no such key
+    if (ini.read_int("DLPCache", "iIndexBucketSize", count) == 0) {
+        kTplLog.Write(DLPCache::kLogInformation, 702,
+                      "init dlp template cache, read bucket size success. use define INDEX_BUCKET_DEFAULT_SIZE=", count,
+                      ", id: ", tpl_id);
+        return count;
+    }
+    kTplLog.Write(DLPCache::kLogWarning, 707,
+                  "init dlp template cache, read bucket size failed. use default INDEX_BUCKET_DEFAULT_SIZE=",
+                  kDefaultBucketCount, ", id: ", tpl_id);
+    return kDefaultBucketCount;
+}
+
+}  // namespace
+
+void DLPCacheTpl::Init(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) noexcept {
+    Varnok::Retain(manager_);
+    manager_ = nullptr;
+    tpl_ = nullptr;
+    depends_on_file_attr_ = false;
+    NoThrow(false, [&] { return Open(tpl, md5), true; });
+}
+
+void DLPCacheTpl::Open(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) {
+    HString const& id = tpl.common->id;
+    HString const directory = DLPCache::TplDirectory(id, md5);
+    if (!define_mgr_) return;
+    define_mgr_->set_config_path(directory);
+    if (define_mgr_->get_config_path() != directory) return;  // without memory
+    if (!DLPCache::MakeTplDirectory(id, md5)) {
+        kTplLog.Write(DLPCache::kLogError, 694, "make template cache dir failed, dir: ", directory);
+        return;
+    }
+    int const bucket_count = ReadBucketCount(id);
+
+    if (HFile::IsFileExistFile(DLPCache::TplSnapshotFile(directory))) {
+        Snapshot const found = LoadSnapshot(tpl, md5);
+        if (found == Snapshot::kMatches) return OpenStore(directory, bucket_count);
+        // Answers are thrown away only for what was read.
+        if (found == Snapshot::kUnknown) return;
+        kTplLog.Write(DLPCache::kLogWarning, 722, "template cache is out of date, made anew, dir: ", directory);
+        if (DLPCache::DeleteTplDirectory(directory) != 0 || !DLPCache::MakeTplDirectory(id, md5)) return;
+    }
+    if (MakeSnapshot(tpl, md5, directory)) OpenStore(directory, bucket_count);
+}
+
+DLPCacheTpl::Snapshot DLPCacheTpl::LoadSnapshot(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) {
+    int const failed = define_mgr_->load();
+    if (failed == EBADMSG) return Snapshot::kDiffers;
+    if (failed != 0) {
+        kTplLog.Write(DLPCache::kLogError, 736, "load template snapshot failed, errno: ", failed,
+                      ", id: ", tpl.common->id);
+        return Snapshot::kUnknown;
+    }
+    HString const found = define_mgr_->get_md5_by_tpl(tpl);
+    if (found.empty()) return Snapshot::kUnknown;  // without memory
+    tpl_ = found == md5 ? define_mgr_->get_tpl_by_id(tpl.common->id) : nullptr;
+    return tpl_ ? Snapshot::kMatches : Snapshot::kDiffers;
+}
+
+bool DLPCacheTpl::MakeSnapshot(QVKConfigKeywordTemplateNode const& tpl, HString const& md5, HString const& directory) {
+    KwDefineMgr const* current = KwDefineMgr::pins();
+    if (!current || md5.empty() || current->get_md5_by_tpl(tpl) != md5) return false;
+    QVKConfigKeywordTemplateVT templates;
+    templates.nodes.push_back(tpl);
+    if (int const failed = DLPCache::WriteTplSnapshot(templates, directory)) {
+        kTplLog.Write(DLPCache::kLogError, 748, "write template snapshot failed, errno: ", failed,
+                      ", dir: ", directory);
+        return false;
+    }
+    Snapshot const made = LoadSnapshot(tpl, md5);
+    // The definitions were replaced meanwhile: this is the snapshot of another state.
+    if (made == Snapshot::kDiffers) (void)DLPCache::DeleteTplDirectory(directory);
+    return made == Snapshot::kMatches;
+}
+
+void DLPCacheTpl::OpenStore(HString const& directory, int bucket_count) {
+    HString index_path = directory;
+    index_path << "index";
+    HString data_path = directory;
+    data_path << "cache";
+    depends_on_file_attr_ = std::any_of(std::begin(kFileAttrSubTypes), std::end(kFileAttrSubTypes),
+                                        [this](int type) { return define_mgr_->is_exist_rule_sub_type(*tpl_, type); });
+    manager_ = new DLPCache::Manager(bucket_count, index_path, data_path);
+}
