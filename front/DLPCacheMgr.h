@@ -14,7 +14,7 @@
 class TORVANE_API DLPCacheMgr {
   public:
     // The instance, made on first call (which checks the version stamp, front/DLPCacheVersion.h) and never destroyed.
-    // Null only without memory.
+    // Never null.
     [[nodiscard]] static DLPCacheMgr* pins() noexcept;
 
     // Copies `param` into the result's check param and answers it from the cache. `result` must be fresh: answers are
