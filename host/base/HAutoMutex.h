@@ -4,12 +4,12 @@
 
 // Holds a mutex from construction to the end of the scope.
 class [[nodiscard]] HAutoMutex {
-public:
+  public:
     explicit HAutoMutex(HMutex& mutex) noexcept : mutex_(mutex) { mutex_.Lock(); }
     ~HAutoMutex() { mutex_.UnLock(); }
     HAutoMutex(HAutoMutex const&) = delete;
     HAutoMutex& operator=(HAutoMutex const&) = delete;
 
-private:
+  private:
     HMutex& mutex_;
 };

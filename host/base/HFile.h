@@ -6,11 +6,11 @@
 #include "host/base/Export.h"
 #include "host/base/HString.h"
 
-// Operations on files and directories by path. Any thread; nothing throws. Existence means "not known to be missing": a file
-// that cannot be looked at for want of memory, descriptors or rights counts as existing. Symbolic links are never followed in
-// the last component. Operations that return an int give 0 on success and the errno value otherwise.
+// Operations on files and directories by path. Any thread; nothing throws. Existence means "not known to be missing": a
+// file that cannot be looked at for want of memory, descriptors or rights counts as existing. Symbolic links are never
+// followed in the last component. Operations that return an int give 0 on success and the errno value otherwise.
 class TORVANE_API HFile {
-public:
+  public:
     // False when the path is known to be missing or to be a directory.
     [[nodiscard]] static bool IsFileExistFile(HString const& path) noexcept;
     // False when the path is known to be missing or to be no directory.
@@ -30,8 +30,9 @@ public:
 
     // Reads a whole regular file of at most `limit` bytes. ENOENT: missing; EFBIG: larger than `limit`.
     [[nodiscard]] static int read_file(HString const& path, std::string& content, std::size_t limit) noexcept;
-    // Replaces a file in one step: writes a temporary file (mode 0600) in the same directory and renames it over `path`. A
-    // reader sees the old content or the new, never a part; on failure the old file is untouched and the temporary one gone.
+    // Replaces a file in one step: writes a temporary file (mode 0600) in the same directory and renames it over
+    // `path`. A reader sees the old content or the new, never a part; on failure the old file is untouched and the
+    // temporary one gone.
     [[nodiscard]] static int replace_file(HString const& path, void const* bytes, std::size_t length) noexcept;
     // Renames a file over another of the same directory.
     [[nodiscard]] static int rename_file(HString const& from, HString const& to) noexcept;

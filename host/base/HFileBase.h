@@ -3,23 +3,23 @@
 #include "host/base/Export.h"
 #include "host/base/HString.h"
 
-// An open regular file with a position of its own. Base of HFileReader, HFileReadWriter and HFileWriter, which add the ways
-// of opening. Files are opened with O_CLOEXEC, O_NOFOLLOW and O_NONBLOCK: a FIFO never blocks and a symbolic link is never
-// followed. Transfers are positioned (pread, pwrite), so that setting the position costs no system call and everything fails
-// on what is no regular file. Interrupted and short transfers are continued.
+// An open regular file with a position of its own. Base of HFileReader, HFileReadWriter and HFileWriter, which add the
+// ways of opening. Files are opened with O_CLOEXEC, O_NOFOLLOW and O_NONBLOCK: a FIFO never blocks and a symbolic link
+// is never followed. Transfers are positioned (pread, pwrite), so that setting the position costs no system call and
+// everything fails on what is no regular file. Interrupted and short transfers are continued.
 //
-// Owns its descriptor; the destructor closes it. One object, one thread. Nothing throws. Operations that return an int give
-// 0 on success and the errno value otherwise.
+// Owns its descriptor; the destructor closes it. One object, one thread. Nothing throws. Operations that return an int
+// give 0 on success and the errno value otherwise.
 class TORVANE_API HFileBase {
-public:
+  public:
     HFileBase(HFileBase const&) = delete;
     HFileBase& operator=(HFileBase const&) = delete;
 
-    // Reads up to `n` bytes at the position and moves it. Returns the bytes read: fewer than `n` at the file's end or on an
-    // error. A position past the end reads 0 bytes.
+    // Reads up to `n` bytes at the position and moves it. Returns the bytes read: fewer than `n` at the file's end or
+    // on an error. A position past the end reads 0 bytes.
     [[nodiscard]] long long read(void* buf, long long n) noexcept;
-    // Writes all of `n` bytes at the position and moves it. 0 means that the kernel has taken them whole; after a failure
-    // part of them may be in the file.
+    // Writes all of `n` bytes at the position and moves it. 0 means that the kernel has taken them whole; after a
+    // failure part of them may be in the file.
     [[nodiscard]] int write(void const* buf, long long n) noexcept;
     // The same with `n` zero bytes, in pieces of 64 KiB from one small buffer.
     [[nodiscard]] int write_zeros(long long n) noexcept;
@@ -32,12 +32,12 @@ public:
     [[nodiscard]] long long get_now_size() const noexcept;
     // Cuts the file to `size` bytes.
     int cut_off(long long size) noexcept;
-    // Hands what is buffered to the kernel: nothing is, so it always succeeds. Not a sync: what was written survives the
-    // death of the process, not a power cut.
+    // Hands what is buffered to the kernel: nothing is, so it always succeeds. Not a sync: what was written survives
+    // the death of the process, not a power cut.
     int flush() noexcept { return 0; }
     int closex() noexcept;
 
-protected:
+  protected:
     HFileBase() noexcept = default;
     ~HFileBase() { (void)closex(); }
     // Opens with the given flags besides those above; a file that is made gets mode 0600 whatever the umask.
@@ -46,6 +46,6 @@ protected:
     static constexpr long long kAtEnd = -1;  // position not yet determined: the end of the file
     long long position_ = 0;
 
-private:
+  private:
     int fd_ = -1;
 };

@@ -7,12 +7,14 @@
 #include "host/base/HMutex.h"
 #include "host/base/HString.h"
 
-// A log file, <root>/log/<name>.log, made (directory 0700, file 0600) with its first line. Each line is one write: UTC time,
-// level, source and line, then the record's text with control characters and bytes that are not UTF-8 escaped (\n, \r, \t,
-// \xNN). At 16 MiB the file is renamed to <name>.log.old, replacing an older one, and begun anew. Any thread may call;
+// A log file, <root>/log/<name>.log, made (directory 0700, file 0600) with its first line. Each line is one write: UTC
+// time, level, source and line, then the record's text with control characters and bytes that are not UTF-8 escaped
+// (\n, \r, \t, \xNN). A line that would take the file beyond 16 MiB goes to a new one, and the full one is renamed to
+// <name>.log.old, replacing an older one. Several processes may write the same file, and it may be moved or removed
+// under the writers: before each line the open file is compared with what the path names now. Any thread may call;
 // nothing throws; a line that cannot be written is lost.
 class TORVANE_API HFileLog {
-public:
+  public:
     HFileLog();
     ~HFileLog();
     HFileLog(HFileLog const&) = delete;
@@ -28,14 +30,18 @@ public:
     void set_check_mark_file(bool on) noexcept;
     void set_name(HString const& name) noexcept;
 
-private:
+  private:
+    // All three with the mutex held. False when the line is lost.
+    [[nodiscard]] bool Write(std::string const& line);
+    // Makes `fd_` the file that `path` names now.
+    [[nodiscard]] bool OpenCurrent(char const* path, long long& size);
+    void Rotate(char const* path);
+
     // Guards all members below; held while one line is written. Nothing else is locked under it but the root's path.
     HMutex mutex_;
     HString name_;
     bool check_mark_ = true;
-    std::string open_path_;   // of the descriptor, to notice a changed root
     int fd_ = -1;
-    long long size_ = 0;      // bytes in the open file
 };
 
 namespace Varnok {

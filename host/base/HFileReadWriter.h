@@ -4,7 +4,7 @@
 
 // A file open for reading and writing.
 class TORVANE_API HFileReadWriter : public HFileBase {
-public:
+  public:
     // Opens an existing file, position 0. 0 on success, else errno (ENOENT: missing).
     [[nodiscard]] int open(HString const& path) noexcept;
 };

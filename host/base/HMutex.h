@@ -6,7 +6,7 @@
 
 // A re-entrant mutex: the thread that holds it may lock it again. Never copied; never throws.
 class TORVANE_API HMutex {
-public:
+  public:
     HMutex() noexcept = default;
     HMutex(HMutex const&) = delete;
     HMutex& operator=(HMutex const&) = delete;
@@ -14,6 +14,6 @@ public:
     void Lock() noexcept { mutex_.lock(); }
     void UnLock() noexcept { mutex_.unlock(); }
 
-private:
+  private:
     std::recursive_mutex mutex_;
 };

@@ -2,6 +2,7 @@
 
 #include <compare>
 #include <cstddef>
+#include <cstring>
 #include <set>
 #include <string>
 #include <string_view>
@@ -11,21 +12,21 @@
 
 // A text of 16-bit wide characters (UTF-16 units), used for every text, path, id and MD5.
 //
-// Narrow text is UTF-8. A character above U+FFFF becomes a surrogate pair; a byte that is not UTF-8 becomes one lone unit
-// U+DC80..U+DCFF. The way back joins pairs and turns such lone units into their bytes again, so that every file name
-// survives; any other lone surrogate is written as its three bytes. Lengths and indexes count units.
+// Narrow text is UTF-8. A character above U+FFFF becomes a surrogate pair; a byte that is not UTF-8 becomes one lone
+// unit U+DC80..U+DCFF. The way back joins pairs and turns such lone units into their bytes again, so that every file
+// name survives; any other lone surrogate is written as its three bytes. Lengths and indexes count units.
 //
 // A value type: each object belongs to one thread at a time, copies are independent. Like a standard string it throws
 // std::bad_alloc when memory runs out and nothing else.
 class TORVANE_API HString {
-public:
+  public:
     HString() noexcept = default;
-    HString(char const* utf8);            // null is the empty text
+    HString(char const* utf8);  // null is the empty text
     HString(std::string_view utf8);
     HString(std::string const& utf8);
-    HString(wchar_t const* text);         // null is the empty text; a character above U+FFFF becomes a pair
+    HString(wchar_t const* text);             // null is the empty text; a character above U+FFFF becomes a pair
     explicit HString(char16_t const* units);  // zero-terminated; null is the empty text
-    explicit HString(std::u16string units) noexcept : units_(std::move(units)) {}
+    explicit HString(std::u16string units) noexcept;
     // Decimal text.
     explicit HString(int number);
     explicit HString(unsigned number);
@@ -46,15 +47,18 @@ public:
     HString& operator<<(int number);
 
     // By unit values, the shorter first.
-    friend bool operator==(HString const&, HString const&) noexcept = default;
-    friend std::strong_ordering operator<=>(HString const& a, HString const& b) noexcept
-    {
+    friend bool operator==(HString const& a, HString const& b) noexcept {
+        std::size_t const count = a.units_.size();
+        return count == b.units_.size() && std::memcmp(a.units_.data(), b.units_.data(), count * sizeof(char16_t)) == 0;
+    }
+    friend std::strong_ordering operator<=>(HString const& a, HString const& b) noexcept {
         return a.units_.compare(b.units_) <=> 0;
     }
 
     // The narrow form. `encoding` 0 is UTF-8, the only one there is.
     [[nodiscard]] std::string get_str(int encoding = 0) const;
-    // Writes the narrow form and a terminating zero into `buffer`; false when it does not fit. For paths: no allocation.
+    // Writes the narrow form and a terminating zero into `buffer`; false when it does not fit. For paths: no
+    // allocation.
     [[nodiscard]] bool copy_narrow(char* buffer, std::size_t capacity) const noexcept;
 
     // MD5 (RFC 1321) of the text in the named encoding (empty: UTF-8, the only one there is) as 32 hexadecimal digits,
@@ -62,7 +66,8 @@ public:
     [[nodiscard]] HString get_md5_std_format(HString const& encoding) const;
     [[nodiscard]] HString get_md5_std_format_lower(HString const& encoding) const;
 
-    // A to Z become a to z. Other letters stay as they are: keys on disk must not depend on a locale or a Unicode version.
+    // A to Z become a to z. Other letters stay as they are: keys on disk must not depend on a locale or a Unicode
+    // version.
     HString& to_lower_case() noexcept;
 
     // Paths. `dir_fit(true)` makes the text end in exactly one separator, `dir_fit(false)` in none ("/" stays); both
@@ -70,8 +75,9 @@ public:
     HString& dir_fit(bool with_separator);
     // What follows the last separator; the whole text when there is none.
     [[nodiscard]] HString get_short_name() const;
-    // Whether the text begins with `prefix`; `whole_components` true compares whole path components ("/x/cache2" does not
-    // begin with "/x/cache", "/x/cache" and "/x/cache/a" do; a separator at the end of either does not matter).
+    // Whether the text begins with `prefix`; `whole_components` true compares whole path components ("/x/cache2" does
+    // not begin with "/x/cache", "/x/cache" and "/x/cache/a" do; a separator at the end of either does not matter).
+    // Nothing lies below an empty prefix. The texts are compared as they stand: "." and ".." have no meaning here.
     [[nodiscard]] bool is_begin_by(HString const& prefix, bool whole_components) const noexcept;
 
     // Index of the first `unit`, or -1.
@@ -86,6 +92,6 @@ public:
     // The members in order, joined with `separator`.
     [[nodiscard]] static HString make_by_set_s(std::set<HString> const& members, HString const& separator);
 
-private:
+  private:
     std::u16string units_;
 };

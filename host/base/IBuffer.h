@@ -6,9 +6,9 @@ namespace Varnok {
 
 // A reader over a byte array.
 class TORVANE_API IBuffer final : public Reader {
-public:
-    // Reads from `buf`, `len` bytes (a negative length counts as 0). With `own` the array is freed (array delete) with the
-    // reader, without it it stays the caller's, who keeps it alive.
+  public:
+    // Reads from `buf`, `len` bytes (a negative length counts as 0). With `own` the array is freed (array delete) with
+    // the reader, without it it stays the caller's, who keeps it alive.
     IBuffer(unsigned char const* buf, long long len, bool own) noexcept;
     ~IBuffer() override;
     IBuffer(IBuffer const&) = delete;
@@ -20,7 +20,7 @@ public:
     [[nodiscard]] long long data_length() const noexcept override { return length_; }
     [[nodiscard]] long long remaining() const noexcept override { return length_ - position_; }
 
-private:
+  private:
     unsigned char const* bytes_;
     long long length_;
     long long position_ = 0;

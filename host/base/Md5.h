@@ -9,7 +9,7 @@ namespace Varnok {
 
 // MD5 message digest (RFC 1321), computed over any number of runs of bytes. One object, one thread. Never fails.
 class Md5 {
-public:
+  public:
     using Digest = std::array<std::uint8_t, 16>;
 
     Md5() noexcept;
@@ -21,7 +21,7 @@ public:
     static void ToHexLower(Digest const& digest, char (&hex)[32]) noexcept;
     static void ToHexUpper(Digest const& digest, char (&hex)[32]) noexcept;
 
-private:
+  private:
     void Block(std::uint8_t const* block) noexcept;
 
     std::array<std::uint32_t, 4> state_;

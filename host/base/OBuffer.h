@@ -4,10 +4,10 @@
 
 namespace Varnok {
 
-// A writer over a byte array that the caller owns and keeps alive. It never grows the array: what does not fit whole is not
-// written.
+// A writer over a byte array that the caller owns and keeps alive. It never grows the array: what does not fit whole is
+// not written.
 class TORVANE_API OBuffer final : public Writer {
-public:
+  public:
     // Writes into *buf from byte `start`; the array holds `capacity` bytes.
     OBuffer(unsigned char** buf, long long start, long long capacity) noexcept;
     int write_int16(short value) noexcept override;
@@ -18,7 +18,7 @@ public:
     // Bytes written so far.
     [[nodiscard]] long long GetLength() const noexcept { return position_ - start_; }
 
-private:
+  private:
     unsigned char* bytes_;
     long long start_;
     long long position_;

@@ -4,10 +4,11 @@
 
 namespace Varnok {
 
-// Where records decode themselves from. Integers are little-endian. Every operation returns the number of bytes read: the
-// full width on success, fewer at the data's end (then an integer is left as it was). One object, one thread; nothing throws.
+// Where records decode themselves from. Integers are little-endian. Every operation returns the number of bytes read:
+// the full width on success, fewer at the data's end (then an integer is left as it was). One object, one thread;
+// nothing throws.
 class TORVANE_API Reader {
-public:
+  public:
     virtual ~Reader();
     virtual int read_int16(short& value) noexcept = 0;
     virtual int read_int32(int& value) noexcept = 0;

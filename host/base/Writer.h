@@ -4,10 +4,10 @@
 
 namespace Varnok {
 
-// Where records encode themselves to. Integers are little-endian. Every operation returns the number of bytes written: the
-// full width on success, fewer (0) otherwise. One object, one thread; nothing throws.
+// Where records encode themselves to. Integers are little-endian. Every operation returns the number of bytes written:
+// the full width on success, fewer (0) otherwise. One object, one thread; nothing throws.
 class TORVANE_API Writer {
-public:
+  public:
     virtual ~Writer();
     virtual int write_int16(short value) noexcept = 0;
     virtual int write_uint16(unsigned short value) noexcept = 0;

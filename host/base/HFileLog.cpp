@@ -1,0 +1,130 @@
+#include "host/base/HFileLog.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <new>
+#include <utility>
+
+#include "host/base/Descriptor.h"
+#include "host/base/Global.h"
+#include "host/base/HAutoMutex.h"
+#include "host/base/HFile.h"
+#include "host/base/LocateMgr.h"
+#include "host/base/LogText.h"
+#include "host/base/NarrowPath.h"
+#include "host/base/NoThrow.h"
+
+namespace {
+
+constexpr long long kFullSize = 16LL * 1024 * 1024;
+
+// Whether `fd` is the regular file that `path` names now; `size` receives its size.
+bool IsFileOf(int fd, char const* path, long long& size) noexcept {
+    struct stat open_file {};
+    struct stat named {};
+    if (fd < 0 || ::fstat(fd, &open_file) != 0 || ::lstat(path, &named) != 0) return false;
+    size = named.st_size;
+    return S_ISREG(named.st_mode) && open_file.st_dev == named.st_dev && open_file.st_ino == named.st_ino;
+}
+
+// One call for the whole line; what a full disk cut off is tried once more and then lost.
+bool WriteLine(int fd, std::string const& line) noexcept {
+    std::size_t done = 0;
+    while (done < line.size()) {
+        ssize_t const put = ::write(fd, line.data() + done, line.size() - done);
+        if (put > 0) {
+            done += static_cast<std::size_t>(put);
+        } else if (put == 0 || errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+HFileLog::HFileLog() = default;
+
+HFileLog::~HFileLog() {
+    Varnok::Descriptor const closing(fd_);
+}
+
+HFileLog* HFileLog::ins() noexcept {
+    alignas(HFileLog) static unsigned char storage[sizeof(HFileLog)];
+    static HFileLog* const instance = new (storage) HFileLog;
+    return instance;
+}
+
+HLogRecord HFileLog::get(int level, wchar_t const* source, int line) const noexcept {
+    return {Varnok::Global::IsLoggingOn(), level, source, line, {}};
+}
+
+void HFileLog::set_check_mark_file(bool on) noexcept {
+    HAutoMutex const lock(mutex_);
+    check_mark_ = on;
+}
+
+void HFileLog::set_name(HString const& name) noexcept {
+    // A name is one path component; anything else names no file of ours.
+    HString taken = NoThrow(HString(), [&name] { return name.find(u'/') < 0 ? name : HString(); });
+    HAutoMutex const lock(mutex_);
+    name_ = std::move(taken);
+}
+
+void HFileLog::log(HLogRecord const& record) noexcept {
+    if (!record.active) return;
+    (void)NoThrow(false, [this, &record] {
+        std::string line;
+        line.reserve(80 + record.text.size());
+        Varnok::AppendPrefix(line, record.level, record.source, record.line);
+        Varnok::AppendEscaped(line, record.text);
+        line += '\n';
+        HAutoMutex const lock(mutex_);
+        return Write(line);
+    });
+}
+
+bool HFileLog::Write(std::string const& line) {
+    if (name_.empty()) return false;
+    HString base = Varnok::LocateMgr::pins()->get_log_path(true);
+    if (base.empty()) return false;
+    base << name_;
+    if (check_mark_ && !HFile::IsFileExistFile(HString(base) << ".mark")) return false;
+    Varnok::NarrowPath path(base << ".log");
+    long long size = 0;
+    if (path.Error() != 0 || !OpenCurrent(path.Text(), size)) return false;
+    if (size > 0 && size + static_cast<long long>(line.size()) > kFullSize) {
+        Rotate(path.Text());
+        if (!OpenCurrent(path.Text(), size)) return false;
+    }
+    return WriteLine(fd_, line);
+}
+
+bool HFileLog::OpenCurrent(char const* path, long long& size) {
+    if (IsFileOf(fd_, path, size)) return true;
+    Varnok::Descriptor opened;
+    int error = Varnok::OpenOrMake(path, O_WRONLY | O_APPEND, opened.Slot());
+    if (error == ENOENT && Varnok::MakeDir(Varnok::LocateMgr::pins()->get_log_path(false))) {
+        error = Varnok::OpenOrMake(path, O_WRONLY | O_APPEND, opened.Slot());
+    }
+    if (error != 0 || !IsFileOf(opened.Get(), path, size)) return false;
+    std::swap(fd_, opened.Slot());
+    return true;
+}
+
+void HFileLog::Rotate(char const* path) {
+    // Of several processes that find the file full, one renames it; the others see that the path names another file by
+    // then.
+    long long size = 0;
+    if (::flock(fd_, LOCK_EX | LOCK_NB) != 0) return;
+    if (IsFileOf(fd_, path, size) && size > 0) (void)::rename(path, (std::string(path) + ".old").c_str());
+    (void)::flock(fd_, LOCK_UN);
+}
+
+void Varnok::SetLogFileName(void* log, HString const& name) noexcept {
+    if (log != nullptr) static_cast<HFileLog*>(log)->set_name(name);
+}

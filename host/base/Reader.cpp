@@ -1,0 +1,3 @@
+#include "host/base/Reader.h"
+
+Varnok::Reader::~Reader() = default;

@@ -1,0 +1,3 @@
+#include "host/base/Writer.h"
+
+Varnok::Writer::~Writer() = default;
