@@ -5,12 +5,12 @@
 
 // The library's log as a test sees it: turns logging on (through DLPCacheLog::pins) and reads <root>/log/DLPCache.log.
 class LogLines {
-public:
+  public:
     struct Line {
         int level = 0;
         std::string source;  // "../DLPCacheIndex.cpp"
         int line = 0;
-        std::string text;    // what follows the prefix
+        std::string text;  // what follows the prefix
     };
 
     LogLines();   // logging on
@@ -23,6 +23,6 @@ public:
     // The texts alone.
     std::vector<std::string> TakeTexts();
 
-private:
+  private:
     std::size_t seen_ = 0;  // bytes of the log already taken
 };

@@ -2,19 +2,19 @@
 
 #include <string>
 
-// A fresh root directory for one test: made under the system's temporary directory, set as the process's root, removed with
-// the object.
+// A fresh root directory for one test: made under the system's temporary directory, set as the process's root, removed
+// with the object.
 class TempRoot {
-public:
+  public:
     TempRoot();
     ~TempRoot();
     TempRoot(TempRoot const&) = delete;
     TempRoot& operator=(TempRoot const&) = delete;
 
-    [[nodiscard]] std::string const& Path() const { return path_; }           // without a separator at its end
+    [[nodiscard]] std::string const& Path() const { return path_; }  // without a separator at its end
     [[nodiscard]] std::string operator/(std::string const& name) const { return path_ + "/" + name; }
 
-private:
+  private:
     std::string path_;
 };
 
