@@ -1,0 +1,119 @@
+#include "examples/scanner/FileWalker.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+
+namespace scanner {
+namespace {
+
+struct CloseDirectory {
+    void operator()(DIR* directory) const { ::closedir(directory); }
+};
+
+enum class Kind { kFile, kDirectory, kOther };
+
+Kind KindOf(std::string const& path, unsigned char type) {
+    if (type == DT_REG) return Kind::kFile;
+    if (type == DT_DIR) return Kind::kDirectory;
+    struct stat status {};
+    if (type != DT_UNKNOWN || ::lstat(path.c_str(), &status) != 0) return Kind::kOther;
+    if (S_ISREG(status.st_mode)) return Kind::kFile;
+    return S_ISDIR(status.st_mode) ? Kind::kDirectory : Kind::kOther;
+}
+
+class Walk {
+  public:
+    explicit Walk(std::string const& excluded) { has_excluded_ = ::stat(excluded.c_str(), &excluded_) == 0; }
+
+    void Start(std::string path) {
+        struct stat status {};
+        if (::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode)) path = Resolved(path);
+        if (::stat(path.c_str(), &status) != 0) throw std::runtime_error(path + ": " + std::strerror(errno));
+        if (S_ISREG(status.st_mode)) result_.files.push_back(path);
+        if (!S_ISDIR(status.st_mode)) return;
+        pending_.push_back(std::move(path));
+        while (!pending_.empty()) {
+            std::string const next = std::move(pending_.back());
+            pending_.pop_back();
+            List(next);
+        }
+    }
+
+    WalkResult Finish() {
+        std::sort(result_.files.begin(), result_.files.end());
+        result_.files.erase(std::unique(result_.files.begin(), result_.files.end()), result_.files.end());
+        return std::move(result_);
+    }
+
+  private:
+    static std::string Resolved(std::string const& path) {
+        std::unique_ptr<char, decltype(&std::free)> const real(::realpath(path.c_str(), nullptr), &std::free);
+        if (real == nullptr) throw std::runtime_error(path + ": " + std::strerror(errno));
+        return real.get();
+    }
+
+    void List(std::string const& path) {
+        int const fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (fd < 0) return Fail(path);
+        if (IsExcluded(fd)) {
+            ::close(fd);
+            return;
+        }
+        std::unique_ptr<DIR, CloseDirectory> const directory(::fdopendir(fd));
+        if (directory == nullptr) {
+            Fail(path);
+            ::close(fd);
+            return;
+        }
+        std::string const prefix = path.ends_with('/') ? path : path + "/";
+        errno = 0;
+        while (dirent const* const entry = ::readdir(directory.get())) {
+            Take(prefix, *entry);
+            errno = 0;
+        }
+        if (errno != 0) Fail(path);
+    }
+
+    void Take(std::string const& prefix, dirent const& entry) {
+        if (std::strcmp(entry.d_name, ".") == 0 || std::strcmp(entry.d_name, "..") == 0) return;
+        std::string path = prefix + entry.d_name;
+        Kind const kind = KindOf(path, entry.d_type);
+        if (kind == Kind::kFile)
+            result_.files.push_back(std::move(path));
+        else if (kind == Kind::kDirectory)
+            pending_.push_back(std::move(path));
+    }
+
+    bool IsExcluded(int fd) const {
+        struct stat status {};
+        return has_excluded_ && ::fstat(fd, &status) == 0 && status.st_dev == excluded_.st_dev &&
+               status.st_ino == excluded_.st_ino;
+    }
+
+    void Fail(std::string const& path) { result_.errors.push_back({path, errno}); }
+
+    struct stat excluded_ {};
+    bool has_excluded_ = false;
+    std::vector<std::string> pending_;
+    WalkResult result_;
+};
+
+}  // namespace
+
+WalkResult WalkFiles(std::vector<std::string> const& paths, std::string const& excluded) {
+    Walk walk(excluded);
+    for (std::string const& path : paths)
+        walk.Start(path);
+    return walk.Finish();
+}
+
+}  // namespace scanner

@@ -1,0 +1,114 @@
+#include "examples/scanner/ScanCommand.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <stdexcept>
+#include <thread>
+
+#include "examples/scanner/Crew.h"
+#include "examples/scanner/FileWalker.h"
+#include "examples/scanner/LockFile.h"
+#include "examples/scanner/Policy.h"
+#include "examples/scanner/Summary.h"
+#include "examples/scanner/TemplateFile.h"
+#include "front/DLPCacheMgr.h"
+#include "host/base/LocateMgr.h"
+#include "host/policy/KwLocateMgr.h"
+#include "storage/DLPCacheLog.h"
+
+namespace scanner {
+namespace {
+
+constexpr std::size_t kMostTroubles = 20;
+
+using Clock = std::chrono::steady_clock;
+
+// Puts the root in force and gives its path. Must come before the first use of a cache.
+std::string SetRoot(Options const& options) {
+    if (!options.root.empty()) KwLocateMgr::pins()->set_root(HString(std::filesystem::absolute(options.root).string()));
+    return Varnok::LocateMgr::pins()->get_root(false).get_str();
+}
+
+// Makes everything ready for the first file.
+void OpenCaches(Policy const& policy, Options const& options) {
+    if (options.log) DLPCacheLog::pins()->set_check_mark_file(false);
+    if (DLPCacheMgr::pins() == nullptr) throw std::bad_alloc();
+    if (options.use_cache) policy.OpenCaches();
+}
+
+unsigned JobCount(Options const& options) {
+    return options.jobs > 0 ? options.jobs : std::max(1U, std::thread::hardware_concurrency());
+}
+
+// Tells of what could not be read, the first ones by name.
+void ReportTroubles(WalkResult const& walk, std::vector<FileOutcome> const& outcomes) {
+    std::vector<std::string> troubles;
+    for (WalkError const& error : walk.errors) {
+        troubles.push_back(Printable(error.path) + ": " + std::strerror(error.error));
+    }
+    for (std::size_t i = 0; i < outcomes.size(); ++i) {
+        if (!outcomes[i].trouble.empty()) troubles.push_back(Printable(walk.files[i]) + ": " + outcomes[i].trouble);
+    }
+    for (std::size_t i = 0; i < std::min(troubles.size(), kMostTroubles); ++i) {
+        std::cerr << "scanner: " << troubles[i] << '\n';
+    }
+    if (troubles.size() > kMostTroubles) std::cerr << "scanner: " << troubles.size() - kMostTroubles << " more\n";
+}
+
+void Print(Summary const& summary, Options const& options) {
+    char const* const no_colour = std::getenv("NO_COLOR");
+    bool const colour = ::isatty(STDOUT_FILENO) == 1 && (no_colour == nullptr || *no_colour == '\0');
+    if (options.format == Format::kJson)
+        PrintJson(summary, std::cout);
+    else
+        PrintText(summary, options.verbose, colour, std::cout);
+    if (!std::cout.flush()) throw std::runtime_error("the summary cannot be written");
+}
+
+int StatusOf(Counters const& counters, WalkResult const& walk) {
+    bool const unread = counters.unreadable > 0 || !walk.errors.empty();
+    if (unread && counters.files == 0) return kFailed;
+    return counters.sensitive_files > 0 ? kSensitiveFound : kNothingFound;
+}
+
+}  // namespace
+
+int RunScan(Options const& options) {
+    auto const begin = Clock::now();
+    KwDefinitions const definitions = LoadTemplates(options.templates_file);
+    std::string const root = SetRoot(options);
+    LockFile const lock(root);
+    Policy const policy(definitions);
+    OpenCaches(policy, options);
+    auto const opened = Clock::now();
+    WalkResult const walk = WalkFiles(options.paths, root);
+    auto const walked = Clock::now();
+    Crew crew(policy, options, walk.files);
+    unsigned const jobs = JobCount(options);
+    std::vector<FileOutcome> const outcomes = crew.Run(jobs);
+    auto const worked = Clock::now();
+
+    Summary summary(policy.templates().size());
+    summary.paths = options.paths;
+    summary.root = root;
+    summary.use_cache = options.use_cache;
+    summary.jobs = jobs;
+    summary.counters = crew.counters();
+    for (Template const& tpl : policy.templates())
+        summary.templates.emplace_back(tpl.id.get_str(), tpl.name);
+    Summarize(walk.files, outcomes, summary);
+    summary.open_seconds = opened - begin;
+    summary.walk_seconds = walked - opened;
+    summary.files_seconds = worked - walked;
+    summary.wall_seconds = Clock::now() - begin;
+    ReportTroubles(walk, outcomes);
+    Print(summary, options);
+    return StatusOf(summary.counters, walk);
+}
+
+}  // namespace scanner

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "examples/scanner/Counters.h"
+#include "examples/scanner/FileScanner.h"
+#include "examples/scanner/FileWalker.h"
+#include "examples/scanner/Options.h"
+#include "examples/scanner/Policy.h"
+
+namespace scanner {
+
+// What a run tells its user. A value.
+struct Summary {
+    using Seconds = Counters::Seconds;
+
+    explicit Summary(std::size_t template_count) : counters(template_count) {}
+
+    std::vector<std::string> paths;  // as given
+    std::string root;
+    bool use_cache = true;
+    unsigned jobs = 1;
+    Counters counters;
+    std::vector<std::pair<std::string, std::string>> templates;       // id and name, in order
+    Seconds open_seconds{};                                           // templates, definitions, caches made ready
+    Seconds walk_seconds{};                                           // directories listed
+    Seconds files_seconds{};                                          // files worked on
+    Seconds wall_seconds{};                                           // all of it
+    std::vector<std::pair<std::string, std::uint64_t>> top_verdicts;  // line and number of files, most frequent first
+    std::string
+        digest;  // SHA-256 over path, zero byte, verdict, zero byte of each file read, in byte order of the paths
+    std::vector<std::pair<std::string, std::string>> findings;  // path and verdict of each sensitive file, in order
+
+    [[nodiscard]] std::uint64_t answers_from_cache() const {
+        return counters.files * templates.size() - counters.answers_scanned();
+    }
+};
+
+// Fills what follows from the outcomes: findings, verdict lines, digest.
+void Summarize(std::vector<std::string> const& files, std::vector<FileOutcome> const& outcomes, Summary& summary);
+
+// As a table for people; sensitive files are listed with `verbose`, `colour` allows escape sequences.
+void PrintText(Summary const& summary, bool verbose, bool colour, std::ostream& out);
+// As one JSON object, sensitive files included. A name that is not UTF-8 has replacement characters in "path" and its
+// bytes as hexadecimal digits in "path_hex".
+void PrintJson(Summary const& summary, std::ostream& out);
+
+// Control characters as \xNN, so that no file name can steer a terminal.
+[[nodiscard]] std::string Printable(std::string const& text);
+
+}  // namespace scanner

@@ -1,0 +1,103 @@
+#include <cstdio>
+#include <ostream>
+#include <sstream>
+
+#include "examples/scanner/Summary.h"
+
+namespace scanner {
+namespace {
+
+std::string Fixed(double value, int digits) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%.*f", digits, value);
+    return text;
+}
+
+class TextPrinter {
+  public:
+    TextPrinter(bool colour, std::ostream& out)
+        : bold_(colour ? "\x1b[1m" : ""), plain_(colour ? "\x1b[0m" : ""), out_(out) {}
+
+    void Heading(std::string const& text) { out_ << '\n' << bold_ << text << plain_ << '\n'; }
+    void Row(std::string const& name, std::string const& value) {
+        out_ << "  " << name << std::string(name.size() < 24 ? 24 - name.size() : 1, ' ') << value << '\n';
+    }
+    void Row(std::string const& name, std::uint64_t value) { Row(name, std::to_string(value)); }
+    // Left out when there is nothing to tell.
+    void RareRow(std::string const& name, std::uint64_t value) {
+        if (value > 0) Row(name, value);
+    }
+
+    void Finding(std::string const& path, std::string const& verdict) {
+        out_ << bold_ << Printable(path) << plain_ << '\n';
+        std::istringstream lines(verdict);
+        for (std::string line; std::getline(lines, line);)
+            out_ << "    " << Printable(line) << '\n';
+    }
+
+  private:
+    char const* bold_;
+    char const* plain_;
+    std::ostream& out_;
+};
+
+void PrintFigures(Summary const& summary, TextPrinter& printer) {
+    Counters const& counters = summary.counters;
+    printer.Row("files", counters.files);
+    printer.Row("bytes", counters.bytes);
+    if (summary.use_cache) {
+        printer.Row("full hits", counters.full_hits);
+        printer.Row("partial hits", counters.partial_hits);
+        printer.Row("misses", counters.misses);
+        printer.Row("answers from cache", summary.answers_from_cache());
+    }
+    printer.Row("answers scanned", counters.answers_scanned());
+    printer.RareRow("answers unstorable", counters.answers_unstorable());
+    printer.RareRow("answers outdated", counters.outdated_answers);
+    printer.Row("sensitive files", counters.sensitive_files);
+    printer.RareRow("unreadable", counters.unreadable);
+    printer.RareRow("too large, skipped", counters.too_large);
+    printer.RareRow("damaged gzip data", counters.damaged);
+    printer.RareRow("texts cut", counters.texts_cut);
+}
+
+void PrintTimes(Summary const& summary, TextPrinter& printer) {
+    printer.Heading("Seconds (stages summed over " + std::to_string(summary.jobs) +
+                    (summary.jobs == 1 ? " thread)" : " threads)"));
+    for (std::size_t i = 0; i < kStages; ++i)
+        printer.Row(kStageNames[i], Fixed(summary.counters.seconds[i].count(), 3));
+    printer.Row("start", Fixed(summary.open_seconds.count(), 3));
+    printer.Row("list directories", Fixed(summary.walk_seconds.count(), 3));
+    printer.Row("work on files", Fixed(summary.files_seconds.count(), 3));
+    printer.Row("wall clock", Fixed(summary.wall_seconds.count(), 3));
+}
+
+void PrintTemplates(Summary const& summary, TextPrinter& printer) {
+    printer.Heading("Templates (files matched)");
+    for (std::size_t i = 0; i < summary.templates.size(); ++i) {
+        TemplateCounters const& counters = summary.counters.templates[i];
+        std::string value = std::to_string(counters.matched);
+        if (counters.scanned > 0) value += ", scanned " + std::to_string(counters.scanned);
+        printer.Row(Printable(summary.templates[i].second), value);
+    }
+}
+
+}  // namespace
+
+void PrintText(Summary const& summary, bool verbose, bool colour, std::ostream& out) {
+    TextPrinter printer(colour, out);
+    if (verbose) {
+        for (auto const& [path, verdict] : summary.findings)
+            printer.Finding(path, verdict);
+    }
+    printer.Heading("Summary");
+    PrintFigures(summary, printer);
+    PrintTemplates(summary, printer);
+    PrintTimes(summary, printer);
+    printer.Heading("Most frequent findings (files)");
+    for (auto const& [line, count] : summary.top_verdicts)
+        printer.Row(std::to_string(count), Printable(line));
+    out << "\ndigest " << summary.digest << '\n';
+}
+
+}  // namespace scanner
