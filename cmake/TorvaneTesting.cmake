@@ -2,10 +2,12 @@
 #   A GoogleTest program over the internals. Each case is a ctest of its own and runs in a process of its own, so
 #   that a singleton is fresh in each.
 # torvane_add_fuzzer(<name> <source>...)
-#   A libFuzzer program over the internals and the test support, run by ctest for TORVANE_FUZZ_SECONDS. Seeds: corpus/<name>/ beside its CMakeLists.txt.
+#   A libFuzzer program over the internals, run by ctest for TORVANE_FUZZ_SECONDS. Seeds: corpus/<name>/ beside its CMakeLists.txt.
 
-find_package(GTest REQUIRED)
-include(GoogleTest)
+if(TORVANE_TESTS)
+    find_package(GTest REQUIRED)
+    include(GoogleTest)
+endif()
 set(TORVANE_FUZZ_SECONDS 20 CACHE STRING "Seconds that ctest gives each fuzz target")
 
 function(torvane_add_test name)
@@ -16,7 +18,7 @@ endfunction()
 
 function(torvane_add_fuzzer name)
     add_executable(${name} ${ARGN})
-    target_link_libraries(${name} PRIVATE torvane_core torvane_test_support torvane_warnings)
+    target_link_libraries(${name} PRIVATE torvane_core torvane_warnings)
     target_link_options(${name} PRIVATE -fsanitize=fuzzer)
     # New inputs go to the first directory, in the build tree; the seeds are only read.
     set(found "${CMAKE_CURRENT_BINARY_DIR}/corpus/${name}")
