@@ -1,0 +1,278 @@
+#include "template/DLPCacheTplMgr.h"
+
+#include <filesystem>
+#include <thread>
+
+#include "host/policy/KwDefineMgr.h"
+#include "tests/template/TplFixture.h"
+#include "tests/template/TplLogLines.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+namespace fs = std::filesystem;
+
+class DLPCacheTplMgrTest : public TplFixture {
+  protected:
+    DLPCacheTplMgrTest() {
+        // A manager wipes a root without a current version stamp, so the stamp comes before anything else.
+        DLPCacheTplMgr const stamped;
+    }
+
+    // The answer to one key, kept by a manager that is gone again.
+    void Prepare() {
+        DLPCacheTplMgr manager;
+        DLPCacheTpl* const cache = manager.GetCache(Current(), CurrentMd5());
+        ASSERT_NE(cache, nullptr);
+        ASSERT_EQ(cache->Add(HString("key"), TwoItems(), MakeText("text"), "name"), 1);
+    }
+    static int FindOne(DLPCacheTplMgr& manager) {
+        return FindIn(*manager.GetCache(Current(), CurrentMd5()), HString("key")).code;
+    }
+    std::string TplPath(std::string const& below = "") const { return root_ / "cache/template/" + below; }
+    // A directory with a snapshot of `templates` alone.
+    std::string MakeSnapshot(std::vector<QVKConfigKeywordTemplateNode> const& templates) const {
+        std::string const directory = TplPath("T1/ABC/");
+        fs::create_directories(directory);
+        QVKConfigKeywordTemplateVT table;
+        table.nodes = templates;
+        EXPECT_EQ(table.to_file(directory + "KeywordTemplate.arc"), 0);
+        return directory;
+    }
+};
+
+TEST_F(DLPCacheTplMgrTest, PinsIsOneInstance) {
+    DLPCacheTplMgr* const first = DLPCacheTplMgr::pins();
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(DLPCacheTplMgr::pins(), first);
+}
+
+TEST_F(DLPCacheTplMgrTest, PinsIsOneInstanceForAllThreads) {
+    std::vector<DLPCacheTplMgr*> seen(8);
+    std::vector<std::thread> threads;
+    for (auto& slot : seen)
+        threads.emplace_back([&slot] { slot = DLPCacheTplMgr::pins(); });
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_THAT(seen, testing::Each(DLPCacheTplMgr::pins()));
+}
+
+using UnstampedTest = TplFixture;
+
+TEST_F(UnstampedTest, ManagerWipesARootWithoutACurrentStamp) {
+    ASSERT_EQ(Open()->Add(HString("key"), TwoItems(), MakeText("text"), "name"), 1);
+    DLPCacheTplMgr manager;
+    EXPECT_TRUE(Exists(root_ / "cache/Version.ini"));
+    EXPECT_FALSE(Exists(root_ / "cache/template"));
+    EXPECT_EQ(FindIn(*manager.GetCache(Current(), CurrentMd5()), HString("key")).code, 0);
+}
+
+TEST_F(DLPCacheTplMgrTest, SameMd5IsTheSameCache) {
+    DLPCacheTplMgr manager;
+    DLPCacheTpl* const cache = manager.GetCache(Current(), CurrentMd5());
+    ASSERT_NE(cache, nullptr);
+    EXPECT_EQ(manager.GetCache(Current(), CurrentMd5()), cache);
+}
+
+TEST_F(DLPCacheTplMgrTest, OtherMd5IsASecondCacheInASiblingDirectory) {
+    DLPCacheTplMgr manager;
+    HString const old_md5 = CurrentMd5();
+    DLPCacheTpl* const old_cache = manager.GetCache(Current(), old_md5);
+    Rule(0).rule_text = "edited";
+    Install();
+    EXPECT_NE(manager.GetCache(Current(), CurrentMd5()), old_cache);
+    EXPECT_THAT(Files(TplPath("T1")), testing::UnorderedElementsAre(old_md5.get_str(), CurrentMd5().get_str()));
+    EXPECT_THAT(Files(Dir()), Contains("index"));
+}
+
+TEST_F(DLPCacheTplMgrTest, CacheForAnOutOfDateMd5IsGivenWithoutStore) {
+    DLPCacheTplMgr manager;
+    DLPCacheTpl* const cache = manager.GetCache(Current(), "ABC");
+    ASSERT_NE(cache, nullptr);
+    EXPECT_EQ(FindIn(*cache, HString("key")).code, -2);
+}
+
+TEST_F(DLPCacheTplMgrTest, CachesAreFoundAgainAtStart) {
+    Prepare();
+    DLPCacheTplMgr manager;
+    EXPECT_EQ(FindOne(manager), 2);
+}
+
+TEST_F(DLPCacheTplMgrTest, CacheFoundAtStartIsUsableWithoutCurrentDefinitions) {
+    Prepare();
+    QVKConfigKeywordTemplateNode const tpl = Current();
+    HString const md5 = CurrentMd5();
+    definitions_ = KwDefinitions();
+    Install();
+    DLPCacheTplMgr manager;
+    EXPECT_EQ(FindIn(*manager.GetCache(tpl, md5), HString("key")).code, 2);
+}
+
+TEST_F(DLPCacheTplMgrTest, CachesOfHostileIdsAreFoundAgainAtStart) {
+    for (char const* id : {"../x", "", "a/b", ".", "%", "T 1 {ä}"}) {
+        Tpl().common->id = id;
+        Install();
+        auto const* tpl = KwDefineMgr::pins()->get_tpl_by_id(id);
+        HString const md5 = KwDefineMgr::pins()->get_md5_by_tpl(*tpl);
+        DLPCacheTplMgr().GetCache(*tpl, md5)->Add(HString("key"), TwoItems(), MakeText("text"), "name");
+        fs::remove(root_ / "ini/DLPService.ini");  // an index made now would be of another size
+        DLPCacheTplMgr manager;
+        SetBucketCount("101");
+        EXPECT_EQ(FindIn(*manager.GetCache(*tpl, md5), HString("key")).code, 2) << id;
+    }
+}
+
+TEST_F(DLPCacheTplMgrTest, EmptyTemplateDirectoryIsRemovedAtStart) {
+    fs::create_directories(TplPath("T9"));
+    DLPCacheTplMgr const manager;
+    EXPECT_THAT(Files(TplPath()), IsEmpty());
+}
+
+TEST_F(DLPCacheTplMgrTest, EmptyMd5DirectoryIsRemovedAtStart) {
+    Prepare();
+    fs::create_directories(TplPath("T1/ABC"));
+    DLPCacheTplMgr const manager;
+    EXPECT_THAT(Files(TplPath("T1")), ElementsAre(CurrentMd5().get_str()));
+}
+
+TEST_F(DLPCacheTplMgrTest, DirectoryWithoutTemplateFileIsDeletedAtStart) {
+    Prepare();
+    fs::remove(Dir() + "KeywordTemplate.arc");
+    DLPCacheTplMgr const manager;
+    EXPECT_THAT(Files(TplPath("T1")), IsEmpty());
+}
+
+TEST_F(DLPCacheTplMgrTest, SnapshotWithoutTemplatesIsDeletedAtStart) {
+    MakeSnapshot({});
+    DLPCacheTplMgr const manager;
+    EXPECT_THAT(Files(TplPath("T1")), IsEmpty());
+}
+
+TEST_F(DLPCacheTplMgrTest, SnapshotWithTwoTemplatesIsDeletedAtStart) {
+    MakeSnapshot({MakeTpl("T1", {}), MakeTpl("T2", {})});
+    DLPCacheTplMgr const manager;
+    EXPECT_THAT(Files(TplPath("T1")), IsEmpty());
+}
+
+TEST_F(DLPCacheTplMgrTest, DamagedTemplateFileIsDeletedAtStart) {
+    Prepare();
+    WriteBytes(Dir() + "KeywordTemplate.arc", "damaged");
+    DLPCacheTplMgr const manager;
+    EXPECT_THAT(Files(TplPath("T1")), IsEmpty());
+}
+
+TEST_F(DLPCacheTplMgrTest, DamagedRuleFileIsDeletedAtStart) {
+    Prepare();
+    WriteBytes(Dir() + "KeywordFormatItem.arc", "damaged");
+    DLPCacheTplMgr const manager;
+    EXPECT_THAT(Files(TplPath("T1")), IsEmpty());
+}
+
+TEST_F(DLPCacheTplMgrTest, DirectoryInTheTemplateFilesPlaceIsDeletedAtStart) {
+    fs::create_directories(TplPath("T1/ABC/KeywordTemplate.arc/deep"));
+    DLPCacheTplMgr const manager;
+    EXPECT_THAT(Files(TplPath("T1")), IsEmpty());
+}
+
+TEST_F(DLPCacheTplMgrTest, WhatCannotBeReadStays) {
+    Prepare();
+    auto const before = Files(Dir());
+    for (char const* name : {"KeywordTemplate.arc", "KeywordDataLevel.arc"}) {
+        fs::remove(Dir() + name);
+        fs::create_symlink("/dev/null", Dir() + name);  // ELOOP
+        LogLines log;
+        DLPCacheTplMgr manager;
+        EXPECT_THAT(TakeOwn(log), Contains(testing::StartsWith("1 973 read template cache failed, errno: ")));
+        EXPECT_EQ(Files(Dir()), before);
+    }
+}
+
+TEST_F(DLPCacheTplMgrTest, SymbolicLinksAreLeftAloneAtStart) {
+    Prepare();
+    fs::create_directories(root_ / "elsewhere/ABC");
+    fs::create_directory_symlink(root_ / "elsewhere", TplPath("T2"));
+    fs::create_directory_symlink(root_ / "elsewhere/ABC", TplPath("T1/DEF"));
+    DLPCacheTplMgr const manager;
+    EXPECT_THAT(Files(root_ / "elsewhere"), ElementsAre("ABC"));
+    EXPECT_TRUE(Exists(TplPath("T2")));
+    EXPECT_TRUE(Exists(TplPath("T1/DEF")));
+}
+
+TEST_F(DLPCacheTplMgrTest, ForeignNamesAndFilesAreLeftAloneAtStart) {
+    fs::create_directories(TplPath(".hidden/ABC"));
+    fs::create_directories(TplPath("T1/%zz/ABC"));
+    WriteBytes(TplPath("file"), "");
+    WriteBytes(TplPath("T1/file"), "");
+    DLPCacheTplMgr const manager;
+    EXPECT_THAT(Files(TplPath()), ElementsAre(".hidden", "T1", "file"));
+    EXPECT_THAT(Files(TplPath("T1")), ElementsAre("%zz", "file"));
+}
+
+TEST_F(DLPCacheTplMgrTest, SnapshotUnderAnotherNameMakesACacheUnderItsOwn) {
+    Prepare();
+    fs::copy(Dir(), TplPath("T1/ABC"));
+    DLPCacheTplMgr manager;
+    EXPECT_EQ(FindOne(manager), 2);
+}
+
+TEST_F(DLPCacheTplMgrTest, OnlyTheTemplatePathIsEverDeletedIn) {
+    fs::create_directories(root_ / "cache/other");
+    WriteBytes(root_ / "cache/other/file", "");
+    DLPCacheTplMgr manager;
+    for (std::string const& path : {root_ / "cache/other/", root_ / "cache/", TplPath()})
+        manager.InitTplMD5(path);
+    EXPECT_TRUE(Exists(root_ / "cache/other/file"));
+}
+
+TEST_F(DLPCacheTplMgrTest, InitTplOfAnUnknownIdDoesNothing) {
+    DLPCacheTplMgr manager;
+    manager.InitTpl("unknown");
+    manager.InitTpl("../../..");
+    EXPECT_THAT(Files(root_.Path()), ElementsAre("cache", "ini"));
+}
+
+TEST_F(DLPCacheTplMgrTest, DeleteCacheRemovesTheDirectoryAndForgetsTheCache) {
+    DLPCacheTplMgr manager;
+    DLPCacheTpl* const cache = manager.GetCache(Current(), CurrentMd5());
+    ASSERT_EQ(cache->Add(HString("key"), TwoItems(), MakeText("text"), "name"), 1);
+    EXPECT_TRUE(manager.DeleteCache(CurrentMd5()));
+    EXPECT_THAT(Files(TplPath("T1")), IsEmpty());
+    EXPECT_FALSE(manager.DeleteCache(CurrentMd5()));
+    EXPECT_EQ(FindIn(*cache, HString("key")).code, -3);  // a pointer handed out before stays valid
+    EXPECT_NE(manager.GetCache(Current(), CurrentMd5()), cache);
+    EXPECT_EQ(FindOne(manager), 0);
+}
+
+TEST_F(DLPCacheTplMgrTest, DeleteCacheOfAnUnknownMd5ChangesNothing) {
+    Prepare();
+    DLPCacheTplMgr manager;
+    EXPECT_FALSE(manager.DeleteCache("unknown"));
+    EXPECT_EQ(FindOne(manager), 2);
+}
+
+TEST_F(DLPCacheTplMgrTest, DeleteCacheOutsideTheTemplatePathIsRefused) {
+    Prepare();
+    DLPCacheTplMgr manager;
+    DLPCacheTpl* const cache = manager.GetCache(Current(), CurrentMd5());
+    std::string const directory = Dir();
+    {
+        TempRoot const other;
+        EXPECT_FALSE(manager.DeleteCache(CurrentMd5()));
+    }
+    EXPECT_TRUE(Exists(directory + "index"));
+    EXPECT_EQ(manager.GetCache(Current(), CurrentMd5()), cache);
+}
+
+TEST_F(DLPCacheTplMgrTest, RefusedDirectoryIsLogged) {
+    std::string const directory = Dir();
+    DLPCacheTplMgr manager;
+    ASSERT_NE(manager.GetCache(Current(), CurrentMd5()), nullptr);
+    TempRoot const other;
+    LogLines log;
+    EXPECT_FALSE(manager.DeleteCache(CurrentMd5()));
+    EXPECT_THAT(TakeOwn(log), ElementsAre("1 1047 Cache dir error! dir " + directory));
+}
+
+}  // namespace
