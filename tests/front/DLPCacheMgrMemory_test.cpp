@@ -1,0 +1,194 @@
+// Every operation of the front, with each of its allocations failing in turn: its failing code, and nothing spoiled.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "front/DLPCacheMgr.h"
+#include "front/DLPCacheVersion.h"
+#include "tests/front/FrontFixture.h"
+#include "tests/support/LogLines.h"
+#include "tests/support/fault/AllocationFailure.h"
+
+namespace {
+
+using testing::AnyOf;
+using Extent = AllocationFailure::Extent;
+
+class DLPCacheMgrMemoryTest : public FrontTest {
+  protected:
+    DLPCacheMgrMemoryTest() {
+        DefineLevel("1", 1);
+        DefineClass("red");
+        for (char const* id : {"t1", "t2"})
+            DefineTpl(id, "1", "red");
+        Install();
+        StoreMatch('a', "t1", 3);
+        StoreNoMatch('a', "t2");
+        param_.file_items = {Item("a", Ids({"t1", "t2"}))};
+        (void)AskNode('a', Ids({"t1", "t2"}));
+    }
+
+    // Runs `operation` with its first, second, ... allocation failing until it needs no further one, and `check` after
+    // each run, with whether one failed. Returns how many allocations the operation needs.
+    template <class Operation, class Check>
+    static long WithEachAllocationFailing(Extent extent, Operation operation, Check check) {
+        for (long nth = 1;; ++nth) {
+            bool happened = false;
+            {
+                AllocationFailure const failure(nth, extent);
+                operation();
+                happened = failure.Happened();
+            }
+            check(happened);
+            if (!happened) return nth - 1;
+        }
+    }
+
+    template <class Operation>
+    static auto WithoutMemory(Operation operation) {
+        AllocationFailure const failure(1, Extent::kAllFromThere);
+        return operation();
+    }
+
+    static bool IsComplete(QVKKeywordMatchResult const& result) {
+        return result.match_items.size() == 1 && result.match_items[0].match_nodes.size() == 1 &&
+               result.match_items[0].match_nodes[0].tips->sens_result == HString("word t1(3)\n");
+    }
+
+    QVKKeywordCheckParam param_;
+};
+
+TEST_F(DLPCacheMgrMemoryTest, QueryFailsOrAnswersRightly) {
+    for (Extent const extent : {Extent::kOne, Extent::kAllFromThere}) {
+        QVKKeywordMatchResult result;
+        int code = 0;
+        auto const query = [&] { code = Ask(param_, result); };
+        long const needed = WithEachAllocationFailing(extent, query, [&](bool failed) {
+            if (failed) {
+                EXPECT_THAT(code, AnyOf(-55, 0, 1, 2));
+            }
+            if (code == 2 || !failed) {
+                EXPECT_EQ(code, 2);
+                EXPECT_TRUE(IsComplete(result));
+            }
+            result = QVKKeywordMatchResult();
+        });
+        EXPECT_GT(needed, 5);
+    }
+}
+
+TEST_F(DLPCacheMgrMemoryTest, QueryWithoutAnyMemoryFails) {
+    QVKKeywordMatchResult result;
+    EXPECT_EQ(WithoutMemory([&] { return Ask(param_, result); }), -55);
+}
+
+TEST_F(DLPCacheMgrMemoryTest, QueryTplWithoutAnyMemoryFails) {
+    QVKKeywordMatchResult result;
+    *result.check_param = param_;
+    EXPECT_FALSE(WithoutMemory([&] { return Front().QueryTpl(result); }));
+}
+
+TEST_F(DLPCacheMgrMemoryTest, NodeAndItemQueriesWithoutAnyMemoryFail) {
+    QVKKeywordFileItem const& asked = param_.file_items[0];
+    QVKKeywordMatchNode node;
+    QVKKeywordMatchItem item;
+    EXPECT_FALSE(WithoutMemory([&] { return Front().QueryMatchNode(asked.file_nodes[0], asked.tpl_ids, true, node); }));
+    EXPECT_FALSE(WithoutMemory([&] { return Front().QueryMatchItem(asked, item); }));
+}
+
+TEST_F(DLPCacheMgrMemoryTest, StoringWithoutAnyMemoryFails) {
+    QVKKeywordMatchResult result;
+    result.match_items.resize(1);
+    result.match_items[0].match_nodes = {Scanned('b')};
+    QVKKeywordMatchNode& node = result.match_items[0].match_nodes[0];
+    AddMatch(node, "t1");
+    EXPECT_EQ(WithoutMemory([&] { return Front().AddMatchNode(node); }), -50);
+    EXPECT_EQ(WithoutMemory([&] { return Front().AddMatchItem(result.match_items[0]); }), -50);
+    EXPECT_EQ(WithoutMemory([&] { return Front().AddTpl(result); }), -50);
+}
+
+TEST_F(DLPCacheMgrMemoryTest, StoringEitherKeepsTheWholeAnswerOrNone) {
+    char letter = 'b';
+    // Few enough contents for the alphabet: one is used per allocation that fails.
+    for (long nth = 1;; nth += 3, ++letter) {
+        ASSERT_LE(letter, 'z');
+        QVKKeywordMatchNode node = Scanned(letter);
+        AddMatch(node, "t1", 3);
+        bool happened = false;
+        int code = 0;
+        {
+            AllocationFailure const failure(nth);
+            code = Front().AddMatchNode(node);
+            happened = failure.Happened();
+        }
+        EXPECT_THAT(code, AnyOf(0, -50));
+        QVKKeywordMatchNode const answer = AskNode(letter, Ids({"t1"}));
+        EXPECT_EQ(answer.tips->sens_result, answer.matched_tpl_ids.empty() ? HString() : HString("word t1(3)\n"));
+        EXPECT_TRUE(answer.unmatched_tpl_ids.empty());
+        if (!happened) break;
+    }
+    EXPECT_GT(letter, 'b');
+}
+
+TEST_F(DLPCacheMgrMemoryTest, FailedQueryIsLoggedOnceMemoryIsThere) {
+    LogLines log;
+    QVKKeywordMatchResult result;
+    int code = 0;
+    {
+        AllocationFailure const failure(1);  // the copy of the check param
+        code = Ask(param_, result);
+    }
+    EXPECT_EQ(code, -55);
+    EXPECT_THAT(log.TakeTexts(), testing::ElementsAre("QueryCache, Line:43, ASSERT_FALSE"));
+}
+
+TEST_F(DLPCacheMgrMemoryTest, VerdictsWithoutMemoryAreEmpty) {
+    QVKKeywordMatchNode node;
+    AddMatch(node, "t1", 3);
+    QVKReportKeywordAttachItem& item = node.attach_nodes[0].items[0];
+    item.rule_type = 1;
+    item.rule_text = "a word that is longer than a short text's own space";
+    EXPECT_EQ(WithoutMemory([&] { return Front().GetSensResult(node); }), HString());
+    EXPECT_EQ(WithoutMemory([&] { return Front().GetSensResultByRuleContent(item); }), HString());
+    item.sub_type = 2001;
+    EXPECT_EQ(WithoutMemory([&] { return Front().GetSensResultByRuleAttr(item); }), HString());
+    item.sub_type = 3001;
+    EXPECT_EQ(WithoutMemory([&] { return Front().GetSensResultByRuleClassify(item); }), HString());
+}
+
+TEST_F(DLPCacheMgrMemoryTest, VerdictIsWholeOrEmpty) {
+    QVKKeywordMatchNode node;
+    for (char const* id : {"t1", "t2", "t3"})
+        AddMatch(node, id, 3);
+    for (auto& attach_node : node.attach_nodes) {
+        attach_node.items[0].rule_type = 1;
+        attach_node.items[0].rule_text = "a word of some length";
+    }
+    HString const line = "a word of some length(3)\n";
+    HString whole;
+    whole << line << line << line;
+    HString verdict;
+    auto const word = [&] { verdict = Front().GetSensResult(node); };
+    long const needed = WithEachAllocationFailing(Extent::kOne, word, [&](bool failed) {
+        EXPECT_TRUE(verdict == whole || (failed && verdict.empty())) << verdict.get_str();
+    });
+    EXPECT_GT(needed, 3);
+}
+
+TEST_F(DLPCacheMgrMemoryTest, VersionCheckNeverWipesACurrentRoot) {
+    TempRoot const other;
+    std::filesystem::create_directories(other / "cache/kept");
+    std::string const stamp = "[DLP]\nmajor=3\nbranch=2306\nminor=4\nrevise=13\nmodule=1\ncache=4\n";
+    WriteBytes(other / "cache/Version.ini", stamp);
+    for (Extent const extent : {Extent::kOne, Extent::kAllFromThere}) {
+        long const needed = WithEachAllocationFailing(extent, CheckModuleVersion, [&](bool) {
+            EXPECT_TRUE(Exists(other / "cache/kept"));
+            EXPECT_EQ(ReadBytes(other / "cache/Version.ini"), stamp);
+        });
+        EXPECT_GT(needed, 1);
+    }
+}
+
+}  // namespace
