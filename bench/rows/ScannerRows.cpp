@@ -1,0 +1,7 @@
+#include "bench/rows/Rows.h"
+
+namespace bench {
+
+void AddScannerRows() {}
+
+}  // namespace bench
