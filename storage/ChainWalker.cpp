@@ -9,7 +9,8 @@ namespace DLPCache {
 
 namespace {
 
-constexpr int kSlotSize = IndexKey::kSize;
+constexpr long long kHeadSize = IndexHead::kSize;
+constexpr long long kSlotSize = IndexKey::kSize;
 constexpr long long kShortChain = 4;              // slots read singly before the file's size is asked
 constexpr int kSinglesBeforeBlock = 16;           // slots read singly before blocks are tried again
 constexpr std::size_t kLeastBlock = 4 * 1024;     // bytes
@@ -28,8 +29,7 @@ ChainWalker::Step ChainWalker::MoveTo(long long position) noexcept {
     if (position < 0 || (slots_counted_ && steps_ > slots_)) return Step::kUnreachable;
     if (!Read(position)) return WithinFile() ? Step::kShort : Step::kUnreachable;
     // A slot that was read shows how many slots the file has at least, so that short chains need not ask.
-    if (!slots_counted_)
-        slots_ = std::max(slots_, (position + kSlotSize - static_cast<int>(IndexHead::kSize)) / kSlotSize);
+    if (!slots_counted_) slots_ = std::max(slots_, (position + kSlotSize - kHeadSize) / kSlotSize);
     return WithinFile() ? Step::kSlot : Step::kUnreachable;
 }
 
@@ -42,7 +42,7 @@ void ChainWalker::CountSlots() noexcept {
     if (slots_counted_) return;
     slots_counted_ = true;
     long long const size = file_.get_now_size();
-    slots_ = std::max(1LL, (size - static_cast<int>(IndexHead::kSize)) / kSlotSize);
+    slots_ = std::max(1LL, (size - kHeadSize + kSlotSize - 1) / kSlotSize);
 }
 
 bool ChainWalker::Read(long long position) noexcept {

@@ -15,9 +15,9 @@ namespace DLPCache {
 // positioned read of 57 bytes per slot would give; a chain of more than a few slots is read ahead in blocks that grow
 // while they serve many slots and shrink to single reads where the chain jumps about.
 //
-// No chain is walked further than its file has slots (27 + 57 bytes for the first, 57 for each more): what lies beyond
-// is out of reach. The file stays the caller's, its position is undefined afterwards. One walker, one chain, one
-// thread. Without memory for blocks it reads slot by slot.
+// No chain is walked further than its file has slots, one that is cut short at the end included: what lies beyond is
+// out of reach. The file stays the caller's, its position is undefined afterwards. One walker, one chain, one thread.
+// Without memory for blocks it reads slot by slot.
 class ChainWalker {
   public:
     enum class Step {
