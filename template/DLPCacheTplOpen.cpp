@@ -71,8 +71,9 @@ void DLPCacheTpl::Open(QVKConfigKeywordTemplateNode const& tpl, HString const& m
         // Answers are thrown away only for what was read.
         if (found == Snapshot::kUnknown) return;
         kTplLog.Write(DLPCache::kLogWarning, 722, "template cache is out of date, made anew, dir: ", directory);
-        if (DLPCache::DeleteTplDirectory(directory) != 0 || !DLPCache::MakeTplDirectory(id, md5)) return;
     }
+    // Also what an interrupted deletion left behind: an index without its data file would tell answers of other files.
+    if (DLPCache::DeleteTplDirectory(directory) != 0 || !DLPCache::MakeTplDirectory(id, md5)) return;
     if (MakeSnapshot(tpl, md5, directory)) OpenStore(directory, bucket_count);
 }
 

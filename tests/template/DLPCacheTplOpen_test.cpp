@@ -191,11 +191,24 @@ TEST_F(DLPCacheTplOpenTest, SnapshotWithoutTheTemplateIsReplaced) {
     EXPECT_EQ(FindOne(*Open()), 0);
 }
 
-TEST_F(DLPCacheTplOpenTest, IncompleteDirectoryIsCompleted) {
+TEST_F(DLPCacheTplOpenTest, IncompleteDirectoryIsMadeAnew) {
     Prepare();
     fs::remove(Dir() + "KeywordTemplate.arc");
     WriteBytes(Dir() + "KeywordFormatItem.arc", "half");
-    EXPECT_EQ(FindOne(*Open()), 2);
+    fs::create_directories(Dir() + "foreign/deep");
+    auto const cache = Open();
+    EXPECT_EQ(FindOne(*cache), 0);
+    EXPECT_EQ(AddOne(*cache), 1);
+    EXPECT_THAT(Files(Dir()), testing::Not(Contains("foreign")));
+}
+
+TEST_F(DLPCacheTplOpenTest, IndexThatLostItsDataFileTellsNoAnswersOfOtherFiles) {
+    Prepare();
+    fs::remove(Dir() + "KeywordTemplate.arc");
+    fs::remove(Dir() + "cache");
+    auto const cache = Open();
+    ASSERT_EQ(cache->Add(HString("other"), TwoItems(), MakeText("text"), "name"), 1);
+    EXPECT_EQ(FindOne(*cache), 0);
 }
 
 TEST_F(DLPCacheTplOpenTest, SnapshotHoldsWhatTheTemplateDependsOnAndNoMore) {

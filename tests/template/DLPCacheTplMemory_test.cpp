@@ -1,0 +1,151 @@
+// Memory that runs out.
+#include <filesystem>
+#include <functional>
+
+#include "host/policy/KwDefineMgr.h"
+#include "template/DLPCacheTplMgr.h"
+#include "template/DLPCacheTplNode.h"
+#include "tests/support/fault/AllocationFailure.h"
+#include "tests/template/TplFixture.h"
+
+namespace {
+
+using testing::AnyOf;
+using testing::Lt;
+using Extent = AllocationFailure::Extent;
+
+class DLPCacheTplMemoryTest : public TplFixture {
+  protected:
+    DLPCacheTplMemoryTest() { DLPCacheTplMgr const stamped; }
+
+    // Runs `work` with every allocation failing in turn, alone and with all that follow. `check` comes after each.
+    static void WithEveryFailure(std::function<void()> const& work, std::function<void()> const& check) {
+        for (Extent const extent : {Extent::kOne, Extent::kAllFromThere}) {
+            for (long nth = 1; Happened(work, nth, extent); ++nth) {
+                SCOPED_TRACE(testing::Message() << "allocation " << nth);
+                check();
+                if (HasFailure()) return;
+            }
+        }
+    }
+    static bool Happened(std::function<void()> const& work, long nth, Extent extent) {
+        AllocationFailure const failure(nth, extent);
+        work();
+        return failure.Happened();
+    }
+    static int AddOne(DLPCacheTpl const& cache) {
+        return cache.Add(MakeKey("a.txt", "key"), TwoItems(), MakeText("text"), "name");
+    }
+
+    QVKReportKeywordAttachNode const node_ = TwoItems();
+    QVKKeywordText const text_ = MakeText("text");
+    HString const name_ = "name";
+    DLPCacheTpl::Key const key_ = MakeKey("a.txt", "key");
+};
+
+TEST_F(DLPCacheTplMemoryTest, OpeningDeletesNothing) {
+    ASSERT_EQ(AddOne(*Open()), 1);
+    auto const before = Files(Dir());
+    QVKConfigKeywordTemplateNode const& tpl = Current();
+    HString const md5 = CurrentMd5();
+    WithEveryFailure([&] { DLPCacheTpl const cache(tpl, md5); }, [&] { EXPECT_EQ(Files(Dir()), before); });
+    EXPECT_EQ(FindIn(*Open(), key_).code, 2);
+}
+
+TEST_F(DLPCacheTplMemoryTest, StartingDeletesNothing) {
+    ASSERT_EQ(AddOne(*Open()), 1);
+    auto const before = Files(Dir());
+    WithEveryFailure([] { DLPCacheTplMgr const manager; }, [&] { EXPECT_EQ(Files(Dir()), before); });
+    EXPECT_EQ(FindIn(*Open(), key_).code, 2);
+}
+
+TEST_F(DLPCacheTplMemoryTest, MakingLeavesNothingUnusable) {
+    QVKConfigKeywordTemplateNode const& tpl = Current();
+    HString const md5 = CurrentMd5();
+    WithEveryFailure(
+        [&] {
+            DLPCacheTplMgr manager;
+            DLPCacheTpl const* const cache = manager.GetCache(tpl, md5);
+            if (cache) cache->Add(key_, node_, text_, name_);
+        },
+        [&] {
+            DLPCacheTplMgr manager;
+            DLPCacheTpl const* const cache = manager.GetCache(tpl, md5);
+            ASSERT_NE(cache, nullptr);
+            int const found = FindIn(*cache, key_).code;
+            EXPECT_THAT(found, AnyOf(0, 2));
+            if (found == 0) {
+                EXPECT_EQ(AddOne(*cache), 1);
+            }
+            EXPECT_EQ(FindIn(*cache, key_).code, 2);
+            std::filesystem::remove_all(root_ / "cache/template");
+        });
+}
+
+class FaultyAnswerTest : public DLPCacheTplMemoryTest, public testing::WithParamInterface<int> {
+  protected:
+    void SetUp() override { AddRule("R3", GetParam()); }
+};
+INSTANTIATE_TEST_SUITE_P(SubTypes, FaultyAnswerTest, testing::Values(1001, 2001));
+
+TEST_P(FaultyAnswerTest, FindIsWholeOrFails) {
+    auto const cache = Open();
+    ASSERT_EQ(AddOne(*cache), 1);
+    Found const whole = FindIn(*cache, key_);
+    ASSERT_EQ(whole.code, 2);
+    Found found;
+    WithEveryFailure(
+        [&] {
+            found = Found();
+            found.code = cache->Find(key_, found.node, found.text, found.stored_name);
+        },
+        [&] {
+            EXPECT_THAT(found.code, AnyOf(2, Lt(0)));
+            if (found.code == 2) {
+                EXPECT_EQ(found.node, whole.node);
+            }
+        });
+}
+
+TEST_P(FaultyAnswerTest, AddIsWholeOrFails) {
+    auto cache = Open();
+    int code = 0;
+    WithEveryFailure([&] { code = cache->Add(key_, node_, text_, name_); },
+                     [&] {
+                         EXPECT_THAT(code, AnyOf(1, Lt(0)));
+                         EXPECT_EQ(FindIn(*cache, HString()).code, 0);  // nothing under an empty key
+                         EXPECT_THAT(FindIn(*cache, key_).code, code == 1 ? AnyOf(2, 2) : AnyOf(0, 2));
+                         std::filesystem::remove_all(root_ / "cache/template");
+                         cache = Open();
+                     });
+}
+
+TEST_F(DLPCacheTplMemoryTest, RuleThatCannotBeMadeIsLogged) {
+    LogLines log;
+    DLPCache::TplNode record;
+    record.rules.reserve(1);
+    AllocationFailure const failure(1);
+    EXPECT_FALSE(record.SetKeywordAttach(node_, text_));
+    EXPECT_THAT(log.TakeTexts(), testing::ElementsAre("SetKeywordAttach, Line:229, ASSERT_NULL"));
+}
+
+TEST_F(DLPCacheTplMemoryTest, DeletedCacheIsForgottenOrKept) {
+    QVKConfigKeywordTemplateNode const& tpl = Current();
+    HString const md5 = CurrentMd5();
+    DLPCacheTplMgr manager;
+    bool deleted = false;
+    WithEveryFailure(
+        [&] {
+            if (!manager.GetCache(tpl, md5)) return;
+            deleted = manager.DeleteCache(md5);
+        },
+        [&] {
+            if (deleted) {
+                EXPECT_FALSE(Exists(Dir() + "KeywordTemplate.arc"));
+            }
+            deleted = false;
+            EXPECT_NE(manager.GetCache(tpl, md5), nullptr);
+        });
+}
+
+}  // namespace
