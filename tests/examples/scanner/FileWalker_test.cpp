@@ -1,0 +1,65 @@
+#include "examples/scanner/FileWalker.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+#include "tests/examples/scanner/TempTree.h"
+
+namespace scanner {
+namespace {
+
+using testing::ElementsAre;
+
+TEST(FileWalks, ListRegularFilesInByteOrder) {
+    TempTree const tree;
+    for (char const* name : {"b/2", "b/1", "b.txt", "a/deep/er/x", "B"})
+        tree.Write(name, "");
+    EXPECT_THAT(WalkFiles({tree.Path()}, "").files,
+                ElementsAre(tree / "B", tree / "a/deep/er/x", tree / "b.txt", tree / "b/1", tree / "b/2"));
+}
+
+TEST(FileWalks, ListAFileOnceHoweverOftenItIsNamed) {
+    TempTree const tree;
+    std::string const file = tree.Write("d/x", "");
+    EXPECT_THAT(WalkFiles({tree.Path(), tree / "d", file}, "").files, ElementsAre(file));
+}
+
+TEST(FileWalks, TakeNamesThatAreNotUtf8) {
+    TempTree const tree;
+    std::string const file = tree.Write("\xff\xfe name\n", "");
+    EXPECT_THAT(WalkFiles({tree.Path()}, "").files, ElementsAre(file));
+}
+
+TEST(FileWalks, SkipLinksAndSpecialFiles) {
+    TempTree const tree;
+    std::string const file = tree.Write("d/x", "");
+    std::filesystem::create_symlink(file, tree / "link");
+    std::filesystem::create_directory_symlink(tree.Path(), tree / "d/up");
+    ASSERT_EQ(::mkfifo((tree / "fifo").c_str(), 0600), 0);
+    EXPECT_THAT(WalkFiles({tree.Path()}, "").files, ElementsAre(file));
+}
+
+TEST(FileWalks, FollowALinkThatTheCallerNames) {
+    TempTree const tree;
+    std::string const file = tree.Write("d/x", "");
+    std::filesystem::create_directory_symlink(tree / "d", tree / "link");
+    EXPECT_THAT(WalkFiles({tree / "link"}, "").files, ElementsAre(std::filesystem::canonical(file).string()));
+}
+
+TEST(FileWalks, LeaveOutTheExcludedDirectory) {
+    TempTree const tree;
+    std::string const file = tree.Write("x", "");
+    tree.Write("root/cache/index", "");
+    EXPECT_THAT(WalkFiles({tree.Path()}, tree / "root").files, ElementsAre(file));
+}
+
+TEST(FileWalks, RefuseANamedPathThatDoesNotExist) {
+    TempTree const tree;
+    EXPECT_THROW((void)WalkFiles({tree / "missing"}, ""), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace scanner

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+
+#include "examples/scanner/Policy.h"
+#include "examples/scanner/TemplateFile.h"
+#include "host/policy/KwLocateMgr.h"
+#include "tests/examples/scanner/TempTree.h"
+
+// A root directory of the process with small indexes, and templates to put in force below it.
+class PolicyRoot {
+  public:
+    PolicyRoot() {
+        tree_.Write("root/ini/DLPService.ini", "[DLPCache]\niIndexBucketSize=1009\n");
+        KwLocateMgr::pins()->set_root(HString(tree_ / "root"));
+    }
+
+    [[nodiscard]] TempTree const& tree() const { return tree_; }
+
+    // Three templates in the order "names", "words", "mails"; `word` is the keyword of the second one.
+    static KwDefinitions Definitions(std::string const& word) {
+        return scanner::ParseTemplates(R"({"data_classes": [{"id": "c", "name": "C"}],
+            "data_levels": [{"id": "l", "name": "L", "level": 1}], "templates": [
+            {"id": "names", "name": "N", "data_class": "c", "data_level": "l",
+             "rules": [{"id": "n", "name": "N", "type": "file_name", "text": "*.pem"}]},
+            {"id": "words", "name": "W", "data_class": "c", "data_level": "l",
+             "rules": [{"id": "w", "name": "W", "type": "keyword", "text": ")" +
+                                           word + R"("}]},
+            {"id": "mails", "name": "M", "data_class": "c", "data_level": "l",
+             "rules": [{"id": "m", "name": "M", "type": "email"}]}]})",
+                                       "test");
+    }
+
+  private:
+    TempTree tree_;
+};

@@ -1,0 +1,73 @@
+#include "examples/scanner/Summary.h"
+
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "examples/scanner/Digest.h"
+
+namespace scanner {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::Pair;
+
+FileOutcome Read(std::string verdict) {
+    return {.read = true, .sensitive = !verdict.empty(), .verdict = std::move(verdict), .trouble = ""};
+}
+
+Summary SummaryOf(std::vector<std::string> const& files, std::vector<FileOutcome> const& outcomes) {
+    Summary summary(0);
+    Summarize(files, outcomes, summary);
+    return summary;
+}
+
+TEST(Summaries, DigestPathsAndVerdicts) {
+    Digest digest(Digest::Kind::kSha256);
+    std::string const hashed("/a\0/b\0x\n\0", 9);
+    std::string const order = std::string("/a\0\0", 4) + std::string("/b\0x\n\0", 6);
+    EXPECT_EQ(SummaryOf({"/a", "/b"}, {Read(""), Read("x\n")}).digest, digest.Of(order));
+    EXPECT_NE(SummaryOf({"/a", "/b"}, {Read(""), Read("x\n")}).digest, digest.Of(hashed));
+}
+
+TEST(Summaries, LeaveUnreadFilesOutOfTheDigest) {
+    EXPECT_EQ(SummaryOf({"/a", "/b"}, {Read("x\n"), FileOutcome()}).digest, SummaryOf({"/a"}, {Read("x\n")}).digest);
+}
+
+TEST(Summaries, CountInHowManyFilesAVerdictLineOccurs) {
+    Summary const summary = SummaryOf({"/a", "/b", "/c"}, {Read("x\nx\n"), Read("y\nx\n"), Read("z\n")});
+    EXPECT_THAT(summary.top_verdicts, ElementsAre(Pair("x", 2), Pair("y", 1), Pair("z", 1)));
+}
+
+TEST(Summaries, KeepTheFiveMostFrequentLines) {
+    Summary const summary = SummaryOf({"/a", "/b"}, {Read("a\nb\nc\nd\ne\nf\n"), Read("f\n")});
+    EXPECT_EQ(summary.top_verdicts.size(), 5U);
+    EXPECT_EQ(summary.top_verdicts.front().first, "f");
+}
+
+TEST(Summaries, AsJsonParseWhateverTheFileNames) {
+    std::ostringstream out;
+    PrintJson(SummaryOf({"/\xff\n\"x"}, {Read("\xfe(1)\n")}), out);
+    auto const json = nlohmann::json::parse(out.str());
+    EXPECT_EQ(json.at("sensitive").at(0).at("path"), "/\xef\xbf\xbd\n\"x");
+    EXPECT_EQ(json.at("sensitive").at(0).at("path_hex"), "2fff0a2278");
+}
+
+TEST(Summaries, AsTextShowNoControlCharacters) {
+    std::ostringstream out;
+    PrintText(SummaryOf({"/a\x1b[2J"}, {Read("x\ty\n")}), true, false, out);
+    EXPECT_THAT(out.str(), HasSubstr("/a\\x1b[2J\n    x\\x09y\n"));
+    EXPECT_THAT(out.str(), Not(HasSubstr("\x1b")));
+}
+
+TEST(Summaries, AsTextListFilesOnlyWhenAsked) {
+    std::ostringstream out;
+    PrintText(SummaryOf({"/a"}, {Read("x\n")}), false, false, out);
+    EXPECT_THAT(out.str(), Not(HasSubstr("/a")));
+}
+
+}  // namespace
+}  // namespace scanner
