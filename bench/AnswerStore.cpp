@@ -33,7 +33,8 @@ AnswerStore::AnswerStore(std::size_t answers)
     : index_path_(directory_.File("index")),
       data_path_(directory_.File("cache")),
       manager_(kBuckets, HString(index_path_), HString(data_path_)),
-      index_(HString(index_path_)) {
+      index_(HString(index_path_)),
+      added_(answers) {
     for (std::size_t i = 0; i < answers; ++i) {
         Value value = ValueOf(i);
         keys_.emplace_back(KeyOf(i));
