@@ -20,7 +20,7 @@ constexpr std::size_t kBytesWorthASlot = 2048;
 
 }  // namespace
 
-ChainWalker::Step ChainWalker::MoveTo(long long position) noexcept {
+ChainWalker::Step ChainWalker::Fetch(long long position) noexcept {
     ++steps_;
     if (steps_ == kShortChain + 1) {
         CountSlots();
@@ -46,7 +46,6 @@ void ChainWalker::CountSlots() noexcept {
 }
 
 bool ChainWalker::Read(long long position) noexcept {
-    if (ServeFromBlock(position)) return true;
     AdaptBlock();
     return read_ahead_ == 0 ? ReadSingle(position) : ReadBlock(position);
 }
@@ -57,21 +56,13 @@ bool ChainWalker::ReadSingle(long long position) noexcept {
     return file_.set_pointer(position) == 0 && file_.read(single_, kSlotSize) == kSlotSize;
 }
 
-bool ChainWalker::ServeFromBlock(long long position) noexcept {
-    if (position < block_position_ || block_length_ < IndexKey::kSize) return false;
-    auto const start = static_cast<unsigned long long>(position - block_position_);
-    if (start > block_length_ - IndexKey::kSize) return false;
-    slot_ = block_.get() + start;
-    ++block_served_;
-    return true;
-}
-
 bool ChainWalker::ReadBlock(long long position) noexcept {
     if (block_ == nullptr) block_.reset(new (std::nothrow) std::uint8_t[kLargestBlock]);
     if (block_ == nullptr) return ReadSingle(position);
     if (file_.set_pointer(position) != 0) return false;
-    block_position_ = position;
-    block_length_ = static_cast<std::size_t>(file_.read(block_.get(), static_cast<long long>(read_ahead_)));
+    long long const length = file_.read(block_.get(), static_cast<long long>(read_ahead_));
+    block_position_ = static_cast<unsigned long long>(position);
+    block_starts_ = length < kSlotSize ? 0 : static_cast<std::size_t>(length - kSlotSize + 1);
     block_served_ = 0;
     return ServeFromBlock(position);
 }
@@ -82,13 +73,13 @@ void ChainWalker::AdaptBlock() noexcept {
     if (read_ahead_ == 0) {
         if (singles_ < kSinglesBeforeBlock) return;
         read_ahead_ = kLeastBlock;
-    } else if (block_length_ != 0) {
+    } else if (block_starts_ != 0) {
         bool const worth = block_served_ * kBytesWorthASlot >= read_ahead_;
         read_ahead_ = worth ? std::min(read_ahead_ * 2, kLargestBlock) : read_ahead_ / 4;
         if (read_ahead_ < kLeastBlock) read_ahead_ = 0;
     }
     singles_ = 0;
-    block_length_ = 0;
+    block_starts_ = 0;
 }
 
 }  // namespace DLPCache

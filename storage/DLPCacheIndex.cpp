@@ -93,7 +93,8 @@ long long Next(ChainWalker::Bytes slot) noexcept {
 
 // Compares as zero-terminated texts. The key has 32 characters, so no more than 33 bytes of the slot are looked at.
 bool HoldsKey(ChainWalker::Bytes slot, std::string const& key) noexcept {
-    return std::strncmp(reinterpret_cast<char const*>(slot.data()), key.c_str(), kTextKeyLength + 1) == 0;
+    auto const* const held = reinterpret_cast<char const*>(slot.data());
+    return held[0] == key[0] && std::strncmp(held, key.c_str(), kTextKeyLength + 1) == 0;
 }
 
 void GivePlace(std::uint8_t const* slot, long long& offset, int& length) noexcept {
@@ -145,6 +146,7 @@ int AppendSlot(HFileBase& file, long long last_position, ChainWalker::Bytes last
     return kLog.Failed("Add", 222, kAssertFalse, kSlotNotWritten);
 }
 
+// The zeros go first and from the file's start, so that their pieces begin with a page each.
 bool WriteEmptyTable(HFileBase& file, int bucketCount) noexcept {
     IndexHead head;
     std::memcpy(head.tag, IndexHead::kTag, IndexHead::kTagWidth);
@@ -153,8 +155,8 @@ bool WriteEmptyTable(HFileBase& file, int bucketCount) noexcept {
     head.bucket_count = bucketCount;
     std::uint8_t bytes[IndexHead::kSize];
     EncodeIndexHead(head, bytes);
-    if (file.write(bytes, kHeadSize) != 0) return false;
-    if (bucketCount > 0 && file.write_zeros(bucketCount * kSlotSize) != 0) return false;
+    if (bucketCount > 0 && file.write_zeros(kHeadSize + bucketCount * kSlotSize) != 0) return false;
+    if (file.set_pointer(0) != 0 || file.write(bytes, kHeadSize) != 0) return false;
     return file.flush() == 0 && file.closex() == 0;
 }
 

@@ -2,13 +2,16 @@
 
 #include <memory>
 #include <new>
+#include <string_view>
 
 #include "host/base/HAutoMutex.h"
 #include "host/base/HFile.h"
 #include "host/base/HFileReader.h"
 #include "host/base/HFileWriter.h"
+#include "host/base/Md5.h"
 #include "host/base/NoThrow.h"
 #include "host/base/Retained.h"
+#include "host/base/Utf8Units.h"
 #include "storage/DLPCacheIndex.h"
 #include "storage/DLPCacheLog.h"
 
@@ -59,7 +62,13 @@ int Manager::GetIndexNumber() const noexcept {
 }
 
 std::string Manager::FormatIndexValue(HString const& key) const noexcept {
-    return NoThrow(std::string(), [&] { return key.get_md5_std_format(HString()).to_lower_case().get_str(0); });
+    // What get_md5_std_format_lower gives, without the detour over a wide text: look-ups spend a tenth of their time
+    // here.
+    Varnok::Md5 md5;
+    Varnok::ForEachNarrowPiece(key.view(), [&](std::string_view piece) { md5.Update(piece.data(), piece.size()); });
+    char hex[32];
+    Varnok::Md5::ToHexLower(md5.Finish(), hex);
+    return NoThrow(std::string(), [&] { return std::string(hex, sizeof hex); });
 }
 
 int Manager::Add(int key, unsigned char* buf, int len) const noexcept {
