@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "bench/AnswerStore.h"
 #include "bench/Require.h"
@@ -24,6 +24,7 @@ constexpr std::size_t kFiles = 4;
 // Gets ready and gives the operation, which is then called with 0, 1, ...
 using Prepare = std::function<std::function<void(std::size_t)>()>;
 struct Counted {
+    char const* name;
     char const* what;
     Prepare prepare;
 };
@@ -58,17 +59,16 @@ std::function<void(std::size_t)> Query(std::size_t templates) {
     return [&root, check = root.Check(0, 0, templates)](std::size_t) { root.Query(check); };
 }
 
-std::map<std::string, Counted> const& Operations() {
-    static std::map<std::string, Counted> const operations{
-        {"index-find", {"Index::Find, hit in the first slot", FindInIndex}},
-        {"manager-find", {"Manager::Find, hit", FindRecord}},
-        {"manager-miss", {"Manager::Find, miss", MissRecord}},
-        {"manager-add", {"Manager::Add, new key", AddRecord}},
-        {"template-find", {"DLPCacheTpl::Find, matched", FindInTemplate}},
-        {"query-1", {"QueryCache, one file, one template", [] { return Query(1); }}},
-        {"query-20", {"QueryCache, one file, 20 templates", [] { return Query(20); }}},
+std::vector<Counted> Operations() {
+    return {
+        {"index-find", "Index::Find, hit in the first slot", FindInIndex},
+        {"manager-find", "Manager::Find, hit", FindRecord},
+        {"manager-miss", "Manager::Find, miss", MissRecord},
+        {"manager-add", "Manager::Add, new key", AddRecord},
+        {"template-find", "DLPCacheTpl::Find, matched", FindInTemplate},
+        {"query-1", "QueryCache, one file, one template, full hit", [] { return Query(1); }},
+        {"query-20", "QueryCache, one file, 20 templates, full hit", [] { return Query(20); }},
     };
-    return operations;
 }
 
 // The other stores, opened per operation: "SQLite-hit", "SQLite-fast-hit" and so on.
@@ -111,16 +111,17 @@ void RunPeer(PeerCall const& call, std::size_t count) {
 }
 
 int List(std::vector<PeerCall> const& peers) {
-    for (auto const& [name, operation] : Operations())
-        std::printf("%s %s\n", name.c_str(), operation.what);
+    for (Counted const& counted : Operations())
+        std::printf("%s %s\n", counted.name, counted.what);
     for (PeerCall const& peer : peers)
         std::printf("%s %s\n", peer.name.c_str(), peer.what.c_str());
     return 0;
 }
 
 int Run(std::string const& name, std::size_t count, std::vector<PeerCall> const& peers) {
-    if (auto const own = Operations().find(name); own != Operations().end()) {
-        auto const operation = own->second.prepare();
+    for (Counted const& counted : Operations()) {
+        if (counted.name != name) continue;
+        auto const operation = counted.prepare();
         for (std::size_t i = 0; i < count; ++i)
             operation(i);
         return 0;
