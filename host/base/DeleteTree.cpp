@@ -63,7 +63,7 @@ class TreeRemoval {
         if (int const error = scan.Open(current_.Get(), "."); error != 0) return Note(error);
         while (auto const* entry = scan.Next()) {
             if (entry->d_type != DT_DIR && ::unlinkat(scan.Fd(), entry->d_name, 0) == 0) continue;
-            if (entry->d_type == DT_DIR || errno == EISDIR) {
+            if (entry->d_type == DT_DIR || errno == EISDIR || (entry->d_type == DT_UNKNOWN && errno == EPERM)) {
                 directories.emplace_back(entry->d_name);
             } else {
                 Note(errno);

@@ -38,7 +38,9 @@ long long HFileBase::read(void* buf, long long n) noexcept {
 
 int HFileBase::write(void const* buf, long long n) noexcept {
     if (n < 0) return EINVAL;
-    if (get_current_pointer() < 0) return set_pointer_to_end();
+    if (position_ == kAtEnd) {
+        if (int const unknown = set_pointer_to_end(); unknown != 0) return unknown;
+    }
     int const error = Varnok::WriteAt(fd_, buf, static_cast<std::size_t>(n), position_);
     if (error == 0) position_ += n;
     return error;

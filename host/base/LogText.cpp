@@ -1,5 +1,6 @@
 #include "host/base/LogText.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <ctime>
@@ -26,31 +27,46 @@ bool IsControl(std::string_view character) noexcept {
     return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
 }
 
-void AppendCharacter(std::string& line, std::string_view character) {
-    if (character == "\n") {
+// Length of the run of ordinary ASCII characters at the front.
+std::size_t OrdinaryRun(std::string_view text) noexcept {
+    auto const is_odd = [](char c) { return c < ' ' || c == '\x7F'; };
+    return static_cast<std::size_t>(std::find_if(text.begin(), text.end(), is_odd) - text.begin());
+}
+
+void AppendControl(std::string& line, std::string_view control) {
+    if (control == "\n") {
         line += "\\n";
-    } else if (character == "\r") {
+    } else if (control == "\r") {
         line += "\\r";
-    } else if (character == "\t") {
+    } else if (control == "\t") {
         line += "\\t";
-    } else if (IsControl(character)) {
+    } else {
+        AppendHex(line, control);
+    }
+}
+
+// Appends the character, or the byte that is none, at the front of `text`; returns its length.
+std::size_t AppendOdd(std::string& line, std::string_view text) {
+    std::size_t const length = SequenceLength(text);
+    std::string_view const character = text.substr(0, std::max<std::size_t>(length, 1));
+    if (length == 0) {
         AppendHex(line, character);
+    } else if (IsControl(character)) {
+        AppendControl(line, character);
     } else {
         line += character;
     }
+    return character.size();
 }
 
 }  // namespace
 
 void AppendEscaped(std::string& line, std::string_view text) {
     while (!text.empty()) {
-        std::size_t const length = SequenceLength(text);
-        if (length == 0) {
-            AppendHex(line, text.substr(0, 1));
-        } else {
-            AppendCharacter(line, text.substr(0, length));
-        }
-        text.remove_prefix(length == 0 ? 1 : length);
+        std::size_t const run = OrdinaryRun(text);
+        line += text.substr(0, run);
+        text.remove_prefix(run);
+        if (!text.empty()) text.remove_prefix(AppendOdd(line, text));
     }
 }
 

@@ -1,0 +1,174 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+
+#include "host/base/Global.h"
+#include "host/base/HDirSnap.h"
+#include "host/base/HFile.h"
+#include "host/base/HFileLog.h"
+#include "host/base/HFileReader.h"
+#include "host/base/HFileWriter.h"
+#include "host/base/HIniFileHelper.h"
+#include "host/base/HTimeHelper.h"
+#include "host/base/Language.h"
+#include "host/base/LocateMgr.h"
+#include "tests/support/TempRoot.h"
+#include "tests/support/fault/AllocationFailure.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Fails each allocation of `work` in turn, until it needs fewer; returns how many failed. `check` sees what `work`
+// returned and whether an allocation failed.
+template <class Work, class Check>
+int FailEachAllocation(Work&& work, Check&& check) {
+    bool happened = true;
+    int nth = 0;
+    while (happened) {
+        ++nth;
+        auto const result = [&] {
+            AllocationFailure const failure(nth);
+            auto made = work();
+            happened = failure.Happened();
+            return made;
+        }();
+        check(result, happened);
+    }
+    return nth - 1;
+}
+
+struct NoMemoryTest : testing::Test {
+    TempRoot root;
+    HString path = HString(root / "a file whose name does not fit into the string object itself");
+};
+
+TEST_F(NoMemoryTest, PathsBecomeEmpty) {
+    int const failed = FailEachAllocation([] { return Varnok::LocateMgr::pins()->get_log_path(true); },
+                                          [this](HString const& result, bool happened) {
+                                              EXPECT_TRUE(happened ? result.empty() : result == HString(root / "log/"));
+                                          });
+    EXPECT_GT(failed, 0);
+}
+
+TEST_F(NoMemoryTest, OpeningAndMovingBytesNeedsNone) {
+    std::string const big(200000, 'x');
+    AllocationFailure const failure(1, AllocationFailure::Extent::kAllFromThere);
+    HFileWriter writer;
+    EXPECT_EQ(writer.create(path, true), 0);
+    EXPECT_EQ(writer.write(big.data(), 200000), 0);
+    EXPECT_EQ(writer.write_zeros(200000), 0);
+    EXPECT_EQ(writer.closex(), 0);
+    HFileReader reader;
+    char byte = 0;
+    EXPECT_EQ(reader.open(path), 0);
+    EXPECT_EQ(reader.read(&byte, 1), 1);
+    EXPECT_TRUE(HFile::IsFileExistFile(path));
+    EXPECT_EQ(HFile::replace_file(path, "new", 3), 0);
+    EXPECT_EQ(HFile::GetFileLen(path), 3);
+    EXPECT_FALSE(failure.Happened());
+}
+
+TEST_F(NoMemoryTest, Md5NeedsTheResultOnly) {
+    HString const text(std::string(10000, 'x'));
+    AllocationFailure const count(0);
+    HString const digest = text.get_md5_std_format("");
+    EXPECT_EQ(count.Count(), 1);
+    EXPECT_EQ(digest.length(), 32);
+}
+
+TEST_F(NoMemoryTest, ReadFileTellsIt) {
+    WriteBytes(path.get_str(), std::string(100, 'x'));
+    std::string content;
+    int const failed = FailEachAllocation([&] { return HFile::read_file(path, content, 1000); },
+                                          [](int result, bool happened) { EXPECT_EQ(result, happened ? ENOMEM : 0); });
+    EXPECT_EQ(failed, 1);
+    EXPECT_EQ(content, std::string(100, 'x'));
+}
+
+TEST_F(NoMemoryTest, DeleteTreeTellsIt) {
+    HString const dir = root / "dir";
+    AllocationFailure::Extent const one = AllocationFailure::Extent::kOne;
+    for (int nth = 1;; ++nth) {
+        fs::create_directories(root / "dir/a directory whose name is not short/and one below it");
+        AllocationFailure const failure(nth, one);
+        int const result = HFile::delete_dir_recur(dir);
+        if (!failure.Happened()) {
+            EXPECT_EQ(result, 0);
+            break;
+        }
+        EXPECT_EQ(result, ENOMEM);
+    }
+    EXPECT_FALSE(Exists(root / "dir"));
+}
+
+TEST_F(NoMemoryTest, SnapshotIsNone) {
+    fs::create_directories(root / "dir/a directory whose name is not short");
+    HString const dir = root / "dir";
+    int const failed = FailEachAllocation(
+        [&dir] {
+            HDirSnap snapshot;
+            snapshot.recursive = true;
+            snapshot.set_file(dir);
+            return snapshot.snap() ? static_cast<int>(snapshot.entries().size()) : -1;
+        },
+        [](int result, bool happened) { EXPECT_EQ(result, happened ? -1 : 1); });
+    EXPECT_GT(failed, 3);
+}
+
+TEST_F(NoMemoryTest, IniFileThatCannotBeReadIsNotReplaced) {
+    std::string const content = "[DLP]\na key that is longer than the string object=5\n";
+    WriteBytes(path.get_str(), content);
+    HString const section = "DLP";
+    HString const key = "a key that is longer than the string object";
+    int const failed = FailEachAllocation(
+        [&] {
+            HIniFileHelper ini;
+            int const read = ini.setFile(path);
+            int value = 0;
+            int const found = ini.read_int(section, key, value);
+            int const written = ini.write_int(section, key, 5);
+            int const all = ini.write_all();
+            return read == 0 && found == 0 && value == 5 && written == 0 && all == 0;
+        },
+        [&](bool result, bool happened) { EXPECT_NE(result, happened); });
+    EXPECT_GT(failed, 5);
+    EXPECT_EQ(ReadBytes(path.get_str()), content);
+}
+
+TEST_F(NoMemoryTest, LanguageTextsBecomeEmpty) {
+    HString const key = "DLP_LAN_RULE_SOCIAL_SECURITY";
+    HString const value = "3";
+    int const failed = FailEachAllocation([&] { return Varnok::Lan2(key, value); },
+                                          [](HString const& result, bool happened) {
+                                              // What failed is tried anew the next time, so that a text is never lost
+                                              // for good.
+                                              EXPECT_TRUE(happened || result == HString("Social security numbers: 3"));
+                                          });
+    EXPECT_GT(failed, 5);
+}
+
+TEST_F(NoMemoryTest, LogLinesAreLost) {
+    Varnok::Global::pins()->logging = 1;
+    HFileLog log;
+    log.set_check_mark_file(false);
+    log.set_name("a name that is longer than the string object itself");
+    int const failed = FailEachAllocation(
+        [&log] {
+            log.log(HFileLog::ins()->get(1, L"../DLPCacheIndex.cpp", 1) << "a line that is longer than sixteen bytes");
+            return 0;
+        },
+        [](int, bool) {});
+    Varnok::Global::pins()->logging = 0;
+    EXPECT_GT(failed, 3);
+    EXPECT_TRUE(Exists(root / "log/a name that is longer than the string object itself.log"));
+}
+
+TEST_F(NoMemoryTest, TimesBecomeEmpty) {
+    FailEachAllocation([] { return HTimeHelper::Int2Str2(0); },
+                       [](HString const& result, bool happened) { EXPECT_EQ(result.empty(), happened); });
+}
+
+}  // namespace
