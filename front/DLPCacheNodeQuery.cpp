@@ -81,7 +81,7 @@ void NodeQuery::TakeLevel(QVKConfigKeywordTemplateNode const& tpl, HString&& sto
     if (shown_level_ == 0 || shown_level_ > level->level) {
         shown_level_ = level->level;
         shown_ = level;
-        shown_level_id_ = tpl.data_level_id;
+        shown_tpl_ = &tpl;
         shown_name_ = std::move(stored_name);
         shown_attach_nodes_ = node_.attach_nodes.size();
         shown_text_ = node_.texts.size() - 1;
@@ -96,7 +96,7 @@ void NodeQuery::FillTips() {
     if (shown_ == nullptr) return;
     tips.data_level = shown_level_;
     tips.data_level_name = shown_->common->name;
-    tips.data_level_id = std::move(shown_level_id_);
+    tips.data_level_id = shown_tpl_->data_level_id;
     tips.sens_result = MakeVerdict(std::span(node_.attach_nodes).first(shown_attach_nodes_));
     tips.stored_name = std::move(shown_name_);
     tips.text = node_.texts[shown_text_];

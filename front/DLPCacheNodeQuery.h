@@ -41,7 +41,7 @@ class NodeQuery {
     // that the node had when the template was chosen: wording it at each choice would cost the square of the matches.
     int shown_level_;
     QVKConfigKeywordDataLevelNode const* shown_ = nullptr;  // null: the tips stay
-    HString shown_level_id_;
+    QVKConfigKeywordTemplateNode const* shown_tpl_ = nullptr;
     HString shown_name_;
     std::size_t shown_attach_nodes_ = 0;
     std::size_t shown_text_ = 0;

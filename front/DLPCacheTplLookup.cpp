@@ -20,7 +20,11 @@ TplLookup LookUpTpl(HString const& tpl_id) noexcept {
 
 DLPCacheTpl::Key MakeFileKey(QVKKeywordFileNode const& file_node) {
     DLPCacheTpl::Key key;
-    key.short_name = file_node.short_name.empty() ? file_node.file_path.get_short_name() : file_node.short_name;
+    if (file_node.short_name.empty()) {
+        key.short_name = file_node.file_path.get_short_name();
+    } else {
+        key.short_name = file_node.short_name;
+    }
     key.md5 = file_node.file_md5;
     return key;
 }

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstddef>
+#include <iterator>
 #include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -65,6 +68,9 @@ constexpr std::array kVolumeKeys = {"DLP_LAN_RULE_FILE_VOLUME_PAGE", "DLP_LAN_RU
                                     "DLP_LAN_RULE_FILE_VOLUME_WORD", "DLP_LAN_RULE_FILE_VOLUME_IMAGE",
                                     "DLP_LAN_RULE_FILE_VOLUME_EMBED"};
 
+// Verdicts are put together in a string of units: no line costs an allocation of its own.
+using Units = std::u16string;
+
 HString Fill(Wording const& wording, Item const& item) {
     switch (wording.value) {
         case Value::kRuleText:
@@ -84,69 +90,88 @@ HString Fill(Wording const& wording, Item const& item) {
     return HString();
 }
 
-// The text of the item's sub-type, or nothing when the table has none.
-HString FillFrom(std::span<Wording const> table, Item const& item) {
+// Appends the text of the item's sub-type, or nothing when the table has none.
+void AppendFrom(std::span<Wording const> table, Item const& item, Units& text) {
     auto const found = std::ranges::lower_bound(table, item.sub_type, {}, &Wording::sub_type);
-    if (found == table.end() || found->sub_type != item.sub_type) return HString();
-    return Fill(*found, item);
+    if (found != table.end() && found->sub_type == item.sub_type) text += Fill(*found, item).view();
 }
 
-HString KeywordText(Item const& item) {
-    if (item.match_text_2.not_empty()) return item.match_text_2;
-    HString text = item.rule_text;
-    return text << "(" << item.match_count << ")";
+void AppendNumber(long long number, Units& text) {
+    char digits[24];
+    auto const [end, error] = std::to_chars(std::begin(digits), std::end(digits), number);
+    text.append(digits, end);
 }
 
-HString VolumeText(HString const& volumes) {
+void AppendKeyword(Item const& item, Units& text) {
+    if (item.match_text_2.not_empty()) {
+        text += item.match_text_2.view();
+        return;
+    }
+    text += item.rule_text.view();
+    text += u'(';
+    AppendNumber(item.match_count, text);
+    text += u')';
+}
+
+void AppendVolume(HString const& volumes, Units& text) {
     std::vector<HString> parts;
     volumes.get_vt_str_by_sep(parts, ";");
-    HString text;
-    if (parts.size() != kVolumeKeys.size()) return text;
+    if (parts.size() != kVolumeKeys.size()) return;
     for (std::size_t i = 0; i < parts.size(); ++i) {
-        if (parts[i] == HString("0")) continue;
-        text << Varnok::Lan1(kVolumeKeys[i], parts[i]);
+        if (parts[i].view() == u"0") continue;
+        text += Varnok::Lan1(kVolumeKeys[i], parts[i]).view();
         // A separator that ends up last stays, but for its blank.
-        if (i + 1 < parts.size()) text << ", ";
+        if (i + 1 < parts.size()) text += u", ";
     }
-    return text;
 }
 
-// What is left of a text without blanks at its ends makes a line.
-HString Line(HString text) {
-    text.trim_both(" \t\r\n");
-    if (text.not_empty()) text << "\n";
-    return text;
+// What is left of the text from `start` on, without blanks at its ends, becomes a line.
+void EndLine(std::size_t start, Units& text) {
+    constexpr char16_t kBlanks[] = u" \t\r\n";
+    std::size_t const last = text.find_last_not_of(kBlanks);
+    text.resize(last == Units::npos || last < start ? start : last + 1);
+    if (text.size() == start) return;
+    text.erase(start, text.find_first_not_of(kBlanks, start) - start);
+    text += u'\n';
 }
 
-HString ContentLine(Item const& item) {
-    return Line(item.sub_type == kKeyword ? KeywordText(item) : FillFrom(kContent, item));
-}
-
-HString AttributeLine(Item const& item) {
-    return Line(item.sub_type == kVolume ? VolumeText(item.match_text_2) : FillFrom(kAttribute, item));
-}
-
-HString ClassificationLine(Item const& item) {
-    return Line(FillFrom(kClassification, item));
-}
-
-HString ExtensionLine(Item const& item) {
-    return item.sub_type == kExtension || item.sub_type == kExtensionOther ? HString("-\n") : HString();
-}
-
-HString RuleLine(Item const& item) {
-    switch (item.rule_type) {
-        case 1:
-            return ContentLine(item);
-        case 2:
-            return AttributeLine(item);
-        case 3:
-            return ClassificationLine(item);
-        case 4:
-            return ExtensionLine(item);
-        default:
-            return HString();
+void AppendContent(Item const& item, Units& text) {
+    if (item.sub_type == kKeyword) {
+        AppendKeyword(item, text);
+    } else {
+        AppendFrom(kContent, item, text);
     }
+}
+
+void AppendAttribute(Item const& item, Units& text) {
+    if (item.sub_type == kVolume) {
+        AppendVolume(item.match_text_2, text);
+    } else {
+        AppendFrom(kAttribute, item, text);
+    }
+}
+
+void AppendClassification(Item const& item, Units& text) {
+    AppendFrom(kClassification, item, text);
+}
+
+void AppendExtension(Item const& item, Units& text) {
+    if (item.sub_type == kExtension || item.sub_type == kExtensionOther) text += u'-';
+}
+
+using AppendRule = void (*)(Item const& item, Units& text);
+
+void AppendLine(AppendRule append, Item const& item, Units& text) {
+    std::size_t const start = text.size();
+    append(item, text);
+    EndLine(start, text);
+}
+
+// By rule type, from 1.
+constexpr AppendRule kKinds[] = {AppendContent, AppendAttribute, AppendClassification, AppendExtension};
+
+AppendRule KindOf(Item const& item) {
+    return item.rule_type >= 1 && item.rule_type <= 4 ? kKinds[item.rule_type - 1] : nullptr;
 }
 
 template <class Work>
@@ -154,15 +179,24 @@ HString GuardedText(char const* operation, Work&& work) noexcept {
     return DLPCache::Guarded(operation, DLPCache::kLineVerdictFailed, HString(), std::forward<Work>(work));
 }
 
+HString LineOf(char const* operation, AppendRule append, Item const& item) noexcept {
+    return GuardedText(operation, [&] {
+        Units text;
+        AppendLine(append, item, text);
+        return HString(std::move(text));
+    });
+}
+
 }  // namespace
 
 HString DLPCache::MakeVerdict(std::span<QVKReportKeywordAttachNode const> attach_nodes) {
-    HString verdict;
+    Units text;
     for (QVKReportKeywordAttachNode const& node : attach_nodes) {
-        for (Item const& item : node.items)
-            verdict << RuleLine(item);
+        for (Item const& item : node.items) {
+            if (AppendRule const append = KindOf(item)) AppendLine(append, item, text);
+        }
     }
-    return verdict;
+    return HString(std::move(text));
 }
 
 HString DLPCacheMgr::GetSensResult(QVKKeywordMatchResult const& result) const noexcept {
@@ -180,17 +214,17 @@ HString DLPCacheMgr::GetSensResult(QVKKeywordMatchNode const& node) const noexce
 }
 
 HString DLPCacheMgr::GetSensResultByRuleContent(QVKReportKeywordAttachItem const& item) const noexcept {
-    return GuardedText("GetSensResultByRuleContent", [&] { return ContentLine(item); });
+    return LineOf("GetSensResultByRuleContent", AppendContent, item);
 }
 
 HString DLPCacheMgr::GetSensResultByRuleAttr(QVKReportKeywordAttachItem const& item) const noexcept {
-    return GuardedText("GetSensResultByRuleAttr", [&] { return AttributeLine(item); });
+    return LineOf("GetSensResultByRuleAttr", AppendAttribute, item);
 }
 
 HString DLPCacheMgr::GetSensResultByRuleClassify(QVKReportKeywordAttachItem const& item) const noexcept {
-    return GuardedText("GetSensResultByRuleClassify", [&] { return ClassificationLine(item); });
+    return LineOf("GetSensResultByRuleClassify", AppendClassification, item);
 }
 
 HString DLPCacheMgr::GetSensResultByRuleExtend(QVKReportKeywordAttachItem const& item) const noexcept {
-    return GuardedText("GetSensResultByRuleExtend", [&] { return ExtensionLine(item); });
+    return LineOf("GetSensResultByRuleExtend", AppendExtension, item);
 }
