@@ -41,6 +41,12 @@ bool DNARuleNode::GetKeywordAttachItem(QVKReportKeywordAttachItem& item) {
     return false;
 }
 
+bool DNARuleNode::GiveKeywordAttachItem(QVKReportKeywordAttachItem& item) noexcept {
+    (void)RuleNode::GiveKeywordAttachItem(item);
+    item.dna_value = dna_value;
+    return false;
+}
+
 bool DNARuleNode::SetKeywordAttachItem(QVKReportKeywordAttachItem const& item) {
     if (!RuleNode::SetKeywordAttachItem(item)) return kTplLog.Failed("SetKeywordAttachItem", 144, kAssertFalse, false);
     dna_value = item.dna_value;

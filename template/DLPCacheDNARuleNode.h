@@ -19,6 +19,8 @@ class TORVANE_API DNARuleNode final : public RuleNode {
     [[nodiscard]] bool GetKeywordAttachItem(QVKReportKeywordAttachItem& item) override;        // always false
     [[nodiscard]] bool SetKeywordAttachItem(QVKReportKeywordAttachItem const& item) override;  // always false
 
+    [[nodiscard]] bool GiveKeywordAttachItem(QVKReportKeywordAttachItem& item) noexcept override;  // always false
+
     HString dna_text;  // always empty; written and read all the same
     int dna_value = 0;
 };

@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "host/base/NoThrow.h"
 #include "host/base/Reader.h"
@@ -87,6 +88,17 @@ bool RuleNode::SetKeywordAttachItem(QVKReportKeywordAttachItem const& item) {
         match_text_3 = item.match_text_3;
         return true;
     });
+}
+
+bool RuleNode::GiveKeywordAttachItem(QVKReportKeywordAttachItem& item) noexcept {
+    item.sub_type = sub_type;
+    item.rule_id = std::move(rule_id);
+    item.match_count = match_count;
+    item.match_text_2 = std::move(match_text_2);
+    item.match_text_1 = std::move(match_text_1);
+    item.file_short_name = std::move(file_short_name);
+    item.match_text_3 = std::move(match_text_3);
+    return true;
 }
 
 std::unique_ptr<RuleNode> MakeRuleNode(int sub_type) noexcept {

@@ -22,6 +22,8 @@ class TORVANE_API RuleNode : public SerialBasic {
     // Copies the stored fields into the item, or from it. True.
     [[nodiscard]] virtual bool GetKeywordAttachItem(QVKReportKeywordAttachItem& item);
     [[nodiscard]] virtual bool SetKeywordAttachItem(QVKReportKeywordAttachItem const& item);
+    // As GetKeywordAttachItem, but moves the texts out; afterwards the node is good for nothing.
+    [[nodiscard]] virtual bool GiveKeywordAttachItem(QVKReportKeywordAttachItem& item) noexcept;
 
     int sub_type;
     HString rule_id;

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "host/base/NoThrow.h"
 #include "host/base/Retained.h"
@@ -115,8 +116,8 @@ int DLPCacheTpl::Find(HString const& key, QVKReportKeywordAttachNode& node, QVKK
         TplNode record;
         if (!record.FromBuffer(bytes, length)) return kTplLog.Failed("Find", 520, kAssertFalse, kTplNotDecoded);
         if (record.Size() != length) return kTplLog.Failed("Find", 521, kAssertFalse, kTplNotDecoded);
-        stored_name = record.stored_name;
-        if (!record.GetKeywordAttach(node, text)) return kTplLog.Failed("Find", 526, kAssertFalse, kTplNotDecoded);
+        stored_name = std::move(record.stored_name);
+        if (!record.GiveKeywordAttach(node, text)) return kTplLog.Failed("Find", 526, kAssertFalse, kTplNotDecoded);
         FillInfo(node);
         return kTplMatched;
     });

@@ -153,18 +153,32 @@ bool TplNode::SetKeywordAttach(QVKReportKeywordAttachNode const& node, QVKKeywor
 }
 
 bool TplNode::GetKeywordAttach(QVKReportKeywordAttachNode& node, QVKKeywordText& text) noexcept {
-    return NoThrow(false, [&] {
-        for (auto const& rule : rules) {
-            if (!rule) return kTplLog.Failed("GetKeywordAttach", 203, kAssertNull, false);
-            QVKReportKeywordAttachItem item;
-            if (!rule->GetKeywordAttachItem(item)) return kTplLog.Failed("GetKeywordAttach", 206, kAssertFalse, false);
-            node.items.push_back(std::move(item));
-        }
-        text.reset_to_default();
-        // A damaged text comes back empty; the rules are still right.
-        if (text_buffer_) (void)text.from_buffer(text_buffer_.get(), text_length_);
-        return true;
-    });
+    if (!NoThrow(false, [&] { return GetItems(node, &RuleNode::GetKeywordAttachItem); })) return false;
+    GetText(text);
+    return true;
+}
+
+bool TplNode::GiveKeywordAttach(QVKReportKeywordAttachNode& node, QVKKeywordText& text) noexcept {
+    if (!NoThrow(false, [&] { return GetItems(node, &RuleNode::GiveKeywordAttachItem); })) return false;
+    GetText(text);
+    return true;
+}
+
+bool TplNode::GetItems(QVKReportKeywordAttachNode& node, ItemGetter get) {
+    node.items.reserve(node.items.size() + rules.size());
+    for (auto const& rule : rules) {
+        if (!rule) return kTplLog.Failed("GetKeywordAttach", 203, kAssertNull, false);
+        if ((*rule.*get)(node.items.emplace_back())) continue;
+        node.items.pop_back();
+        return kTplLog.Failed("GetKeywordAttach", 206, kAssertFalse, false);
+    }
+    return true;
+}
+
+void TplNode::GetText(QVKKeywordText& text) const noexcept {
+    text.reset_to_default();
+    // A damaged text comes back empty; the rules are still right.
+    if (text_buffer_) (void)text.from_buffer(text_buffer_.get(), text_length_);
 }
 
 }  // namespace DLPCache

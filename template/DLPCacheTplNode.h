@@ -30,12 +30,17 @@ class TORVANE_API TplNode final : public SerialBasic {
     [[nodiscard]] bool SetKeywordAttach(QVKReportKeywordAttachNode const& node, QVKKeywordText const& text) noexcept;
     // Appends an item per rule to `node` and gives the text back. False at the first rule that cannot be given.
     [[nodiscard]] bool GetKeywordAttach(QVKReportKeywordAttachNode& node, QVKKeywordText& text) noexcept;
+    // The same for a node that is discarded afterwards: the rules' texts are moved out.
+    [[nodiscard]] bool GiveKeywordAttach(QVKReportKeywordAttachNode& node, QVKKeywordText& text) noexcept;
 
     HString reserved;     // never set; written and read as an empty text
     HString stored_name;  // the name that the caller stores with the answer
     std::vector<std::unique_ptr<RuleNode>> rules;
 
   private:
+    using ItemGetter = bool (RuleNode::*)(QVKReportKeywordAttachItem&);
+    bool GetItems(QVKReportKeywordAttachNode& node, ItemGetter get);
+    void GetText(QVKKeywordText& text) const noexcept;
     // The parts of a record after its names: the rule count with the table of rule sizes, the rules, the text.
     bool WriteRuleSizes(Varnok::Writer& w) const;
     bool WriteRules(Varnok::Writer& w) const;

@@ -191,6 +191,23 @@ TEST_F(DLPCacheTplNodeTest, GivesItsRulesAgainAndAgain) {
     EXPECT_THAT(attach.items, ElementsAre(Item(), Item()));
 }
 
+TEST_F(DLPCacheTplNodeTest, GivesItsRulesAway) {
+    QVKReportKeywordAttachNode attach;
+    QVKKeywordText text;
+    ASSERT_TRUE(node_.GiveKeywordAttach(attach, text));
+    EXPECT_EQ(attach, OneItem());
+    EXPECT_EQ(text, Text());
+}
+
+TEST_F(DLPCacheTplNodeTest, FingerprintRuleIsNotGivenAwayEither) {
+    node_.rules.push_back(DLPCache::MakeRuleNode(2005));
+    QVKReportKeywordAttachNode attach;
+    QVKKeywordText text;
+    EXPECT_FALSE(node_.GiveKeywordAttach(attach, text));
+    EXPECT_EQ(attach, OneItem());
+    EXPECT_THAT(Own(), ElementsAre(Assertion("GetKeywordAttach", 206, "FALSE")));
+}
+
 TEST_F(DLPCacheTplNodeTest, SecondTextReplacesTheFirst) {
     QVKKeywordText longer = Text();
     longer.text = "xyz";
