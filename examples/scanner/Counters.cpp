@@ -5,8 +5,9 @@ namespace scanner {
 Counters& Counters::operator+=(Counters const& other) {
     for (auto const figure :
          {&Counters::files, &Counters::bytes, &Counters::full_hits, &Counters::partial_hits, &Counters::misses,
-          &Counters::sensitive_files, &Counters::unstorable_files, &Counters::outdated_answers, &Counters::too_large,
-          &Counters::not_regular, &Counters::unreadable, &Counters::damaged, &Counters::texts_cut}) {
+          &Counters::answers_from_cache, &Counters::sensitive_files, &Counters::unstorable_files,
+          &Counters::outdated_answers, &Counters::too_large, &Counters::not_regular, &Counters::unreadable,
+          &Counters::damaged, &Counters::texts_cut}) {
         this->*figure += other.*figure;
     }
     for (std::size_t i = 0; i < kStages; ++i)

@@ -47,6 +47,7 @@ FileOutcome FileScanner::Work(std::string const& path) {
     Ask(stopwatch);
     QVKKeywordMatchNode node = std::move(result_.match_items[0].match_nodes[0]);
     std::vector<std::size_t> const missing = MissingTemplates(policy_.ids(), node);
+    counters_.answers_from_cache += policy_.ids().size() - missing.size();
     if (!missing.empty()) {
         std::vector<Answer> answers = Scan(path, missing, stopwatch);
         QVKKeywordMatchNode merged = Merge(policy_, node, answers);

@@ -34,10 +34,6 @@ struct Summary {
     std::string
         digest;  // SHA-256 over path, zero byte, verdict, zero byte of each file read, in byte order of the paths
     std::vector<std::pair<std::string, std::string>> findings;  // path and verdict of each sensitive file, in order
-
-    [[nodiscard]] std::uint64_t answers_from_cache() const {
-        return counters.files * templates.size() - counters.answers_scanned();
-    }
 };
 
 // Fills what follows from the outcomes: findings, verdict lines, digest.

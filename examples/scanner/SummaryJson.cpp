@@ -15,7 +15,7 @@ ordered_json Figures(Summary const& summary) {
             {"full_hits", counters.full_hits},
             {"partial_hits", counters.partial_hits},
             {"misses", counters.misses},
-            {"answers_from_cache", summary.answers_from_cache()},
+            {"answers_from_cache", counters.answers_from_cache},
             {"answers_scanned", counters.answers_scanned()},
             {"answers_unstorable", counters.answers_unstorable()},
             {"answers_outdated", counters.outdated_answers},
@@ -34,7 +34,7 @@ ordered_json Times(Summary const& summary) {
         times[kStageNames[i]] = summary.counters.seconds[i].count();
     times["start"] = summary.open_seconds.count();
     times["list"] = summary.walk_seconds.count();
-    times["files"] = summary.files_seconds.count();
+    times["work"] = summary.files_seconds.count();
     times["wall"] = summary.wall_seconds.count();
     return times;
 }

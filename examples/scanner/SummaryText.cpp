@@ -49,7 +49,7 @@ void PrintFigures(Summary const& summary, TextPrinter& printer) {
         printer.Row("full hits", counters.full_hits);
         printer.Row("partial hits", counters.partial_hits);
         printer.Row("misses", counters.misses);
-        printer.Row("answers from cache", summary.answers_from_cache());
+        printer.Row("answers from cache", counters.answers_from_cache);
     }
     printer.Row("answers scanned", counters.answers_scanned());
     printer.RareRow("answers unstorable", counters.answers_unstorable());

@@ -183,11 +183,13 @@ TEST(Scans, RepeatOnlyTheTemplateThatWasEdited) {
     std::size_t const at = templates.find("\"passphrase\"");
     ASSERT_NE(at, std::string::npos);
     program.tree().Write("my.json", templates.replace(at, 12, "\"pass phrase\""));
-    json const edited = program.Scan("--templates " + (program.tree() / "my.json"));
+    std::string const option = "--templates " + (program.tree() / "my.json");
+    json const edited = program.Scan(option);
     EXPECT_EQ(Scanned(edited), (std::map<std::string, int>{{"secrets", 8}}));
     EXPECT_EQ(Figure(edited, "partial_hits"), 8);
     EXPECT_EQ(Figure(edited, "full_hits"), 1);  // the copy
     EXPECT_EQ(Figure(edited, "misses"), 0);
+    EXPECT_EQ(edited.at("digest"), program.Scan(option + " --no-cache").at("digest"));
 }
 
 TEST(Scans, CountAnswersThatCannotBeStoredAndRepeatJustThose) {
