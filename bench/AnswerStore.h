@@ -32,7 +32,8 @@ class AnswerStore {
         std::string index_key;  // what the index knows it by
         Place place;
     };
-    // Some thousands of them, scattered over the files.
+    // A thousand of them, scattered over the files: few enough that their keys stay in the processor's cache, as the
+    // key of a file does that was just read.
     [[nodiscard]] std::vector<First> const& first() const { return first_; }
 
     // Each ends the program when anything but the expected comes back. `step` may be any number.
