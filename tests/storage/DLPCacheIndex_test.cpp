@@ -104,6 +104,16 @@ TEST_F(IndexOfTexts, KeyAddedTwiceKeepsTwoSlotsAndTheFirstAnswers) {
     EXPECT_EQ(index_.GetNumber(), 4U);
 }
 
+TEST_F(IndexOfTexts, KeyAddedAgainGoesBehindItsChain) {
+    ASSERT_EQ(index_.Init(3), 0);
+    ASSERT_EQ(index_.Add(kKeyA, 10, 11), 0);
+    ASSERT_EQ(index_.Add(kKeyAbc, 20, 21), 0);
+    ASSERT_EQ(index_.Add(kKeyA, 30, 31), 0);
+    EXPECT_EQ(Look(kKeyA), Found(10, 11));
+    EXPECT_EQ(Look(kKeyAbc), Found(20, 21));
+    EXPECT_EQ(Bytes().substr(static_cast<std::size_t>(SlotAt(4)) + 49, 8), Number64(SlotAt(5)));
+}
+
 TEST_F(IndexOfTexts, KeyOfBucketZeroCanNeitherBeAddedNorFound) {
     ASSERT_EQ(index_.Init(3), 0);
     EXPECT_EQ(index_.Add(kKeyC, 1, 2), -12);

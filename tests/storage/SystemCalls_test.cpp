@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "tests/storage/IndexFixture.h"
 #include "tests/storage/ManagerFixture.h"
 #include "tests/support/fault/FaultInjection.h"
@@ -34,6 +36,14 @@ Calls CallsOf(Operation const& operation) {
             counter.Count(SystemCall::kStat),
             counter.Count(SystemCall::kClose),
             counter.CountAll()};
+}
+
+// Bytes that this process has read so far, as the kernel counts them; -1 where it does not tell.
+long long BytesRead() {
+    std::ifstream counts("/proc/self/io");
+    std::string name;
+    long long count = -1;
+    return counts >> name >> count ? count : -1;
 }
 
 class IndexCalls : public IndexFixture {};
@@ -86,6 +96,10 @@ TEST_F(IndexCalls, ChainThatJumpsAboutIsReadSlotBySlot) {
     }
     WriteBytes(path_, content);
     EXPECT_LE(CallsOf([&] { EXPECT_EQ(Look(kKeyA).code, 0); }).all, kSlots + 10);
+    long long const before = BytesRead();
+    EXPECT_EQ(Look(kKeyA), Without(0));
+    // Its slots and now and then a try with 4 KiB.
+    EXPECT_LE(BytesRead() - before, kSlots * 57 + (kSlots / 16 + 2) * 4096);
 }
 
 TEST_F(StoreCalls, LookUpTakesSeven) {
