@@ -11,18 +11,6 @@
 namespace scanner {
 
 Policy::Policy(KwDefinitions const& definitions) {
-    Compile(definitions);
-    KwDefineMgr* const manager = KwDefineMgr::pins();
-    if (manager == nullptr || !manager->install(definitions)) throw std::bad_alloc();
-    for (Template& tpl : templates_)
-        tpl.md5 = manager->get_md5_by_tpl(*manager->get_tpl_by_id(tpl.id));
-    HString const directory = KwLocateMgr::pins()->get_config_path(true);
-    if (int const error = definitions.save(directory)) {
-        throw std::runtime_error("cannot save the definitions in " + directory.get_str() + ": " + std::strerror(error));
-    }
-}
-
-void Policy::Compile(KwDefinitions const& definitions) {
     std::map<HString, QVKConfigKeywordFormatItemNode const*> rules;
     for (auto const& rule : definitions.rules.nodes)
         rules.emplace(rule.common->id, &rule);
@@ -34,6 +22,17 @@ void Policy::Compile(KwDefinitions const& definitions) {
             tpl.rules.emplace_back(*rules.at(id));
         tpl.needs_text = std::any_of(tpl.rules.begin(), tpl.rules.end(), [](Rule const& r) { return r.NeedsText(); });
         ids_.push_back(tpl.id);
+    }
+}
+
+void Policy::Install(KwDefinitions const& definitions) {
+    KwDefineMgr* const manager = KwDefineMgr::pins();
+    if (manager == nullptr || !manager->install(definitions)) throw std::bad_alloc();
+    for (Template& tpl : templates_)
+        tpl.md5 = manager->get_md5_by_tpl(*manager->get_tpl_by_id(tpl.id));
+    HString const directory = KwLocateMgr::pins()->get_config_path(true);
+    if (int const error = definitions.save(directory)) {
+        throw std::runtime_error("cannot save the definitions in " + directory.get_str() + ": " + std::strerror(error));
     }
 }
 

@@ -19,12 +19,15 @@ struct Template {
     bool needs_text = false;
 };
 
-// The templates in force, in their order in the templates file. Unchanged once made; any thread may read.
+// The templates in force, in their order in the templates file. Unchanged once installed; then any thread may read.
 class Policy {
   public:
-    // Compiles the definitions, then installs them in this process and saves them in the root's config directory for
-    // other programs. Throws std::runtime_error when a rule is wrong or the directory cannot be written.
+    // Compiles the definitions. Throws std::runtime_error when a rule is wrong.
     explicit Policy(KwDefinitions const& definitions);
+
+    // Puts the same definitions in force in this process and saves them in the root's config directory for other
+    // programs. Throws std::runtime_error when that cannot be written.
+    void Install(KwDefinitions const& definitions);
 
     [[nodiscard]] std::vector<Template> const& templates() const { return templates_; }
     [[nodiscard]] std::vector<HString> const& ids() const { return ids_; }
@@ -36,8 +39,6 @@ class Policy {
     void OpenCaches() const;
 
   private:
-    void Compile(KwDefinitions const& definitions);
-
     std::vector<Template> templates_;
     std::vector<HString> ids_;
 };

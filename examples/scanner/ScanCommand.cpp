@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
+#include <future>
 #include <iostream>
 #include <stdexcept>
 #include <thread>
@@ -39,6 +41,18 @@ void OpenCaches(Policy const& policy, Options const& options) {
     if (options.log) DLPCacheLog::pins()->set_check_mark_file(false);
     if (DLPCacheMgr::pins() == nullptr) throw std::bad_alloc();
     if (options.use_cache) policy.OpenCaches();
+}
+
+// The files to scan, and how long it took to list them.
+struct Listing {
+    WalkResult walk;
+    Summary::Seconds seconds{};
+};
+
+Listing ListFiles(Options const& options, std::string const& root) {
+    auto const begin = Clock::now();
+    WalkResult walk = WalkFiles(options.paths, root);
+    return {std::move(walk), Clock::now() - begin};
 }
 
 unsigned JobCount(Options const& options) {
@@ -83,10 +97,12 @@ int RunScan(Options const& options) {
     KwDefinitions const definitions = LoadTemplates(options.templates_file);
     std::string const root = SetRoot(options);
     LockFile const lock(root);
-    Policy const policy(definitions);
+    Policy policy(definitions);
+    std::future<Listing> listing = std::async(std::launch::async, ListFiles, std::cref(options), std::cref(root));
+    policy.Install(definitions);
     OpenCaches(policy, options);
     auto const opened = Clock::now();
-    WalkResult const walk = WalkFiles(options.paths, root);
+    auto const [walk, walk_seconds] = listing.get();
     auto const walked = Clock::now();
     Crew crew(policy, options, walk.files);
     unsigned const jobs = JobCount(options);
@@ -103,7 +119,7 @@ int RunScan(Options const& options) {
         summary.templates.emplace_back(tpl.id.get_str(), tpl.name);
     Summarize(walk.files, outcomes, summary);
     summary.open_seconds = opened - begin;
-    summary.walk_seconds = walked - opened;
+    summary.walk_seconds = walk_seconds;
     summary.files_seconds = worked - walked;
     summary.wall_seconds = Clock::now() - begin;
     ReportTroubles(walk, outcomes);

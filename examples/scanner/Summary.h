@@ -25,11 +25,11 @@ struct Summary {
     bool use_cache = true;
     unsigned jobs = 1;
     Counters counters;
-    std::vector<std::pair<std::string, std::string>> templates;       // id and name, in order
-    Seconds open_seconds{};                                           // templates, definitions, caches made ready
-    Seconds walk_seconds{};                                           // directories listed
-    Seconds files_seconds{};                                          // files worked on
-    Seconds wall_seconds{};                                           // all of it
+    std::vector<std::pair<std::string, std::string>> templates;  // id and name, in order
+    Seconds open_seconds{};                                      // templates, definitions, caches made ready
+    Seconds walk_seconds{};                                      // directories listed, while the caches are made ready
+    Seconds files_seconds{};                                     // files worked on
+    Seconds wall_seconds{};                                      // all of it
     std::vector<std::pair<std::string, std::uint64_t>> top_verdicts;  // line and number of files, most frequent first
     std::string
         digest;  // SHA-256 over path, zero byte, verdict, zero byte of each file read, in byte order of the paths

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
@@ -53,6 +54,9 @@ ordered_json Templates(Summary const& summary) {
 }
 
 bool IsUtf8(std::string const& text) {
+    bool const ascii =
+        std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    if (ascii) return true;
     try {
         return !ordered_json(text).dump().empty();
     } catch (ordered_json::exception const&) {

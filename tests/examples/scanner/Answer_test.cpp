@@ -16,7 +16,7 @@ class Answers : public testing::Test {
     static FileView File(std::string_view name, std::string_view text) { return {name, text, text}; }
 
     PolicyRoot root_;
-    Policy policy_{PolicyRoot::Definitions("plan")};
+    Policy policy_ = PolicyRoot::InForce("plan");
 };
 
 TEST_F(Answers, TellEveryMatchedRule) {

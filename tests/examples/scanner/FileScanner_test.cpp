@@ -23,7 +23,7 @@ class FileScanning : public testing::Test {
 
     PolicyRoot root_;
     TempTree const& tree_ = root_.tree();
-    Policy policy_{PolicyRoot::Definitions("plan")};
+    Policy policy_ = PolicyRoot::InForce("plan");
     Options options_ = OneMebibyte();
     ContentGate gate_;
     FileScanner scanner_{policy_, options_, gate_};

@@ -17,6 +17,14 @@ class PolicyRoot {
 
     [[nodiscard]] TempTree const& tree() const { return tree_; }
 
+    // The definitions below, in force.
+    static scanner::Policy InForce(std::string const& word) {
+        KwDefinitions const definitions = Definitions(word);
+        scanner::Policy policy(definitions);
+        policy.Install(definitions);
+        return policy;
+    }
+
     // Three templates in the order "names", "words", "mails"; `word` is the keyword of the second one.
     static KwDefinitions Definitions(std::string const& word) {
         return scanner::ParseTemplates(R"({"data_classes": [{"id": "c", "name": "C"}],
