@@ -76,6 +76,8 @@ DLPCacheTplMgr::DLPCacheTplMgr() noexcept {
 DLPCacheTplMgr::~DLPCacheTplMgr() {
     for (auto const& [md5, cache] : caches_)
         Varnok::Retain(cache);
+    for (auto const& [md5, cache] : forgotten_)
+        Varnok::Retain(cache);
 }
 
 void DLPCacheTplMgr::Init() noexcept {
@@ -144,8 +146,7 @@ bool DLPCacheTplMgr::DeleteCache(HString const& md5) noexcept {
             kTplLog.Write(DLPCache::kLogError, 1052, "delete template cache failed, errno: ", failed,
                           ", dir: ", directory);
         }
-        Varnok::Retain(entry->second);
-        caches_.erase(entry);
+        forgotten_.insert(caches_.extract(entry));
         return true;
     });
 }

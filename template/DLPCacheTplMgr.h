@@ -38,7 +38,8 @@ class TORVANE_API DLPCacheTplMgr {
   private:
     void OpenFound(HString const& directory);  // InitTplMD5, but throws without memory
 
-    HMutex mutex_;  // guards caches_; re-entrant. Taken under it: a store's locks, the version
-                    // check's, the definitions', the log's
-    std::map<HString, DLPCacheTpl*> caches_;  // by template MD5
+    HMutex mutex_;  // guards what follows; re-entrant. Taken under it: a store's locks, those of the definitions, of
+                    // the root's path and of the log
+    std::map<HString, DLPCacheTpl*> caches_;          // by template MD5
+    std::multimap<HString, DLPCacheTpl*> forgotten_;  // deleted, but callers may still hold them
 };

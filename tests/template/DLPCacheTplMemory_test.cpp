@@ -1,6 +1,8 @@
 // Memory that runs out.
 #include <filesystem>
 #include <functional>
+#include <memory>
+#include <new>
 
 #include "host/policy/KwDefineMgr.h"
 #include "template/DLPCacheTplMgr.h"
@@ -18,13 +20,15 @@ class DLPCacheTplMemoryTest : public TplFixture {
   protected:
     DLPCacheTplMemoryTest() { DLPCacheTplMgr const stamped; }
 
-    // Runs `work` with every allocation failing in turn, alone and with all that follow. `check` comes after each.
+    // Runs `work` with every allocation failing in turn, alone and with all that follow, and with none failing. `check`
+    // comes after each.
     static void WithEveryFailure(std::function<void()> const& work, std::function<void()> const& check) {
         for (Extent const extent : {Extent::kOne, Extent::kAllFromThere}) {
-            for (long nth = 1; Happened(work, nth, extent); ++nth) {
+            bool happened = true;
+            for (long nth = 1; happened && !HasFailure(); ++nth) {
                 SCOPED_TRACE(testing::Message() << "allocation " << nth);
+                happened = Happened(work, nth, extent);
                 check();
-                if (HasFailure()) return;
             }
         }
     }
@@ -33,10 +37,13 @@ class DLPCacheTplMemoryTest : public TplFixture {
         work();
         return failure.Happened();
     }
+    // A manager that is made while memory fails and goes when it no longer does.
+    void Start() { manager_.reset(new (std::nothrow) DLPCacheTplMgr); }
     static int AddOne(DLPCacheTpl const& cache) {
         return cache.Add(MakeKey("a.txt", "key"), TwoItems(), MakeText("text"), "name");
     }
 
+    std::unique_ptr<DLPCacheTplMgr> manager_;
     QVKReportKeywordAttachNode const node_ = TwoItems();
     QVKKeywordText const text_ = MakeText("text");
     HString const name_ = "name";
@@ -48,14 +55,23 @@ TEST_F(DLPCacheTplMemoryTest, OpeningDeletesNothing) {
     auto const before = Files(Dir());
     QVKConfigKeywordTemplateNode const& tpl = Current();
     HString const md5 = CurrentMd5();
-    WithEveryFailure([&] { DLPCacheTpl const cache(tpl, md5); }, [&] { EXPECT_EQ(Files(Dir()), before); });
+    std::unique_ptr<DLPCacheTpl> cache;
+    WithEveryFailure([&] { cache.reset(new (std::nothrow) DLPCacheTpl(tpl, md5)); },
+                     [&] {
+                         cache.reset();
+                         EXPECT_EQ(Files(Dir()), before);
+                     });
     EXPECT_EQ(FindIn(*Open(), key_).code, 2);
 }
 
 TEST_F(DLPCacheTplMemoryTest, StartingDeletesNothing) {
     ASSERT_EQ(AddOne(*Open()), 1);
     auto const before = Files(Dir());
-    WithEveryFailure([] { DLPCacheTplMgr const manager; }, [&] { EXPECT_EQ(Files(Dir()), before); });
+    WithEveryFailure([&] { Start(); },
+                     [&] {
+                         manager_.reset();
+                         EXPECT_EQ(Files(Dir()), before);
+                     });
     EXPECT_EQ(FindIn(*Open(), key_).code, 2);
 }
 
@@ -64,11 +80,12 @@ TEST_F(DLPCacheTplMemoryTest, MakingLeavesNothingUnusable) {
     HString const md5 = CurrentMd5();
     WithEveryFailure(
         [&] {
-            DLPCacheTplMgr manager;
-            DLPCacheTpl const* const cache = manager.GetCache(tpl, md5);
+            Start();
+            DLPCacheTpl const* const cache = manager_ ? manager_->GetCache(tpl, md5) : nullptr;
             if (cache) cache->Add(key_, node_, text_, name_);
         },
         [&] {
+            manager_.reset();
             DLPCacheTplMgr manager;
             DLPCacheTpl const* const cache = manager.GetCache(tpl, md5);
             ASSERT_NE(cache, nullptr);
