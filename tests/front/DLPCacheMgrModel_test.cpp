@@ -328,7 +328,7 @@ TEST_F(DLPCacheMgrModelTest, RandomOperationsFollowTheRules) {
     SCOPED_TRACE("TORVANE_TEST_SEED=" + std::to_string(seed_));
     MakeModels();
     InstallModels();
-    for (int i = 0; i < 10000 && !HasFatalFailure(); ++i) {
+    for (int i = 0; i < 5000 && !HasFatalFailure(); ++i) {
         SCOPED_TRACE("operation " + std::to_string(i));
         int const action = Roll(100);
         if (action < 70) QueryAtRandom();
