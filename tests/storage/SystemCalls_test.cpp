@@ -75,8 +75,11 @@ TEST_F(IndexCalls, EachFurtherSlotOfAShortChainTakesOne) {
 
 TEST_F(IndexCalls, LongChainIsReadInBlocks) {
     ASSERT_EQ(index_.Init(3), 0);
-    for (int nth = 0; nth < 10000; ++nth)
-        ASSERT_EQ(index_.Add(kKeyA, 1, 2), 0);
+    std::string content = Bytes().substr(0, 27);
+    for (int slot = 1; slot <= 10000; ++slot) {
+        content += "x" + std::string(48, '\0') + Number64(slot < 10000 ? SlotAt(slot + 1) : 0);
+    }
+    WriteBytes(path_, content);
     // 570000 bytes are 9 blocks of 64 KiB.
     EXPECT_LE(CallsOf([&] { EXPECT_EQ(Look(kKeyAbc).code, 0); }).all, 9 + 16);
     EXPECT_LE(CallsOf([&] { EXPECT_EQ(index_.Add(kKeyAbc, 1, 2), 0); }).all, 9 + 16);
