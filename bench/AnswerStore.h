@@ -32,7 +32,7 @@ class AnswerStore {
         std::string index_key;  // what the index knows it by
         Place place;
     };
-    // A thousand of them, scattered over the files: few enough that their keys stay in the processor's cache, as the
+    // A hundred of them, scattered over the files: few enough that their keys stay in the processor's cache, as the
     // key of a file does that was just read.
     [[nodiscard]] std::vector<First> const& first() const { return first_; }
 

@@ -53,13 +53,12 @@ Side OneByOne(Operation operation, std::function<void()> after, std::size_t coun
 }
 
 Round Duel(Side ours, Side other) {
-    return [ours = std::move(ours), other = std::move(other), ours_first = false]() mutable {
-        Sample sample;
-        ours_first = !ours_first;
-        if (ours_first) sample.ours = ours();
-        sample.other = other();
-        if (!ours_first) sample.ours = ours();
-        return sample;
+    return [ours = std::move(ours), other = std::move(other)] {
+        double const ours_first = ours();
+        double const other_second = other();
+        double const other_third = other();
+        double const ours_last = ours();
+        return Sample{(ours_first + ours_last) / 2, (other_second + other_third) / 2};
     };
 }
 

@@ -22,7 +22,7 @@ using Operation = std::function<void(std::size_t)>;
 // carry whatever else the machine did.
 [[nodiscard]] Side OneByOne(Operation operation, std::function<void()> after, std::size_t count);
 
-// Runs both sides in turn, changing which comes first from round to round.
+// A round: ours, the other, the other, ours, so that neither has the better place in it.
 [[nodiscard]] Round Duel(Side ours, Side other);
 
 }  // namespace bench

@@ -18,7 +18,7 @@ namespace bench {
 class TemplateRoot {
   public:
     static constexpr std::size_t kTemplates = 20;
-    static constexpr std::size_t kFiles = 1000;
+    static constexpr std::size_t kFiles = 100;
     static constexpr std::size_t kRules = 3;
 
     [[nodiscard]] static TemplateRoot& Instance(std::size_t templates = kTemplates, std::size_t files = kFiles);

@@ -103,10 +103,10 @@ Round AddAtEnd() {
 void AddChainRows() {
     AddRow({"chain/find", "Index::Find at the end of a chain of 10,000", "the same bytes in 64 KiB reads",
             Target::kAtMost, 3},
-           201, FindAtEnd);
+           101, FindAtEnd);
     AddRow({"chain/add", "Index::Add at the end of a chain of 10,000", "the same bytes in 64 KiB reads",
             Target::kAtMost, 3},
-           201, AddAtEnd);
+           101, AddAtEnd);
 }
 
 }  // namespace bench

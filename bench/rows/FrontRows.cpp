@@ -29,11 +29,11 @@ Round QueryTwenty() {
 }  // namespace
 
 void AddFrontRows() {
-    AddRow({"front/one", "QueryCache, one file, one template, full hit", "its seven calls", Target::kAtMost, 2.2}, 501,
+    AddRow({"front/one", "QueryCache, one file, one template, full hit", "its seven calls", Target::kAtMost, 2.2}, 251,
            QueryOne);
     AddRow({"front/twenty", "QueryCache, one file, 20 templates, full hit", "the same with one template",
             Target::kAtMost, 20},
-           301, QueryTwenty);
+           151, QueryTwenty);
 }
 
 }  // namespace bench

@@ -15,7 +15,7 @@ Round FindFirstSlot() {
 }  // namespace
 
 void AddIndexRows() {
-    AddRow({"index/find", "Index::Find, text key, hit in the first slot", "its four calls", Target::kAtMost, 1.15}, 501,
+    AddRow({"index/find", "Index::Find, text key, hit in the first slot", "its four calls", Target::kAtMost, 1.15}, 251,
            FindFirstSlot);
 }
 

@@ -77,10 +77,10 @@ Side TimeSlotWrites(Make make) {
 }  // namespace
 
 void AddInitRows() {
-    AddRow({"init/make", "Index::Init, 500,000 buckets", "28.5 MB of zeros in 64 KiB pieces", Target::kAtMost, 1.3}, 31,
+    AddRow({"init/make", "Index::Init, 500,000 buckets", "28.5 MB of zeros in 64 KiB pieces", Target::kAtMost, 1.3}, 15,
            [] { return Duel(TimeMaking(MakeByLibrary), TimeMaking(MakeByRawCalls)); });
     AddRow({"init/slot", "a slot written into the file that Init made", "one in a file so made", Target::kAtMost, 1.2},
-           21, [] { return Duel(TimeSlotWrites(MakeByLibrary), TimeSlotWrites(MakeByRawCalls)); });
+           11, [] { return Duel(TimeSlotWrites(MakeByLibrary), TimeSlotWrites(MakeByRawCalls)); });
 }
 
 }  // namespace bench

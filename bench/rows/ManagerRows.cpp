@@ -27,7 +27,7 @@ Round FindRecord() {
 class NewKeys {
   public:
     static constexpr std::size_t kPerBlock = 50;
-    static constexpr int kRounds = 401;
+    static constexpr int kRounds = 201;
 
     NewKeys()
         : manager_(kBuckets, HString(ours_.File("index")), HString(ours_.File("cache"))),
@@ -55,7 +55,7 @@ class NewKeys {
     void PickKeys() {
         std::unordered_set<long long> taken;
         DLPCache::Index const index{HString(raw_index_path_)};
-        for (std::size_t i = 0; keys_.size() < kPerBlock * (kRounds + 10); ++i) {
+        for (std::size_t i = 0; keys_.size() < 2 * kPerBlock * (kRounds + 2); ++i) {
             HString const key(KeyOf(i));
             long long const slot = FirstSlotOf(index, manager_.FormatIndexValue(key), kBuckets);
             if (slot > 0 && taken.insert(slot).second) keys_.push_back({key, slot});
@@ -78,7 +78,7 @@ Round AddRecord() {
 }  // namespace
 
 void AddManagerRows() {
-    AddRow({"manager/find", "Manager::Find, 300-byte record", "its seven calls", Target::kAtMost, 1.25}, 501,
+    AddRow({"manager/find", "Manager::Find, 300-byte record", "its seven calls", Target::kAtMost, 1.25}, 251,
            FindRecord);
     AddRow({"manager/add", "Manager::Add, new key", "its thirteen calls", Target::kAtMost, 1.25}, NewKeys::kRounds,
            AddRecord);

@@ -15,7 +15,7 @@ namespace {
 enum class Operate { kHit, kMiss, kNew };
 enum class Keep { kPerOperation, kOpen };
 
-constexpr int kRounds = 41;
+constexpr int kRounds = 21;
 
 // One kind of store, filled when first asked for, once for each set of flags.
 class Peer {

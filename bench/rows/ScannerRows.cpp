@@ -69,7 +69,7 @@ Round ThirdRun() {
 void AddScannerRows() {
     AddRow({"scanner/third", "the scanner's third demo run: all hits, 5 templates",
             "reading, MD5, seven calls a file and template", Target::kAtMost, 1.25},
-           15, ThirdRun);
+           9, ThirdRun);
 }
 #else
 void AddScannerRows() {}

@@ -63,7 +63,7 @@ Round GainOfTwo() {
 void AddThreadRows() {
     AddRow({"threads/two", "QueryCache on 2 threads with a template each, against one", "the gain of raw calls",
             Target::kGain, 0.95},
-           41, GainOfTwo);
+           21, GainOfTwo);
 }
 
 }  // namespace bench
