@@ -20,7 +20,9 @@ set_target_properties(torvane PROPERTIES
 target_compile_features(torvane PUBLIC cxx_std_20)
 target_link_libraries(torvane PRIVATE torvane_settings)
 target_link_options(torvane PRIVATE
-    "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/torvane.map" "LINKER:--as-needed")
+    "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/torvane.map" "LINKER:--as-needed"
+    # Calls from one exported function to another stay inside the library.
+    "LINKER:-Bsymbolic-functions")
 if(NOT TORVANE_SANITIZE)
     # A sanitizer's runtime may live in the program, so its symbols stay undefined here.
     target_link_options(torvane PRIVATE "LINKER:-z,defs")
