@@ -70,6 +70,7 @@ constexpr std::array kVolumeKeys = {"DLP_LAN_RULE_FILE_VOLUME_PAGE", "DLP_LAN_RU
 
 // Verdicts are put together in a string of units: no line costs an allocation of its own.
 using Units = std::u16string;
+constexpr std::size_t kUsualLength = 100;
 
 HString Fill(Wording const& wording, Item const& item) {
     switch (wording.value) {
@@ -191,6 +192,7 @@ HString LineOf(char const* operation, AppendRule append, Item const& item) noexc
 
 HString DLPCache::MakeVerdict(std::span<QVKReportKeywordAttachNode const> attach_nodes) {
     Units text;
+    text.reserve(kUsualLength);
     for (QVKReportKeywordAttachNode const& node : attach_nodes) {
         for (Item const& item : node.items) {
             if (AppendRule const append = KindOf(item)) AppendLine(append, item, text);
