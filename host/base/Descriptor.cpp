@@ -36,6 +36,7 @@ int OpenNew(char const* path, int flags, int& fd) noexcept {
     // A umask can have taken rights away.
     if (::fchmod(fd, kFileMode) == 0) return 0;
     error = errno;
+    (void)::unlink(path);
     (void)::close(fd);
     fd = -1;
     return error;
@@ -56,9 +57,14 @@ int OpenOrMake(char const* path, int flags, int& fd) noexcept {
 int MakeOneDir(char const* path) noexcept {
     if (::mkdir(path, kDirMode) != 0) return errno;
     struct stat status {};
-    if (::lstat(path, &status) != 0) return errno;
-    if ((status.st_mode & kPermissions) == kDirMode) return 0;
-    return ::fchmodat(AT_FDCWD, path, kDirMode, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
+    bool usable = ::lstat(path, &status) == 0;
+    if (usable && (status.st_mode & kPermissions) != kDirMode) {
+        usable = ::fchmodat(AT_FDCWD, path, kDirMode, AT_SYMLINK_NOFOLLOW) == 0;
+    }
+    if (usable) return 0;
+    int const error = errno;
+    (void)::rmdir(path);
+    return error;
 }
 
 int ReadAt(int fd, void* bytes, std::size_t count, long long position, std::size_t& moved) noexcept {

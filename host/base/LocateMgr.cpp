@@ -57,15 +57,18 @@ LocateMgr* LocateMgr::pins() noexcept {
 }
 
 void LocateMgr::set_root(HString const& path) noexcept {
-    HString root = NoThrow(HString(), [&path] { return Absolute(path).dir_fit(false); });
+    HString root;
+    bool const taken = NoThrow(false, [&] { return root = Absolute(path).dir_fit(false), true; });
     HAutoMutex const lock(mutex_);
     root_ = std::move(root);
+    lost_ = !taken;
     generation_.fetch_add(1, std::memory_order_acq_rel);
 }
 
 HString LocateMgr::get_root(bool with_separator) const noexcept {
     return NoThrow(HString(), [this, with_separator] {
         HAutoMutex const lock(mutex_);
+        if (lost_) return HString();
         if (root_.empty()) root_ = DefaultRoot().dir_fit(false);
         return HString(root_).dir_fit(with_separator);
     });

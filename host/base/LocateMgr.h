@@ -30,8 +30,9 @@ class TORVANE_API LocateMgr {
     LocateMgr() noexcept = default;
     [[nodiscard]] HString Below(char const* name, bool with_separator) const noexcept;
 
-    mutable HMutex mutex_;  // guards root_; nothing is taken under it
+    mutable HMutex mutex_;  // guards root_ and lost_; nothing is taken under it
     mutable HString root_;  // empty: not yet determined
+    bool lost_ = false;     // there was no memory for the root that was set: every path is empty, not the default's
     std::atomic<unsigned> generation_{0};
 };
 

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -71,6 +72,7 @@ TEST_F(HFileFaultTest, FailingReplaceLeavesTheOldContentAndNoTemporaryFile) {
         EXPECT_EQ(ReadBytes(file), "0123");
     }
     EXPECT_EQ(faults.Fired(), 5);
+    EXPECT_EQ(Entries(), 2) << "the file and the directory";
 }
 
 TEST_F(HFileFaultTest, ReplaceGivesUpATemporaryNameThatIsTaken) {
@@ -144,6 +146,16 @@ TEST_F(HFileFaultTest, MakeDirTellsWhenItCannot) {
     }
     faults.FailFrom(SystemCall::kMkdir, 1, EROFS);
     EXPECT_TRUE(Varnok::MakeDir(dir)) << "it is there, whatever making it says";
+}
+
+TEST_F(HFileFaultTest, DirectoryThatCannotBeGivenItsRightsIsNotLeftBehind) {
+    FaultInjection faults;
+    faults.Fail(SystemCall::kFchmod, 1, EPERM);
+    mode_t const before = umask(0777);
+    EXPECT_FALSE(Varnok::MakeDir(root / "new"));
+    umask(before);
+    EXPECT_EQ(faults.Fired(), 1);
+    EXPECT_FALSE(Exists(root / "new"));
 }
 
 TEST_F(HFileFaultTest, SnapshotThatCannotBeReadIsNone) {
