@@ -162,14 +162,18 @@ bool WriteEmptyTable(HFileBase& file, int bucketCount) noexcept {
 
 }  // namespace
 
-Index::Index(HString const& path) : path_(path) {}
+Index::Index(HString const& path) noexcept {
+    NoThrow(false, [&] { return path_ = path, true; });
+}
 
 int Index::Init(int bucketCount) const noexcept {
     return NoThrow<int>(kInitFailed, [&]() -> int {
         if (HFile::IsFileExistFile(path_)) (void)HFile::delete_file(path_);
         if (bucketCount >= IndexHead::kBucketCountLimit) return kLog.Failed("Init", 281, kAssertFalse, kInitFailed);
+        if (path_.empty()) return kLog.Failed("Init", 293, kAssertFalse, kInitFailed);
         HString temporary = path_;
         temporary << ".tmp";
+        (void)HFile::delete_file(temporary);  // left behind by a process that died
         HFileWriter file;
         if (file.create(temporary, false) != 0) return kLog.Failed("Init", 293, kAssertFalse, kInitFailed);
         if (WriteEmptyTable(file, bucketCount) && HFile::rename_file(temporary, path_) == 0) return kDone;

@@ -49,6 +49,7 @@ int Manager::Init(int bucketCount, HString const& indexPath, HString const& data
     return NoThrow<int>(kNoIndex, [&]() -> int {
         data_path_ = dataPath;
         auto index = std::make_unique<Index>(indexPath);
+        if (!index->HasPath() && indexPath.not_empty()) return kNoIndex;
         Varnok::Retain(index_);
         index_ = index.release();
         return HFile::IsFileExistFile(indexPath) ? 1 : index_->Init(bucketCount);
@@ -156,10 +157,11 @@ int Manager::AddCache(std::string const& key, long long offset, unsigned char* b
 }
 
 int Manager::WriteCacheBuffer(long long& offset, unsigned char* buf, int len) const noexcept {
-    if (mutex_ == nullptr || buf == nullptr || len < 0) return kDataNotWritten;
+    if (mutex_ == nullptr) return kDataNotWritten;
     HAutoMutex lock(*mutex_);
     HFileWriter file;
     if (file.create(data_path_, true) != 0) return kLog.Failed("WriteCacheBuffer", 735, kAssertFalse, kDataNotOpened);
+    if (len < 0 || (buf == nullptr && len > 0)) return kDataNotWritten;
     bool const append = offset < 0;
     long long const position = append ? file.get_current_pointer() : offset;
     if (position < 0 || file.set_pointer(position) != 0) return kDataNotWritten;
@@ -187,7 +189,7 @@ unsigned char* Manager::ReadCacheBuffer(long long offset, int len) const noexcep
     long long const size = small ? -1 : file.get_now_size();
     if (!small && (len < 0 || size < len)) return failed(764, kAssertFalse);
     if (!small && offset > size - len) return failed(767, kAssertFalse);
-    if (file.set_pointer(offset) != 0) return failed(767, kAssertFalse);
+    if (file.set_pointer(offset) != 0) return failed(file.get_now_size() < len ? 764 : 767, kAssertFalse);
     std::unique_ptr<unsigned char[]> buf(new (std::nothrow) unsigned char[static_cast<std::size_t>(len)]);
     if (buf == nullptr) return failed(766, kAssertNull);
     if (file.read(buf.get(), len) == len) return buf.release();

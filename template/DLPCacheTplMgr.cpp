@@ -51,6 +51,19 @@ bool IsBelowTemplatePath(HString const& directory) {
     return top.not_empty() && directory.is_begin_by(top, true) && HString(directory).dir_fit(true) != top;
 }
 
+// Whether `directory`, which ends in a separator, is <template path>/<template id>/<MD5>/ to the letter, both names
+// being ones that ids have, so that neither ".." nor a symbolic link leads elsewhere.
+bool IsCacheDirectory(HString const& directory) {
+    HString const top = KwLocateMgr::pins()->get_template_path(true);
+    if (top.empty() || !directory.view().starts_with(top.view())) return false;
+    HString below = directory;
+    std::vector<HString> names;
+    below.dir_fit(false).cut_first(top.length()).get_vt_str_by_sep(names, "/");
+    HString id;
+    return names.size() == 2 && Varnok::FileNameToId(names[0], id) && Varnok::FileNameToId(names[1], id) &&
+           HFile::IsFileExistDir(HString(top) << names[0]);
+}
+
 void DeleteInvalid(HString const& directory) {
     kTplLog.Write(DLPCache::kLogWarning, 968, "invalid template cache, deleted, dir: ", directory);
     (void)DLPCache::DeleteTplDirectory(directory);
@@ -99,11 +112,13 @@ void DLPCacheTplMgr::InitTpl(HString const& tpl_id) noexcept {
 }
 
 void DLPCacheTplMgr::InitTplMD5(HString const& dir) noexcept {
-    NoThrow(false, [&] { return OpenFound(dir), true; });
+    NoThrow(false, [&] { return OpenFound(HString(dir).dir_fit(true)), true; });
 }
 
 void DLPCacheTplMgr::OpenFound(HString const& directory) {
-    if (!IsBelowTemplatePath(directory)) return;
+    if (!IsCacheDirectory(directory)) {
+        return kTplLog.Write(DLPCache::kLogError, 981, "no template cache dir, left alone: ", directory);
+    }
     HString const tpl_file = DLPCache::TplSnapshotFile(directory);
     if (!HFile::IsFileExistFile(tpl_file)) return DeleteInvalid(directory);
     QVKConfigKeywordTemplateVT templates;
@@ -115,10 +130,12 @@ void DLPCacheTplMgr::OpenFound(HString const& directory) {
     KwDefineMgr definitions;
     definitions.set_config_path(directory);
     failed = definitions.load();
-    if (failed == EBADMSG) return DeleteInvalid(directory);
-    if (failed != 0) return LeaveAlone(directory, failed);
+    if (failed != 0 && failed != EBADMSG) return LeaveAlone(directory, failed);
     HString const md5 = definitions.get_md5_by_tpl(templates.nodes.front());
     if (md5.empty()) return LeaveAlone(directory, ENOMEM);
+    // What is damaged counts by what it does to the MD5: names, classes and levels come from the current definitions.
+    HString const name = HString(directory).dir_fit(false).get_short_name();
+    if (failed == EBADMSG && Varnok::IdToFileName(md5) != name) return DeleteInvalid(directory);
     DLPCacheTpl*& cache = caches_[md5];
     Varnok::Retain(std::exchange(cache, new DLPCacheTpl(templates.nodes.front(), md5)));
 }

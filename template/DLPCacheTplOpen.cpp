@@ -23,6 +23,21 @@ namespace {
 constexpr int kDefaultBucketCount = 500000;
 constexpr int kFileAttrSubTypes[] = {2001, 2002};
 
+HString IdOf(QVKConfigKeywordTemplateNode const& tpl) {
+    return HString(std::u16string(QVKCommon::IdOf(tpl.common)));
+}
+
+// Whether `md5` is what the process-wide definitions have for the template.
+bool IsCurrent(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) {
+    KwDefineMgr const* current = KwDefineMgr::pins();
+    return current && md5.not_empty() && current->get_md5_by_tpl(tpl) == md5;
+}
+
+bool EmptyTplDirectory(HString const& tpl_id, HString const& md5) {
+    return DLPCache::DeleteTplDirectory(DLPCache::TplDirectory(tpl_id, md5)) == 0 &&
+           DLPCache::MakeTplDirectory(tpl_id, md5);
+}
+
 // The bucket count of new index files. Not range-checked: with a count that the index refuses there is no index file.
 int ReadBucketCount(HString const& tpl_id) {
     HString path = Varnok::LocateMgr::pins()->get_ini_path(true);
@@ -54,16 +69,14 @@ void DLPCacheTpl::Init(QVKConfigKeywordTemplateNode const& tpl, HString const& m
 }
 
 void DLPCacheTpl::Open(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) {
-    HString const& id = tpl.common->id;
+    HString const id = IdOf(tpl);
     HString const directory = DLPCache::TplDirectory(id, md5);
     if (!define_mgr_) return;
     define_mgr_->set_config_path(directory);
     if (define_mgr_->get_config_path() != directory) return;  // without memory
-    if (!DLPCache::MakeTplDirectory(id, md5)) {
-        kTplLog.Write(DLPCache::kLogError, 694, "make template cache dir failed, dir: ", directory);
-        return;
-    }
+    bool const made = DLPCache::MakeTplDirectory(id, md5);
     int const bucket_count = ReadBucketCount(id);
+    if (!made) return kTplLog.Write(DLPCache::kLogError, 694, "make template cache dir failed, dir: ", directory);
 
     if (HFile::IsFileExistFile(DLPCache::TplSnapshotFile(directory))) {
         Snapshot const found = LoadSnapshot(tpl, md5);
@@ -71,29 +84,28 @@ void DLPCacheTpl::Open(QVKConfigKeywordTemplateNode const& tpl, HString const& m
         // Answers are thrown away only for what was read.
         if (found == Snapshot::kUnknown) return;
         kTplLog.Write(DLPCache::kLogWarning, 722, "template cache is out of date, made anew, dir: ", directory);
+        if (!EmptyTplDirectory(id, md5)) return;
     }
-    // Also what an interrupted deletion left behind: an index without its data file would tell answers of other files.
-    if (DLPCache::DeleteTplDirectory(directory) != 0 || !DLPCache::MakeTplDirectory(id, md5)) return;
+    if (!IsCurrent(tpl, md5)) return;
+    // What an interrupted deletion left behind: an index without its data file would tell answers of other files.
+    if (!EmptyTplDirectory(id, md5)) return;
     if (MakeSnapshot(tpl, md5, directory)) OpenStore(directory, bucket_count);
 }
 
 DLPCacheTpl::Snapshot DLPCacheTpl::LoadSnapshot(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) {
     int const failed = define_mgr_->load();
-    if (failed == EBADMSG) return Snapshot::kDiffers;
-    if (failed != 0) {
-        kTplLog.Write(DLPCache::kLogError, 736, "load template snapshot failed, errno: ", failed,
-                      ", id: ", tpl.common->id);
+    // What is damaged counts by what it does to the MD5.
+    if (failed != 0 && failed != EBADMSG) {
+        kTplLog.Write(DLPCache::kLogError, 736, "load template snapshot failed, errno: ", failed, ", id: ", IdOf(tpl));
         return Snapshot::kUnknown;
     }
     HString const found = define_mgr_->get_md5_by_tpl(tpl);
     if (found.empty()) return Snapshot::kUnknown;  // without memory
-    tpl_ = found == md5 ? define_mgr_->get_tpl_by_id(tpl.common->id) : nullptr;
+    tpl_ = found == md5 ? define_mgr_->get_tpl_by_id(IdOf(tpl)) : nullptr;
     return tpl_ ? Snapshot::kMatches : Snapshot::kDiffers;
 }
 
 bool DLPCacheTpl::MakeSnapshot(QVKConfigKeywordTemplateNode const& tpl, HString const& md5, HString const& directory) {
-    KwDefineMgr const* current = KwDefineMgr::pins();
-    if (!current || md5.empty() || current->get_md5_by_tpl(tpl) != md5) return false;
     QVKConfigKeywordTemplateVT templates;
     templates.nodes.push_back(tpl);
     if (int const failed = DLPCache::WriteTplSnapshot(templates, directory)) {

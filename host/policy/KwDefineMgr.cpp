@@ -33,17 +33,21 @@ class ArchiveLoader {
     template <class Table>
     void Load(char const* short_name, Table& table) {
         int const error = table.from_file(Varnok::ArchivePath(directory_, short_name));
-        if (first_error_ == 0 && error != ENOENT) first_error_ = error;
-        without_memory_ = without_memory_ || error == ENOMEM;
+        if (error == EBADMSG) {
+            damaged_ = error;
+        } else if (unread_ == 0 && error != ENOENT) {
+            unread_ = error;
+        }
     }
-    // Of the first archive that could not be read or was damaged; 0 for none.
-    [[nodiscard]] int FirstError() const noexcept { return first_error_; }
-    [[nodiscard]] bool WithoutMemory() const noexcept { return without_memory_; }
+    // Why the first archive that could not be read could not; 0 for none.
+    [[nodiscard]] int Unread() const noexcept { return unread_; }
+    // EBADMSG when an archive was damaged, else 0.
+    [[nodiscard]] int Damaged() const noexcept { return damaged_; }
 
   private:
     HString const& directory_;
-    int first_error_ = 0;
-    bool without_memory_ = false;
+    int unread_ = 0;
+    int damaged_ = 0;
 };
 
 }  // namespace
@@ -89,8 +93,8 @@ int KwDefineMgr::load() noexcept {
         loader.Load(Varnok::kFormatItemArchive, read.rules);
         loader.Load(Varnok::kDataClassArchive, read.data_classes);
         loader.Load(Varnok::kDataLevelArchive, read.data_levels);
-        if (loader.WithoutMemory()) return ENOMEM;
-        return install(std::move(read)) ? loader.FirstError() : ENOMEM;
+        if (loader.Unread() != 0) return loader.Unread();
+        return install(std::move(read)) ? loader.Damaged() : ENOMEM;
     });
 }
 

@@ -30,9 +30,9 @@ class TORVANE_API KwDefineMgr {
     // The directory that `load` reads; never set, it is the agent's (KwLocateMgr::get_config_path).
     void set_config_path(HString const& directory) noexcept;
     [[nodiscard]] HString get_config_path() const noexcept;
-    // Reads the four archives and puts them in place; a missing or damaged one is an empty table. 0, or the first error
-    // other than ENOENT (EBADMSG: damaged; anything else: could not be read); the rest is in place all the same.
-    // ENOMEM: nothing was replaced; EINVAL: nothing was replaced, the directory is "".
+    // Reads the four archives and puts them in place; a missing or damaged one is an empty table. 0, or EBADMSG: one
+    // was damaged, the rest is in place. Any other errno: one could not be read (EINVAL: the directory is ""), and
+    // nothing was replaced.
     int load() noexcept;
     // Puts `definitions` in place. Of records with the same id the first counts. False without memory (nothing
     // replaced).

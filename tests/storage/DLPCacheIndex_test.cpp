@@ -55,6 +55,13 @@ TEST_F(IndexFile, IsNotMadeWithoutItsDirectory) {
     EXPECT_FALSE(Exists(root_ / "none"));
 }
 
+TEST_F(IndexFile, EmptyPathIsNoFileOfTheWorkingDirectory) {
+    std::filesystem::current_path(root_.Path());
+    WriteBytes(".tmp", "a stranger's");
+    EXPECT_EQ(DLPCache::Index(HString()).Init(3), -1);
+    EXPECT_EQ(ReadBytes(".tmp"), "a stranger's");
+}
+
 TEST_F(IndexFile, LeftoverOfAKilledInitDoesNotMatter) {
     WriteBytes(path_ + ".tmp", std::string(1000, 'x'));
     ASSERT_EQ(index_.Init(1), 0);

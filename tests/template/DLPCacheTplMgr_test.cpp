@@ -170,6 +170,29 @@ TEST_F(DLPCacheTplMgrTest, DamagedRuleFileIsDeletedAtStart) {
     EXPECT_THAT(Files(TplPath("T1")), IsEmpty());
 }
 
+TEST_F(DLPCacheTplMgrTest, DamagedDataLevelFileKeepsTheCache) {
+    Prepare();
+    WriteBytes(Dir() + "KeywordDataLevel.arc", "damaged");
+    auto const before = Files(Dir());
+    DLPCacheTplMgr const manager;
+    EXPECT_EQ(Files(Dir()), before);
+}
+
+TEST_F(DLPCacheTplMgrTest, OnlyACacheDirectoryIsEverDeleted) {
+    Prepare();
+    auto const before = Files(Dir());
+    fs::create_directories(root_ / "home");
+    WriteBytes(root_ / "home/letter", "x");
+    DLPCacheTplMgr manager;
+    std::string const top = TplPath();
+    for (std::string const& path :
+         {top + "T1/../../../home/", top + "T1/", top + "T1/../T1/", top, top + "T1/ABC/../", std::string("/"),
+          std::string(), root_ / "home", fs::path(Dir()).parent_path().string()})
+        manager.InitTplMD5(HString(path));
+    EXPECT_TRUE(Exists(root_ / "home/letter"));
+    EXPECT_EQ(Files(Dir()), before);
+}
+
 TEST_F(DLPCacheTplMgrTest, DirectoryInTheTemplateFilesPlaceIsDeletedAtStart) {
     fs::create_directories(TplPath("T1/ABC/KeywordTemplate.arc/deep"));
     DLPCacheTplMgr const manager;

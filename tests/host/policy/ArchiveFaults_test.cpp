@@ -97,8 +97,11 @@ TEST_F(ArchiveFaults, LoadReportsAnArchiveThatCannotBeOpened) {
         faults.OnlyBelow(root / "config");
         faults.Fail(SystemCall::kOpen, nth, EMFILE);
         KwDefineMgr mgr;
+        ASSERT_TRUE(mgr.install(definitions::Small()));
+        auto const* const before = mgr.get_tpl_by_id(definitions::Small().templates.nodes.front().common->id);
         mgr.set_config_path(root / "config");
         EXPECT_EQ(mgr.load(), EMFILE);
+        EXPECT_EQ(mgr.get_tpl_by_id(before->common->id), before);
     }
 }
 

@@ -227,12 +227,12 @@ TEST_F(KwDefineMgrTest, ADamagedArchiveIsAnEmptyTableAmongSoundOnes) {
     EXPECT_NE(mgr.get_data_level_by_id("L1"), nullptr);
 }
 
-TEST_F(KwDefineMgrTest, LoadReportsTheFirstErrorInTheOrderOfReading) {
-    std::filesystem::create_directories(root / "snapshot/KeywordDataLevel.arc");
+TEST_F(KwDefineMgrTest, LoadReportsAnUnreadableArchiveBeforeADamagedOne) {
+    std::filesystem::create_directories(root / "snapshot");
     WriteBytes(root / "snapshot/KeywordDataClass.arc", "damaged");
     mgr.set_config_path(root / "snapshot");
     EXPECT_EQ(mgr.load(), EBADMSG);
-    std::filesystem::create_directories(root / "snapshot/KeywordTemplate.arc");
+    std::filesystem::create_directories(root / "snapshot/KeywordDataLevel.arc");
     EXPECT_EQ(mgr.load(), EISDIR);
 }
 
