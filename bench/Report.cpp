@@ -60,7 +60,8 @@ void PrintRow(Measured const& measured) {
 }  // namespace
 
 bool TableReporter::ReportContext(Context const& /*context*/) {
-    std::printf("Medians; in brackets the middle half of the rounds' ratios. A round: ours, the other, the other, ours.\n\n");
+    std::printf(
+        "Medians; in brackets the middle half of the rounds' ratios. A round: ours, the other, the other, ours.\n\n");
     PrintLine("what", "target", "measured", "ours", "other", "", "other is");
     return true;
 }
