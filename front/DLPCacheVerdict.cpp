@@ -100,7 +100,8 @@ void AppendFrom(std::span<Wording const> table, Item const& item, Units& text) {
 void AppendNumber(long long number, Units& text) {
     char digits[24];
     auto const [end, error] = std::to_chars(std::begin(digits), std::end(digits), number);
-    text.append(digits, end);
+    for (char const* digit = digits; digit != end; ++digit)
+        text += static_cast<char16_t>(*digit);
 }
 
 void AppendKeyword(Item const& item, Units& text) {
@@ -126,13 +127,19 @@ void AppendVolume(HString const& volumes, Units& text) {
     }
 }
 
+bool IsBlank(char16_t unit) {
+    return unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n';
+}
+
 // What is left of the text from `start` on, without blanks at its ends, becomes a line.
 void EndLine(std::size_t start, Units& text) {
-    constexpr char16_t kBlanks[] = u" \t\r\n";
-    std::size_t const last = text.find_last_not_of(kBlanks);
-    text.resize(last == Units::npos || last < start ? start : last + 1);
+    while (text.size() > start && IsBlank(text.back()))
+        text.pop_back();
     if (text.size() == start) return;
-    text.erase(start, text.find_first_not_of(kBlanks, start) - start);
+    std::size_t first = start;
+    while (IsBlank(text[first]))
+        ++first;
+    if (first != start) text.erase(start, first - start);
     text += u'\n';
 }
 
@@ -184,7 +191,7 @@ HString LineOf(char const* operation, AppendRule append, Item const& item) noexc
     return GuardedText(operation, [&] {
         Units text;
         AppendLine(append, item, text);
-        return HString(std::move(text));
+        return HString(text);
     });
 }
 
@@ -198,7 +205,7 @@ HString DLPCache::MakeVerdict(std::span<QVKReportKeywordAttachNode const> attach
             if (AppendRule const append = KindOf(item)) AppendLine(append, item, text);
         }
     }
-    return HString(std::move(text));
+    return HString(text);
 }
 
 HString DLPCacheMgr::GetSensResult(QVKKeywordMatchResult const& result) const noexcept {

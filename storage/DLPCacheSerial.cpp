@@ -3,9 +3,10 @@
 #include <bit>
 #include <climits>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <new>
-#include <string>
+#include <span>
 
 #include "host/base/IBuffer.h"
 #include "host/base/NoThrow.h"
@@ -32,11 +33,26 @@ int Narrowed(long long size) noexcept {
 }
 
 // The units as this machine has them, from units as they came off the wire.
-void FromWire(std::u16string& units) noexcept {
+void FromWire(std::span<char16_t> units) noexcept {
     if constexpr (std::endian::native == std::endian::big) {
         for (char16_t& unit : units)
             unit = static_cast<char16_t>((unit << 8) | (unit >> 8));
     }
+}
+
+// The units before the first that is zero. Looks at four at a time: few texts have one.
+std::size_t LengthToZero(std::span<char16_t const> units) noexcept {
+    constexpr std::uint64_t kOnes = 0x0001000100010001;
+    constexpr std::uint64_t kHighBits = 0x8000800080008000;
+    std::size_t i = 0;
+    for (; i + 4 <= units.size(); i += 4) {
+        std::uint64_t four = 0;
+        std::memcpy(&four, &units[i], sizeof four);
+        if (((four - kOnes) & ~four & kHighBits) != 0) break;
+    }
+    while (i < units.size() && units[i] != 0)
+        ++i;
+    return i;
 }
 
 }  // namespace
@@ -81,11 +97,11 @@ bool SerialBasic::ReadHString(Varnok::Reader* r, HString& s, int maxLen) {
     if (count < 0) return kLog.Failed("ReadHString", 851, kAssertFalse, false);
     return NoThrow(false, [&] {
         long long const bytes = static_cast<long long>(kUnitWidth) * count;
-        std::u16string units(static_cast<std::size_t>(count), u'\0');
-        if (r->read_buffer(units.data(), bytes) != bytes) return false;
-        FromWire(units);
-        units.resize(std::char_traits<char16_t>::length(units.c_str()));  // a zero unit ends the text
-        s = HString(std::move(units));
+        auto const length = static_cast<std::size_t>(count);
+        char16_t* const units = s.prepare(length);
+        if (r->read_buffer(units, bytes) != bytes) return s.clear(), false;
+        FromWire(std::span(units, length));
+        s.cut_to(LengthToZero({units, length}));  // a zero unit ends the text
         return true;
     });
 }

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <atomic>
 #include <compare>
 #include <cstddef>
 #include <cstring>
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/base/Export.h"
@@ -16,30 +18,51 @@
 // unit U+DC80..U+DCFF. The way back joins pairs and turns such lone units into their bytes again, so that every file
 // name survives; any other lone surrogate is written as its three bytes. Lengths and indexes count units.
 //
-// A value type: each object belongs to one thread at a time, copies are independent. Like a standard string it throws
-// std::bad_alloc when memory runs out and nothing else.
+// A value type: each object belongs to one thread at a time, copies are independent. Copies share their units until one
+// of them is changed, since answers repeat the same names and ids over and over: copying takes no memory and does not
+// throw. Like a standard string it throws std::bad_alloc when memory runs out and nothing else.
 class TORVANE_API HString {
   public:
     HString() noexcept = default;
+    HString(HString const& other) noexcept : block_(other.block_) {
+        if (block_ != nullptr) block_->owners.fetch_add(1, std::memory_order_relaxed);
+    }
+    HString(HString&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
+    ~HString() { Release(); }
+    HString& operator=(HString const& other) noexcept { return *this = HString(other); }
+    HString& operator=(HString&& other) noexcept {
+        std::swap(block_, other.block_);
+        return *this;
+    }
     HString(char const* utf8);  // null is the empty text
     HString(std::string_view utf8);
     HString(std::string const& utf8);
     HString(wchar_t const* text);             // null is the empty text; a character above U+FFFF becomes a pair
     explicit HString(char16_t const* units);  // zero-terminated; null is the empty text
-    explicit HString(std::u16string units) noexcept;
+    explicit HString(std::u16string_view units);
     // Decimal text.
     explicit HString(int number);
     explicit HString(unsigned number);
     explicit HString(long long number);
     explicit HString(unsigned long long number);
 
-    [[nodiscard]] int length() const noexcept { return static_cast<int>(units_.size()); }
-    [[nodiscard]] bool empty() const noexcept { return units_.empty(); }
-    [[nodiscard]] bool not_empty() const noexcept { return !units_.empty(); }
+    [[nodiscard]] int length() const noexcept { return static_cast<int>(size()); }
+    [[nodiscard]] bool empty() const noexcept { return size() == 0; }
+    [[nodiscard]] bool not_empty() const noexcept { return size() != 0; }
     // The unit at `index`, 0 <= index < length().
-    [[nodiscard]] char16_t operator[](int index) const noexcept { return units_[static_cast<std::size_t>(index)]; }
-    [[nodiscard]] std::u16string_view view() const noexcept { return units_; }
-    void clear() noexcept { units_.clear(); }
+    [[nodiscard]] char16_t operator[](int index) const noexcept { return view()[static_cast<std::size_t>(index)]; }
+    [[nodiscard]] std::u16string_view view() const noexcept {
+        return block_ == nullptr ? std::u16string_view() : std::u16string_view(block_->units(), block_->length);
+    }
+    void clear() noexcept {
+        Release();
+        block_ = nullptr;
+    }
+    // For decoders: makes the text `length` units long and gives the place where they go; what stands there before is
+    // not defined. Valid until the object is changed, copied or destroyed.
+    [[nodiscard]] char16_t* prepare(std::size_t length);
+    // Cuts the text to its first `length` units; a longer one than it has changes nothing.
+    void cut_to(std::size_t length);
 
     HString& operator<<(HString const& tail);
     HString& operator<<(char const* utf8);
@@ -48,11 +71,13 @@ class TORVANE_API HString {
 
     // By unit values, the shorter first.
     friend bool operator==(HString const& a, HString const& b) noexcept {
-        std::size_t const count = a.units_.size();
-        return count == b.units_.size() && std::memcmp(a.units_.data(), b.units_.data(), count * sizeof(char16_t)) == 0;
+        if (a.block_ == b.block_) return true;
+        std::size_t const count = a.size();
+        return count == b.size() &&
+               (count == 0 || std::memcmp(a.block_->units(), b.block_->units(), count * sizeof(char16_t)) == 0);
     }
     friend std::strong_ordering operator<=>(HString const& a, HString const& b) noexcept {
-        return a.units_.compare(b.units_) <=> 0;
+        return a.block_ == b.block_ ? std::strong_ordering::equal : a.view().compare(b.view()) <=> 0;
     }
 
     // The narrow form. `encoding` 0 is UTF-8, the only one there is.
@@ -68,7 +93,7 @@ class TORVANE_API HString {
 
     // A to Z become a to z. Other letters stay as they are: keys on disk must not depend on a locale or a Unicode
     // version.
-    HString& to_lower_case() noexcept;
+    HString& to_lower_case();
 
     // Paths. `dir_fit(true)` makes the text end in exactly one separator, `dir_fit(false)` in none ("/" stays); both
     // change the text and return it. An empty text stays empty.
@@ -93,5 +118,31 @@ class TORVANE_API HString {
     [[nodiscard]] static HString make_by_set_s(std::set<HString> const& members, HString const& separator);
 
   private:
-    std::u16string units_;
+    // The units of one or more objects; they follow it in memory. Changed only while it has one owner.
+    struct Block {
+        std::atomic<std::size_t> owners{1};
+        std::size_t length = 0;
+        std::size_t capacity = 0;
+
+        [[nodiscard]] char16_t* units() noexcept { return reinterpret_cast<char16_t*>(this + 1); }
+    };
+
+    [[nodiscard]] std::size_t size() const noexcept { return block_ == nullptr ? 0 : block_->length; }
+    void Release() noexcept {
+        if (block_ == nullptr) return;
+        // The only owner needs no counting: nobody else can copy from it.
+        if (block_->owners.load(std::memory_order_acquire) == 1 ||
+            block_->owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+            ::operator delete(block_);
+        }
+    }
+    [[nodiscard]] static Block* MakeBlock(std::size_t capacity);
+    // Makes room for `more` units behind the text in a block of its own; gives the place where they go.
+    char16_t* Grow(std::size_t more);
+    void Append(std::u16string_view units);
+    void AppendUtf8(std::string_view utf8);
+    template <class Number>
+    void AppendDecimal(Number number);
+
+    Block* block_ = nullptr;  // null: empty
 };

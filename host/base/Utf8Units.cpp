@@ -125,12 +125,11 @@ std::size_t SequenceLength(std::string_view narrow) noexcept {
     return lead.length;
 }
 
-void AppendUnits(std::u16string& units, std::string_view narrow) {
-    std::size_t out = units.size();
-    units.resize(out + narrow.size());  // no byte becomes more than one unit
+std::size_t CopyUnits(std::string_view narrow, char16_t* units) noexcept {
+    std::size_t out = 0;
     std::size_t in = 0;
     while (in < narrow.size()) {
-        std::size_t const ascii = WidenAscii(narrow.data() + in, narrow.size() - in, units.data() + out);
+        std::size_t const ascii = WidenAscii(narrow.data() + in, narrow.size() - in, units + out);
         in += ascii;
         out += ascii;
         if (in == narrow.size()) break;
@@ -148,7 +147,13 @@ void AppendUnits(std::u16string& units, std::string_view narrow) {
             units[out++] = static_cast<char16_t>(code);
         }
     }
-    units.resize(out);
+    return out;
+}
+
+void AppendUnits(std::u16string& units, std::string_view narrow) {
+    std::size_t const length = units.size();
+    units.resize(length + narrow.size());  // no byte becomes more than one unit
+    units.resize(length + CopyUnits(narrow, units.data() + length));
 }
 
 std::size_t CopyNarrow(std::u16string_view units, char* buffer, std::size_t capacity) noexcept {

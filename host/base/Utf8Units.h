@@ -9,6 +9,8 @@
 // The mapping between narrow text (UTF-8, or any bytes) and 16-bit units that HString documents.
 namespace Varnok {
 
+// Writes the units of `narrow`, at most one for each byte, and returns how many there are.
+std::size_t CopyUnits(std::string_view narrow, char16_t* units) noexcept;
 void AppendUnits(std::u16string& units, std::string_view narrow);
 void AppendNarrow(std::string& narrow, std::u16string_view units);
 // Writes the narrow form without a terminator into `buffer`; returns its length, or capacity + 1 when it does not fit.

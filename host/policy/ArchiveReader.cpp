@@ -12,17 +12,15 @@ namespace {
 
 constexpr std::size_t kLeastTextBytes = 4;  // its count
 
-std::u16string LoadUnits(char const* bytes, std::size_t count) {
-    std::u16string units(count, u'\0');
+void LoadUnits(char const* bytes, std::size_t count, char16_t* units) noexcept {
     if constexpr (std::endian::native == std::endian::little) {
-        std::memcpy(units.data(), bytes, count * sizeof(char16_t));
+        std::memcpy(units, bytes, count * sizeof(char16_t));
     } else {
         auto const* fields = reinterpret_cast<std::uint8_t const*>(bytes);
         for (std::size_t i = 0; i < count; ++i) {
             units[i] = static_cast<char16_t>(LoadLittleEndian<std::uint16_t>(fields + i * sizeof(char16_t)));
         }
     }
-    return units;
 }
 
 }  // namespace
@@ -56,7 +54,8 @@ bool ArchiveReader::GetCount(std::size_t& count, std::size_t least_bytes) noexce
 bool ArchiveReader::GetText(HString& text) {
     std::size_t count = 0;
     if (!GetCount(count, sizeof(char16_t))) return false;
-    text = count == 0 ? HString() : HString(LoadUnits(rest_.data(), count));
+    text.clear();
+    if (count != 0) LoadUnits(rest_.data(), count, text.prepare(count));
     rest_.remove_prefix(count * sizeof(char16_t));
     return true;
 }

@@ -68,18 +68,12 @@ KwDefineMgr* KwDefineMgr::pins() noexcept {
 void KwDefineMgr::set_config_path(HString const& directory) noexcept {
     HAutoMutex lock(mutex_);
     config_path_set_ = true;
-    config_path_.clear();
-    (void)NoThrow(false, [&] {
-        config_path_ = directory;
-        return true;
-    });
+    config_path_ = directory;
 }
 
 HString KwDefineMgr::get_config_path() const noexcept {
-    return NoThrow(HString(), [&] {
-        HAutoMutex lock(mutex_);
-        return config_path_;
-    });
+    HAutoMutex lock(mutex_);
+    return config_path_;
 }
 
 int KwDefineMgr::load() noexcept {

@@ -70,6 +70,6 @@ class TORVANE_API KwDefineMgr {
     // Guards the two members below and replacements of the set; held while `load` reads. Taken under it: the root's
     // path.
     mutable HMutex mutex_;
-    HString config_path_;           // "" as well when there was no memory to keep it
+    HString config_path_;
     bool config_path_set_ = false;  // else `load` reads the agent's directory
 };

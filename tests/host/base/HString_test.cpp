@@ -6,6 +6,8 @@
 #include <random>
 #include <set>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -65,6 +67,87 @@ TEST(HString, EveryCodePointSurvivesTheRoundTrip) {
         HString const text(wide);
         ASSERT_EQ(HString(text.get_str()), text) << std::hex << static_cast<unsigned>(code);
     }
+}
+
+// Every way to change a text, each tried on one that another text shares its units with.
+TEST(HString, ChangingACopyLeavesTheOther) {
+    std::pair<char const*, void (*)(HString&)> const changes[] = {
+        {"append a text", [](HString& text) { text << HString("x"); }},
+        {"append narrow text", [](HString& text) { text << "x"; }},
+        {"append a number", [](HString& text) { text << 7; }},
+        {"append itself", [](HString& text) { text << text; }},
+        {"clear", [](HString& text) { text.clear(); }},
+        {"prepare", [](HString& text) { text.prepare(1)[0] = u'y'; }},
+        {"cut to", [](HString& text) { text.cut_to(2); }},
+        {"cut first", [](HString& text) { text.cut_first(1); }},
+        {"trim", [](HString& text) { text.trim_both("/A"); }},
+        {"lower case", [](HString& text) { text.to_lower_case(); }},
+        {"with separator", [](HString& text) { text.dir_fit(true); }},
+        {"without separator", [](HString& text) { text.dir_fit(false); }},
+        {"assign", [](HString& text) { text = HString("z"); }},
+    };
+    for (auto const& [name, change] : changes) {
+        HString const original("/ABC//");
+        HString copy = original;
+        change(copy);
+        EXPECT_EQ(original.get_str(), "/ABC//") << name;
+        EXPECT_NE(copy, original) << name;
+    }
+}
+
+TEST(HString, AppendsItselfAndParts) {
+    HString text("ab");
+    text << text;
+    text << text;
+    EXPECT_EQ(text.get_str(), "abababab");
+    HString& same = text;
+    text = same;
+    EXPECT_EQ(text.get_str(), "abababab");
+    text = HString(text.view().substr(6));
+    EXPECT_EQ(text.get_str(), "ab");
+}
+
+TEST(HString, CutToKeepsTheFirstUnits) {
+    HString text("abc");
+    text.cut_to(4);
+    EXPECT_EQ(text.get_str(), "abc");
+    text.cut_to(2);
+    EXPECT_EQ(text.get_str(), "ab");
+    EXPECT_EQ((text << "d").get_str(), "abd");
+    text.cut_to(0);
+    EXPECT_TRUE(text.empty());
+    text.cut_to(0);
+    EXPECT_EQ((text << "e").get_str(), "e");
+}
+
+TEST(HString, PrepareGivesRoomForUnits) {
+    HString text("before");
+    char16_t* const units = text.prepare(2);
+    units[0] = u'h';
+    units[1] = u'i';
+    EXPECT_EQ(text.get_str(), "hi");
+    EXPECT_EQ(text.prepare(0), nullptr);
+    EXPECT_TRUE(text.empty());
+}
+
+// For the thread sanitizer: copies of one text come, change and go in many threads.
+TEST(HString, CopiesBelongToTheirThreads) {
+    HString const shared("shared");
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&shared, thread] {
+            for (int i = 0; i < 1000; ++i) {
+                HString copy = shared;
+                HString second = copy;
+                copy << thread;
+                ASSERT_EQ(second, shared);
+                ASSERT_EQ(copy.length(), shared.length() + 1);
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(shared.get_str(), "shared");
 }
 
 TEST(HString, OrderIsByUnitsAndAPrefixComesFirst) {

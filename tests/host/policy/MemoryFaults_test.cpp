@@ -64,7 +64,8 @@ TEST_F(MemoryFaults, ATableThatCannotBeWrittenLeavesTheOldFile) {
 TEST_F(MemoryFaults, AFailedInstallReplacesNothing) {
     KwDefineMgr mgr;
     ASSERT_TRUE(mgr.install(definitions::Small()));
-    auto const* const before = mgr.get_tpl_by_id("T1");
+    HString const id("T1");
+    auto const* const before = mgr.get_tpl_by_id(id);
     bool installed = false;
     int failures = 0;
     for (int nth = 1; !installed; ++nth) {
@@ -72,7 +73,7 @@ TEST_F(MemoryFaults, AFailedInstallReplacesNothing) {
         AllocationFailure failure(nth);
         installed = mgr.install(std::move(all));
         EXPECT_NE(installed, failure.Happened());
-        EXPECT_EQ(mgr.get_tpl_by_id("T1") == before, !installed);
+        EXPECT_EQ(mgr.get_tpl_by_id(id) == before, !installed);
         failures += installed ? 0 : 1;
     }
     EXPECT_GT(failures, 0);
@@ -83,28 +84,24 @@ TEST_F(MemoryFaults, AFailedLoadReplacesNothing) {
     KwDefineMgr mgr;
     ASSERT_TRUE(mgr.install(definitions::Small()));
     mgr.set_config_path(root / "config");
-    auto const* const before = mgr.get_tpl_by_id("T1");
+    HString const id("T1");
+    auto const* const before = mgr.get_tpl_by_id(id);
     int const failures = FailEachAllocation([&] { return mgr.load(); },
                                             [&](int result) {
                                                 EXPECT_EQ(result, ENOMEM);
-                                                EXPECT_EQ(mgr.get_tpl_by_id("T1"), before);
+                                                EXPECT_EQ(mgr.get_tpl_by_id(id), before);
                                             });
     EXPECT_GT(failures, 0);
-    EXPECT_NE(mgr.get_tpl_by_id("T1"), before);
+    EXPECT_NE(mgr.get_tpl_by_id(id), before);
 }
 
-TEST_F(MemoryFaults, ADirectoryThatCouldNotBeKeptIsNotTheAgents) {
-    ASSERT_EQ(definitions::Small().save(KwLocateMgr::pins()->get_config_path(true)), 0);
+TEST_F(MemoryFaults, TheDirectoryNeedsNoMemory) {
     KwDefineMgr mgr;
-    HString const elsewhere(root / "elsewhere");
-    {
-        AllocationFailure failure(1);
-        mgr.set_config_path(elsewhere);
-        ASSERT_TRUE(failure.Happened());
-    }
-    EXPECT_TRUE(mgr.get_config_path().empty());
-    EXPECT_EQ(mgr.load(), EINVAL);
-    EXPECT_EQ(mgr.get_tpl_by_id("T1"), nullptr);
+    HString const directory(root / "elsewhere");
+    AllocationFailure count(1000);
+    mgr.set_config_path(directory);
+    EXPECT_TRUE(mgr.get_config_path() == directory);
+    EXPECT_EQ(count.Count(), 0);
 }
 
 TEST_F(MemoryFaults, QuestionsAboutACopyFailCleanly) {
@@ -127,16 +124,15 @@ TEST_F(MemoryFaults, QuestionsAboutACopyFailCleanly) {
               0);
 }
 
-TEST_F(MemoryFaults, AHeldTemplateNeedsNoMemoryButForTheAnswer) {
+TEST_F(MemoryFaults, AHeldTemplateNeedsNoMemory) {
     KwDefineMgr mgr;
     ASSERT_TRUE(mgr.install(definitions::Small()));
     HString const id("T1");
     AllocationFailure count(1000);
     auto const* const held = mgr.get_tpl_by_id(id);
     EXPECT_TRUE(mgr.is_exist_rule_sub_type(*held, 2001));
+    EXPECT_TRUE(mgr.get_md5_by_tpl(*held).not_empty());
     EXPECT_EQ(count.Count(), 0);
-    (void)mgr.get_md5_by_tpl(*held);
-    EXPECT_EQ(count.Count(), 1) << "the text that is returned";
 }
 
 TEST_F(MemoryFaults, APathIsEmptyOrWhole) {
