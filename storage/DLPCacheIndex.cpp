@@ -1,5 +1,6 @@
 #include "storage/DLPCacheIndex.h"
 
+#include <cerrno>
 #include <charconv>
 #include <cstring>
 
@@ -166,6 +167,16 @@ Index::Index(HString const& path) noexcept {
     NoThrow(false, [&] { return path_ = path, true; });
 }
 
+template <class File>
+int Index::Open(File& file) const noexcept {
+    return retired_ ? ENOENT : file.open(path_);
+}
+
+void Index::Retire() noexcept {
+    HAutoMutex lock(mutex_);
+    retired_ = true;
+}
+
 int Index::Init(int bucketCount) const noexcept {
     return NoThrow<int>(kInitFailed, [&]() -> int {
         if (HFile::IsFileExistFile(path_)) (void)HFile::delete_file(path_);
@@ -188,7 +199,7 @@ int Index::Find(std::string const& key, long long& offset, int& length) const no
     HAutoMutex lock(mutex_);
     HFileReader file;
     IndexHead head;
-    if (int const code = ReadHead(kFindText, path_, file, file.open(path_), head); code != kDone) return code;
+    if (int const code = ReadHead(kFindText, path_, file, Open(file), head); code != kDone) return code;
     if (!CheckIndexHead(head)) return kLog.Failed("Find", kFindText.head_invalid, kAssertFalse, kHeadInvalid);
 
     ChainWalker chain(file);
@@ -209,7 +220,7 @@ int Index::Add(std::string const& key, long long offset, int length) const noexc
     HAutoMutex lock(mutex_);
     HFileReadWriter file;
     IndexHead head;
-    if (int const code = ReadHead(kAddText, path_, file, file.open(path_), head); code != kDone) return code;
+    if (int const code = ReadHead(kAddText, path_, file, Open(file), head); code != kDone) return code;
     if (!CheckIndexHead(head)) return kLog.Failed("Add", kAddText.head_invalid, kAssertFalse, kHeadInvalid);
 
     // The walk does not compare keys: a key that is present gets a further slot.
@@ -234,7 +245,7 @@ int Index::Find(int key, long long& offset, int& length) const noexcept {
     HAutoMutex lock(mutex_);
     HFileReader file;
     IndexHead head;
-    if (int const code = ReadHead(kFindNumber, path_, file, file.open(path_), head); code != kDone) return code;
+    if (int const code = ReadHead(kFindNumber, path_, file, Open(file), head); code != kDone) return code;
     if (!CheckIndexHead(head)) return kLog.Failed("Find", kFindNumber.head_invalid, kAssertFalse, kHeadInvalid);
 
     long long const position = GetFirstKeyOffset(key, head);
@@ -259,7 +270,7 @@ int Index::Add(int key, long long offset, int length) const noexcept {
     HAutoMutex lock(mutex_);
     HFileReadWriter file;
     IndexHead head;
-    if (int const code = ReadHead(kAddNumber, path_, file, file.open(path_), head); code != kDone) return code;
+    if (int const code = ReadHead(kAddNumber, path_, file, Open(file), head); code != kDone) return code;
     if (!CheckIndexHead(head)) return kLog.Failed("Add", kAddNumber.head_invalid, kAssertFalse, kHeadInvalid);
 
     long long const position = GetFirstKeyOffset(key, head);
@@ -273,8 +284,13 @@ int Index::Add(int key, long long offset, int length) const noexcept {
     std::uint8_t bytes[IndexKey::kSize];
     EncodeIndexKey(slot, bytes);
     if (file.set_pointer(position) != 0) return kLog.Failed("Add", 264, kAssertFalse, kPositionUnreachable);
-    if (file.write(bytes, kSlotSize) == 0) return kDone;
-    if (position + kSlotSize > size) (void)file.cut_off(size);
+    if (position + kSlotSize > size) {
+        if (file.write(bytes, kSlotSize) == 0) return kDone;
+        (void)file.cut_off(size);
+    } else {
+        std::uint8_t old[IndexKey::kSize];
+        if (file.read(old, kSlotSize) == kSlotSize && Rewrite(file, position, bytes, old)) return kDone;
+    }
     return kLog.Failed("Add", 267, kAssertFalse, kSlotNotWritten);
 }
 

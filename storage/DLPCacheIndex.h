@@ -45,6 +45,10 @@ class TORVANE_API Index {
     // Slots in the file: (its length - 27) / 57, unsigned. Meaningless for a missing or truncated file.
     [[nodiscard]] unsigned long long GetNumber() const noexcept;
 
+    // Waits for the operation under way; every later one finds the file unopenable, whoever makes it anew. Its owner
+    // has given the file up and may delete it.
+    void Retire() noexcept;
+
     [[nodiscard]] bool CheckIndexHead(IndexHead const& head) const noexcept;
     // File offset of the key's first slot. A text key of bucket 0 gives -30, before the table: kept, so that existing
     // files stay readable; positioning there fails. So does a bucket count of 0 (-30 as well).
@@ -55,9 +59,14 @@ class TORVANE_API Index {
     [[nodiscard]] bool IsMatchIndexKey(IndexKey const& slot, int key) const noexcept;
 
   private:
+    // The errno of opening the file.
+    template <class File>
+    [[nodiscard]] int Open(File& file) const noexcept;
+
     HString path_;
     mutable HMutex mutex_;  // one operation on the file at a time; held for its whole run, nothing else is locked under
                             // it but the log
+    bool retired_ = false;  // under mutex_
 };
 
 }  // namespace DLPCache

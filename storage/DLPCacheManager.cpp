@@ -156,11 +156,19 @@ int Manager::AddCache(std::string const& key, long long offset, unsigned char* b
     return added < 0 ? added : 1;
 }
 
+void Manager::Retire() noexcept {
+    if (index_ != nullptr) index_->Retire();
+    if (mutex_ == nullptr) return;
+    HAutoMutex lock(*mutex_);
+    retired_ = true;
+}
+
 int Manager::WriteCacheBuffer(long long& offset, unsigned char* buf, int len) const noexcept {
     if (mutex_ == nullptr) return kDataNotWritten;
     HAutoMutex lock(*mutex_);
     HFileWriter file;
-    if (file.create(data_path_, true) != 0) return kLog.Failed("WriteCacheBuffer", 735, kAssertFalse, kDataNotOpened);
+    if (retired_ || file.create(data_path_, true) != 0)
+        return kLog.Failed("WriteCacheBuffer", 735, kAssertFalse, kDataNotOpened);
     if (len < 0 || (buf == nullptr && len > 0)) return kDataNotWritten;
     bool const append = offset < 0;
     long long const position = append ? file.get_current_pointer() : offset;
@@ -182,7 +190,7 @@ unsigned char* Manager::ReadCacheBuffer(long long offset, int len) const noexcep
     };
     HAutoMutex lock(*mutex_);
     HFileReader file;
-    if (file.open(data_path_) != 0) return failed(763, kAssertFalse);
+    if (retired_ || file.open(data_path_) != 0) return failed(763, kAssertFalse);
     // The file is asked for its size only when that decides something: for what the index cannot be trusted with, and
     // to tell why a read was short.
     bool const small = len >= 0 && len <= kLargestUnchecked;

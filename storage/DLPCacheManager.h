@@ -63,10 +63,15 @@ class TORVANE_API Manager {
     // A new array of `len` bytes that the caller frees with array delete, or null.
     [[nodiscard]] unsigned char* ReadCacheBuffer(long long offset, int len) const noexcept;
 
+    // Waits for the file operations under way and refuses every later one as if the files could not be opened, even
+    // when they exist again by then: for an owner that deletes them while callers may still hold the store.
+    void Retire() noexcept;
+
   private:
     HMutex* mutex_ = nullptr;  // one data-file read or write at a time; nothing else is locked under it but the log
     HString data_path_;
     Index* index_ = nullptr;
+    bool retired_ = false;  // under mutex_
 };
 
 }  // namespace DLPCache

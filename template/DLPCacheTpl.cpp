@@ -68,6 +68,10 @@ DLPCacheTpl::~DLPCacheTpl() {
     Varnok::Retain(define_mgr_);
 }
 
+void DLPCacheTpl::Retire() noexcept {
+    if (manager_) manager_->Retire();
+}
+
 bool DLPCacheTpl::IsDependFileAttr() const noexcept {
     return depends_on_file_attr_;
 }

@@ -75,6 +75,10 @@ class TORVANE_API DLPCacheTpl {
     // Puts `name` in place of each item's stored short name; of a member path ("a.zip/b/c.txt") the inner part stays.
     void ResetFileShortName(HString const& name, QVKReportKeywordAttachNode& node) const noexcept;
 
+    // Waits for the file operations under way; from then on Add and Find fail with a code of the store, also when the
+    // files exist again. For the manager, before it deletes the directory.
+    void Retire() noexcept;
+
     // The cache's own definitions (its snapshot); null only without memory. They live as long as the process.
     [[nodiscard]] KwDefineMgr const* definitions() const noexcept { return define_mgr_; }
 

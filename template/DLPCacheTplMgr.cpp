@@ -159,6 +159,7 @@ bool DLPCacheTplMgr::DeleteCache(HString const& md5) noexcept {
             kTplLog.Write(DLPCache::kLogError, 1047, "Cache dir error! dir ", directory);
             return false;
         }
+        entry->second->Retire();
         if (int const failed = DLPCache::DeleteTplDirectory(directory)) {
             kTplLog.Write(DLPCache::kLogError, 1052, "delete template cache failed, errno: ", failed,
                           ", dir: ", directory);

@@ -31,8 +31,9 @@ class TORVANE_API DLPCacheTplMgr {
 
     // The cache under `md5`, made when there is none (it may have no store, see DLPCacheTpl). Null only without memory.
     [[nodiscard]] DLPCacheTpl* GetCache(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) noexcept;
-    // Deletes the cache's directory and forgets the cache. False when there is none under `md5`, or when its directory
-    // does not lie below the template path (logged, kept).
+    // Deletes the cache's directory and forgets the cache: who still holds it gets a code of the store from then on,
+    // and GetCache makes a new one. False when there is none under `md5`, or when its directory does not lie below the
+    // template path (logged, kept).
     bool DeleteCache(HString const& md5) noexcept;
 
   private:

@@ -73,7 +73,6 @@ void DLPCacheTpl::Open(QVKConfigKeywordTemplateNode const& tpl, HString const& m
     HString const directory = DLPCache::TplDirectory(id, md5);
     if (!define_mgr_) return;
     define_mgr_->set_config_path(directory);
-    if (define_mgr_->get_config_path() != directory) return;  // without memory
     bool const made = DLPCache::MakeTplDirectory(id, md5);
     int const bucket_count = ReadBucketCount(id);
     if (!made) return kTplLog.Write(DLPCache::kLogError, 694, "make template cache dir failed, dir: ", directory);
@@ -106,15 +105,14 @@ DLPCacheTpl::Snapshot DLPCacheTpl::LoadSnapshot(QVKConfigKeywordTemplateNode con
 }
 
 bool DLPCacheTpl::MakeSnapshot(QVKConfigKeywordTemplateNode const& tpl, HString const& md5, HString const& directory) {
-    QVKConfigKeywordTemplateVT templates;
-    templates.nodes.push_back(tpl);
+    QVKConfigKeywordTemplateNode const* const templates[] = {&tpl};
     if (int const failed = DLPCache::WriteTplSnapshot(templates, directory)) {
         kTplLog.Write(DLPCache::kLogError, 748, "write template snapshot failed, errno: ", failed,
                       ", dir: ", directory);
         return false;
     }
     Snapshot const made = LoadSnapshot(tpl, md5);
-    // The definitions were replaced meanwhile: this is the snapshot of another state.
+    // The caller's own copy, and the definitions were replaced meanwhile: this is the snapshot of another state.
     if (made == Snapshot::kDiffers) (void)DLPCache::DeleteTplDirectory(directory);
     return made == Snapshot::kMatches;
 }

@@ -10,12 +10,15 @@
 #include "host/policy/QVKConfigKeywordDataClassVTMgr.h"
 #include "host/policy/QVKConfigKeywordDataLevelVTMgr.h"
 #include "host/policy/QVKConfigKeywordFormatItemVTMgr.h"
+#include "host/policy/QVKConfigKeywordTemplateVT.h"
 #include "host/policy/QVKConfigKeywordTemplateVTMgr.h"
 #include "template/DLPCacheTplLog.h"
 
 namespace DLPCache {
 
 namespace {
+
+using Templates = std::span<QVKConfigKeywordTemplateNode const* const>;
 
 // The path that the agent's own archive of `TableMgr` has, moved into `directory`.
 template <class TableMgr>
@@ -35,11 +38,11 @@ void SortOnce(Table& table) {
     table.nodes.erase(std::unique(table.nodes.begin(), table.nodes.end()), table.nodes.end());
 }
 
-QVKConfigKeywordFormatItemVT CollectRules(QVKConfigKeywordTemplateVT const& templates, KwDefineMgr const& definitions) {
+QVKConfigKeywordFormatItemVT CollectRules(Templates templates, KwDefineMgr const& definitions) {
     QVKConfigKeywordFormatItemVT table;
-    for (auto const& tpl : templates.nodes) {
+    for (auto const* tpl : templates) {
         std::vector<QVKConfigKeywordFormatItemNode const*> rules;
-        if (!definitions.get_rules_by_tpl(tpl, rules)) throw std::bad_alloc();
+        if (!definitions.get_rules_by_tpl(*tpl, rules)) throw std::bad_alloc();
         for (auto const* rule : rules) {
             if (rule) table.nodes.push_back(*rule);
         }
@@ -48,28 +51,26 @@ QVKConfigKeywordFormatItemVT CollectRules(QVKConfigKeywordTemplateVT const& temp
     return table;
 }
 
-QVKConfigKeywordDataClassVT CollectDataClasses(QVKConfigKeywordTemplateVT const& templates,
-                                               KwDefineMgr const& definitions) {
+QVKConfigKeywordDataClassVT CollectDataClasses(Templates templates, KwDefineMgr const& definitions) {
     QVKConfigKeywordDataClassVT table;
-    for (auto const& tpl : templates.nodes) {
-        if (auto const* data_class = definitions.get_data_class_by_id(tpl.data_class_id)) {
+    for (auto const* tpl : templates) {
+        if (auto const* data_class = definitions.get_data_class_by_id(tpl->data_class_id)) {
             table.nodes.push_back(*data_class);
         } else {
-            kTplLog.Write(kLogError, 795, "defect config keyword data class, id: ", tpl.data_class_id);
+            kTplLog.Write(kLogError, 795, "defect config keyword data class, id: ", tpl->data_class_id);
         }
     }
     SortOnce(table);
     return table;
 }
 
-QVKConfigKeywordDataLevelVT CollectDataLevels(QVKConfigKeywordTemplateVT const& templates,
-                                              KwDefineMgr const& definitions) {
+QVKConfigKeywordDataLevelVT CollectDataLevels(Templates templates, KwDefineMgr const& definitions) {
     QVKConfigKeywordDataLevelVT table;
-    for (auto const& tpl : templates.nodes) {
-        if (auto const* data_level = definitions.get_data_level_by_id(tpl.data_level_id)) {
+    for (auto const* tpl : templates) {
+        if (auto const* data_level = definitions.get_data_level_by_id(tpl->data_level_id)) {
             table.nodes.push_back(*data_level);
         } else {
-            kTplLog.Write(kLogError, 814, "defect config keyword data level, id: ", tpl.data_level_id);
+            kTplLog.Write(kLogError, 814, "defect config keyword data level, id: ", tpl->data_level_id);
         }
     }
     SortOnce(table);
@@ -82,7 +83,7 @@ HString TplSnapshotFile(HString const& directory) {
     return SnapshotFile<QVKConfigKeywordTemplateVTMgr>(directory);
 }
 
-int WriteTplSnapshot(QVKConfigKeywordTemplateVT const& templates, HString const& directory) noexcept {
+int WriteTplSnapshot(Templates templates, HString const& directory) noexcept {
     return NoThrow(ENOMEM, [&] {
         HString const tpl_file = TplSnapshotFile(directory);
         if (HFile::IsFileExistFile(tpl_file)) return 0;
@@ -99,7 +100,10 @@ int WriteTplSnapshot(QVKConfigKeywordTemplateVT const& templates, HString const&
         failed = levels.to_file(SnapshotFile<QVKConfigKeywordDataLevelVTMgr>(directory));
         if (failed != 0) return failed;
         // Last: from here on the snapshot counts as complete.
-        return templates.to_file(tpl_file);
+        QVKConfigKeywordTemplateVT table;
+        for (auto const* tpl : templates)
+            table.nodes.push_back(*tpl);
+        return table.to_file(tpl_file);
     });
 }
 

@@ -117,6 +117,19 @@ TEST_F(IndexFaults, SlotWrittenInPartIsCutOffAgain) {
     EXPECT_EQ(Look(kKeyAbc), Found(1, 2));
 }
 
+TEST_F(IndexFaults, IntegerSlotOverwrittenInPartIsPutBack) {
+    Prepare();
+    ASSERT_EQ(index_.Add(4, 7, 8), 0);
+    before_ = Bytes();
+    for (int part = 0; part < 57; ++part) {
+        FileSizeLimit const limit(static_cast<long long>(before_.size()) - 57 + part);
+        EXPECT_EQ(index_.Add(4, 1, 2), -9);
+        EXPECT_EQ(Bytes(), before_) << part;
+    }
+    EXPECT_EQ(index_.Add(4, 1, 2), 0);
+    EXPECT_EQ(Look(4), Found(1, 2));
+}
+
 TEST_F(IndexFaults, SlotThatCannotBeCutOffAgainDoesNotMatter) {
     Prepare();
     {

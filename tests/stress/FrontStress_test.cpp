@@ -220,18 +220,7 @@ class FrontStressTest : public testing::TestWithParam<bool> {
         int code = 0;
         std::vector<HString> const ids = DefinedTpls();
         QVKKeywordMatchNode const node = AskAndCheck(content, ids, &code);
-        if (every_cache_is_made_) {
-            EXPECT_EQ(code, ids.empty() ? 0 : 2) << "content " << content << Missing(ids, node);
-        }
-    }
-
-    // Makes the caches of every state of every template.
-    void MakeEveryCache() {
-        for (int const edit : {1, 0}) {
-            agent_->ReplaceAll(edit);
-            (void)AskAndCheck(0, EveryTpl());
-        }
-        every_cache_is_made_ = true;
+        EXPECT_EQ(code, ids.empty() ? 0 : 2) << "content " << content << Missing(ids, node);
     }
 
     // What the caches of the templates without an answer say.
@@ -282,7 +271,6 @@ class FrontStressTest : public testing::TestWithParam<bool> {
     }
 
     TempRoot root_;
-    bool every_cache_is_made_ = false;  // then what was stored must be found
     std::unique_ptr<LogLines> log_;
     std::unique_ptr<Agent> agent_;
     std::vector<HString> const md5s_ = MakeMd5s();
@@ -290,13 +278,6 @@ class FrontStressTest : public testing::TestWithParam<bool> {
 };
 
 TEST_P(FrontStressTest, AnswersAreRightWhileDefinitionsAreReplaced) {
-    MakeEveryCache();
-    WorkWhileDefinitionsAreReplaced();
-}
-
-// A cache that is first asked for in the very moment in which its template is replaced has no store and answers
-// nothing; what is answered must be right all the same.
-TEST_P(FrontStressTest, CachesMadeWhileDefinitionsAreReplacedAnswerRightlyOrNotAtAll) {
     WorkWhileDefinitionsAreReplaced();
 }
 

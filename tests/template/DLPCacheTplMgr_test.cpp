@@ -268,6 +268,22 @@ TEST_F(DLPCacheTplMgrTest, DeleteCacheRemovesTheDirectoryAndForgetsTheCache) {
     EXPECT_EQ(FindOne(manager), 0);
 }
 
+TEST_F(DLPCacheTplMgrTest, ForgottenCacheDoesNotTouchTheFilesOfItsSuccessor) {
+    DLPCacheTplMgr manager;
+    DLPCacheTpl* const old = manager.GetCache(Current(), CurrentMd5());
+    ASSERT_EQ(old->Add(HString("old"), TwoItems(), MakeText("text"), "name"), 1);
+    ASSERT_TRUE(manager.DeleteCache(CurrentMd5()));
+    DLPCacheTpl* const fresh = manager.GetCache(Current(), CurrentMd5());
+    EXPECT_NE(fresh, old);
+    EXPECT_LT(old->Add(HString("key"), TwoItems(), MakeText("text"), "name"), 0);
+    EXPECT_LT(old->Add(HString("key"), QVKReportKeywordAttachNode(), QVKKeywordText(), "name"), 0);
+    EXPECT_LT(FindIn(*old, HString("old")).code, 0);
+    EXPECT_EQ(FindIn(*fresh, HString("old")).code, 0);
+    EXPECT_EQ(FindIn(*fresh, HString("key")).code, 0);
+    EXPECT_EQ(fresh->Add(HString("key"), TwoItems(), MakeText("text"), "name"), 1);
+    EXPECT_EQ(FindOne(manager), 2);
+}
+
 TEST_F(DLPCacheTplMgrTest, DeleteCacheOfAnUnknownMd5ChangesNothing) {
     Prepare();
     DLPCacheTplMgr manager;

@@ -132,6 +132,21 @@ TEST_F(DLPCacheTplOpenTest, EditedRuleMakesTheOldMd5OutOfDate) {
     EXPECT_EQ(FindOne(*Open()), 0);
 }
 
+// Who holds the record from before the replacement asks for a cache of its time.
+TEST_F(DLPCacheTplOpenTest, RecordOfEarlierDefinitionsMakesItsSnapshotFromThem) {
+    QVKConfigKeywordTemplateNode const& held = Current();
+    HString const old_md5 = CurrentMd5();
+    Rule(0).rule_text = "edited";
+    Install();
+    ASSERT_NE(CurrentMd5(), old_md5);
+    DLPCacheTpl const cache(held, old_md5);
+    EXPECT_EQ(AddOne(cache), 1);
+    auto const found = FindIn(cache, HString("key"));
+    EXPECT_EQ(found.code, 2);
+    EXPECT_NE(found.node.items[0].rule_text, "edited");
+    EXPECT_EQ(FindOne(DLPCacheTpl(Current(), old_md5)), 2);  // the snapshot on disk has the old MD5 too
+}
+
 TEST_F(DLPCacheTplOpenTest, SnapshotOfAnotherStateIsReplaced) {
     Prepare();
     std::string const old_dir = Dir();
