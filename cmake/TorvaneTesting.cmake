@@ -12,6 +12,7 @@ set(TORVANE_FUZZ_SECONDS 20 CACHE STRING "Seconds that ctest gives each fuzz tar
 
 function(torvane_add_test name)
     add_executable(${name} ${ARGN})
+    target_precompile_headers(${name} REUSE_FROM torvane_test_headers)
     target_link_libraries(${name} PRIVATE torvane_core torvane_test_support torvane_warnings GTest::gmock_main)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${name} TIMEOUT 600)
 endfunction()

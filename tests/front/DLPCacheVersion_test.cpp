@@ -151,7 +151,8 @@ TEST_F(DLPCacheVersionTest, FifoInTheStampsPlaceNeitherBlocksNorChangesAnything)
 }
 
 TEST_F(DLPCacheVersionTest, OversizedStampChangesNothing) {
-    std::string const bytes = std::string(2 << 20, ';') + "\n[DLP]\ncache=3\n";
+    std::string bytes(2 << 20, ';');
+    bytes += "\n[DLP]\ncache=3\n";
     Stamp(bytes);
     CheckModuleVersion();
     EXPECT_FALSE(IsWiped());
