@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,6 +18,30 @@
 namespace {
 
 using Varnok::Descriptor;
+
+// Which directory an open descriptor means, and where it is mounted: a directory of the same file system that is
+// mounted a second time differs in its mount alone.
+struct Identity {
+    dev_t device = 0;
+    ino_t inode = 0;
+    std::uint64_t mount = 0;  // 0 where the system does not tell
+
+    // 0 or errno.
+    [[nodiscard]] int Take(int fd) noexcept {
+        struct stat status {};
+        if (::fstat(fd, &status) != 0) return errno;
+        device = status.st_dev;
+        inode = status.st_ino;
+        struct statx more {};
+        bool const told = ::statx(fd, "", AT_EMPTY_PATH, STATX_MNT_ID, &more) == 0 && (more.stx_mask & STATX_MNT_ID);
+        mount = told ? more.stx_mnt_id : 0;
+        return 0;
+    }
+    [[nodiscard]] bool IsOnMountOf(Identity const& other) const noexcept {
+        return device == other.device && mount == other.mount;
+    }
+    friend bool operator==(Identity const&, Identity const&) noexcept = default;
+};
 
 // Removes what a directory holds, with one or two descriptors open and no recursion, however deep the tree is. The way
 // down opens each directory by name from its parent, never through a symbolic link. The way up goes through "..", which
@@ -38,8 +63,7 @@ class TreeRemoval {
   private:
     struct Level {
         std::string name;  // in its parent; empty for the top
-        dev_t device = 0;
-        ino_t inode = 0;
+        Identity identity;
         std::vector<std::string> pending;  // directories in it, still to be removed
     };
 
@@ -49,11 +73,11 @@ class TreeRemoval {
 
     // Takes the directory that is open as `current_` on as the deepest level and removes its files.
     int Enter(std::string name) {
-        struct stat status {};
-        if (::fstat(current_.Get(), &status) != 0) return errno;
+        Identity identity;
+        if (int const error = identity.Take(current_.Get()); error != 0) return error;
         // What is mounted below is not part of this tree.
-        if (!levels_.empty() && status.st_dev != levels_.front().device) return EXDEV;
-        levels_.push_back({std::move(name), status.st_dev, status.st_ino, {}});
+        if (!levels_.empty() && !identity.IsOnMountOf(levels_.front().identity)) return EXDEV;
+        levels_.push_back({std::move(name), identity, {}});
         Sweep(levels_.back().pending);
         return 0;
     }
@@ -99,8 +123,8 @@ class TreeRemoval {
     }
 
     static bool IsLevel(int fd, Level const& level) noexcept {
-        struct stat status {};
-        return fd >= 0 && ::fstat(fd, &status) == 0 && status.st_dev == level.device && status.st_ino == level.inode;
+        Identity identity;
+        return fd >= 0 && identity.Take(fd) == 0 && identity == level.identity;
     }
 
     // Opens the deepest level from the top, or returns -1.

@@ -31,6 +31,11 @@ bool IsFileOf(int fd, char const* path, long long& size) noexcept {
     return S_ISREG(named.st_mode) && open_file.st_dev == named.st_dev && open_file.st_ino == named.st_ino;
 }
 
+// Whether a file of this size has no room for the line. A line that is longer than that has a file of its own.
+bool IsFull(long long size, std::string const& line) noexcept {
+    return size > 0 && size + static_cast<long long>(line.size()) > kFullSize;
+}
+
 // One call for the whole line; what a full disk cut off is tried once more and then lost.
 bool WriteLine(int fd, std::string const& line) noexcept {
     std::size_t done = 0;
@@ -70,9 +75,8 @@ void HFileLog::set_check_mark_file(bool on) noexcept {
 
 void HFileLog::set_name(HString const& name) noexcept {
     // A name is one path component; anything else names no file of ours.
-    HString taken = NoThrow(HString(), [&name] { return name.find(u'/') < 0 ? name : HString(); });
     HAutoMutex const lock(mutex_);
-    name_ = std::move(taken);
+    name_ = name.find(u'/') < 0 ? name : HString();
 }
 
 void HFileLog::log(HLogRecord const& record) noexcept {
@@ -97,8 +101,8 @@ bool HFileLog::Write(std::string const& line) {
     Varnok::NarrowPath path(base << ".log");
     long long size = 0;
     if (path.Error() != 0 || !OpenCurrent(path.Text(), size)) return false;
-    if (size > 0 && size + static_cast<long long>(line.size()) > kFullSize) {
-        Rotate(path.Text());
+    if (IsFull(size, line)) {
+        Rotate(path.Text(), line);
         if (!OpenCurrent(path.Text(), size)) return false;
     }
     return WriteLine(fd_, line);
@@ -116,13 +120,15 @@ bool HFileLog::OpenCurrent(char const* path, long long& size) {
     return true;
 }
 
-void HFileLog::Rotate(char const* path) {
-    // Of several processes that find the file full, one renames it; the others see that the path names another file by
-    // then.
+void HFileLog::Rotate(char const* path, std::string const& line) {
+    // Of several processes that find the file full, one renames it; the others see by then that the path names another
+    // file, or that it is not full. The lock belongs to a descriptor opened here: one that a process was forked with is
+    // its parent's as well and would not exclude it.
+    std::string const old = std::string(path) + ".old";
+    Varnok::Descriptor const locked(::open(path, Varnok::SafeFlags(O_RDONLY)));
     long long size = 0;
-    if (::flock(fd_, LOCK_EX | LOCK_NB) != 0) return;
-    if (IsFileOf(fd_, path, size) && size > 0) (void)::rename(path, (std::string(path) + ".old").c_str());
-    (void)::flock(fd_, LOCK_UN);
+    if (locked.Get() < 0 || ::flock(locked.Get(), LOCK_EX | LOCK_NB) != 0) return;
+    if (IsFileOf(locked.Get(), path, size) && IsFull(size, line)) (void)::rename(path, old.c_str());
 }
 
 void Varnok::SetLogFileName(void* log, HString const& name) noexcept {

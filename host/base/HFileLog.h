@@ -35,7 +35,7 @@ class TORVANE_API HFileLog {
     [[nodiscard]] bool Write(std::string const& line);
     // Makes `fd_` the file that `path` names now.
     [[nodiscard]] bool OpenCurrent(char const* path, long long& size);
-    void Rotate(char const* path);
+    void Rotate(char const* path, std::string const& line);
 
     // Guards all members below; held while one line is written. Nothing else is locked under it but the root's path.
     HMutex mutex_;

@@ -167,14 +167,12 @@ int HIniFileHelper::write_all() noexcept {
     });
 }
 
-std::vector<std::pair<std::string, std::string>> HIniFileHelper::read_section(HString const& section) const noexcept {
-    using Entries = std::vector<std::pair<std::string, std::string>>;
-    return NoThrow(Entries(), [&] {
-        Entries entries;
+bool HIniFileHelper::read_section(HString const& section, Entries& entries) const noexcept {
+    return NoThrow(false, [&] {
         VisitSection(lines_, section.get_str(), [&entries](std::size_t, Line const& line) {
             entries.emplace_back(line.name, line.value);
             return false;
         });
-        return entries;
+        return true;
     });
 }

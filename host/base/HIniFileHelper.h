@@ -24,8 +24,9 @@ class TORVANE_API HIniFileHelper {
     int write_int(HString const& section, HString const& key, int value) noexcept;
     // Replaces the file in one step; keys, comments, line ends and order of what was read stay. 0 or errno.
     [[nodiscard]] int write_all() noexcept;
-    // Every "key=value" of a section in file order, values trimmed. Without memory none.
-    [[nodiscard]] std::vector<std::pair<std::string, std::string>> read_section(HString const& section) const noexcept;
+    using Entries = std::vector<std::pair<std::string, std::string>>;
+    // Appends every "key=value" of a section in file order, values trimmed. False without memory.
+    [[nodiscard]] bool read_section(HString const& section, Entries& entries) const noexcept;
 
   private:
     HString path_;

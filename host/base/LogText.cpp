@@ -29,7 +29,10 @@ bool IsControl(std::string_view character) noexcept {
 
 // Length of the run of ordinary ASCII characters at the front.
 std::size_t OrdinaryRun(std::string_view text) noexcept {
-    auto const is_odd = [](char c) { return c < ' ' || c == '\x7F'; };
+    auto const is_odd = [](char c) {
+        auto const byte = static_cast<unsigned char>(c);
+        return byte < 0x20 || byte >= 0x7F;
+    };
     return static_cast<std::size_t>(std::find_if(text.begin(), text.end(), is_odd) - text.begin());
 }
 

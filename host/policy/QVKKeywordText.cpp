@@ -102,10 +102,15 @@ bool QVKKeywordText::to_buffer(char*& buf, long long& len) const noexcept {
 }
 
 bool QVKKeywordText::from_buffer(char const* buf, long long len) noexcept {
-    reset_to_default();
-    if (buf == nullptr || len <= 0) return false;
-    bool const decoded =
-        NoThrow(false, [&] { return Decode(std::string_view(buf, static_cast<std::size_t>(len)), *this); });
+    bool const decoded = NoThrow(false, [&] { return decode(buf, len); });
     if (!decoded) reset_to_default();
     return decoded;
+}
+
+bool QVKKeywordText::decode(char const* buf, long long len) {
+    reset_to_default();
+    if (buf == nullptr || len <= 0) return false;
+    if (Decode(std::string_view(buf, static_cast<std::size_t>(len)), *this)) return true;
+    reset_to_default();
+    return false;
 }

@@ -29,6 +29,9 @@ struct TORVANE_API QVKKeywordText {
     // Decodes what to_buffer made; the array stays the caller's. False, with the record reset, when it is damaged or
     // there is no memory.
     bool from_buffer(char const* buf, long long len) noexcept;
+    // The same for those who must tell the two apart: throws std::bad_alloc without memory, the record is then in any
+    // state.
+    bool decode(char const* buf, long long len);
 
     friend bool operator==(QVKKeywordText const&, QVKKeywordText const&) noexcept = default;
 };

@@ -1,10 +1,7 @@
 // Ini files: whatever they hold, a number written into them is found again and everything else stays.
 
 #include <cstdint>
-#include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 #include "host/base/HIniFileHelper.h"
 #include "tests/fuzz/FuzzCheck.h"
@@ -12,19 +9,25 @@
 
 namespace {
 
-using Entries = std::vector<std::pair<std::string, std::string>>;
+using Entries = HIniFileHelper::Entries;
 
 char const* const kSection = "DLPCache";
 char const* const kKey = "iIndexBucketSize";
 
+Entries Read(HIniFileHelper const& ini, char const* section) {
+    Entries entries;
+    FUZZ_CHECK(ini.read_section(section, entries));
+    return entries;
+}
+
 // The entries but those of our key.
 Entries Others(HIniFileHelper const& ini, char const* section) {
-    Entries others = ini.read_section(section);
+    Entries others = Read(ini, section);
     std::erase_if(others, [](auto const& entry) { return entry.first == kKey; });
     return others;
 }
 
-void CheckEntry(std::pair<std::string, std::string> const& entry) {
+void CheckEntry(Entries::value_type const& entry) {
     FUZZ_CHECK(!entry.first.empty());
     FUZZ_CHECK(entry.first.find_first_of("=\n") == std::string::npos);
     FUZZ_CHECK(entry.second.find('\n') == std::string::npos);
@@ -40,8 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     HIniFileHelper ini;
     FUZZ_CHECK(ini.setFile(path) == 0);
     Entries const before = Others(ini, kSection);
-    Entries const elsewhere = ini.read_section("DLP");
-    for (auto const& entry : ini.read_section(kSection))
+    Entries const elsewhere = Read(ini, "DLP");
+    for (auto const& entry : Read(ini, kSection))
         CheckEntry(entry);
     int value = 77;
     FUZZ_CHECK(ini.read_int(kSection, kKey, value) == 0 || value == 77);
@@ -52,6 +55,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     FUZZ_CHECK(again.setFile(path) == 0);
     FUZZ_CHECK(again.read_int(kSection, kKey, value) == 0 && value == -123);
     FUZZ_CHECK(Others(again, kSection) == before);
-    FUZZ_CHECK(again.read_section("DLP") == elsewhere);
+    FUZZ_CHECK(Read(again, "DLP") == elsewhere);
     return 0;
 }

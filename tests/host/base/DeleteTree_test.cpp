@@ -1,6 +1,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -117,6 +119,22 @@ TEST_F(DeleteTreeTest, LinkGivenAsTheDirectoryIsRefused) {
 TEST_F(DeleteTreeTest, OtherKindsOfFilesAreRemoved) {
     fs::create_directories(dir);
     ASSERT_EQ(mkfifo((dir + "/fifo").c_str(), 0600), 0);
+    EXPECT_EQ(HFile::delete_dir_recur(dir), 0);
+    EXPECT_FALSE(Exists(dir));
+}
+
+// The directory of the same file system that is mounted there is not part of the tree.
+TEST_F(DeleteTreeTest, WhatIsMountedBelowStays) {
+    fs::create_directories(dir + "/sub/mounted");
+    fs::create_directories(root / "outside");
+    WriteBytes(root / "outside/letter", "x");
+    if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+        GTEST_SKIP() << "mounting needs rights that are missing";
+    }
+    ASSERT_EQ(mount((root / "outside").c_str(), (dir + "/sub/mounted").c_str(), nullptr, MS_BIND, nullptr), 0);
+    EXPECT_NE(HFile::delete_dir_recur(dir), 0);
+    EXPECT_TRUE(Exists(root / "outside/letter"));
+    ASSERT_EQ(umount((dir + "/sub/mounted").c_str()), 0);
     EXPECT_EQ(HFile::delete_dir_recur(dir), 0);
     EXPECT_FALSE(Exists(dir));
 }

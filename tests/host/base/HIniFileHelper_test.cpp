@@ -159,9 +159,11 @@ TEST_F(HIniFileHelperTest, ReadingAgainForgetsWhatWasReadBefore) {
 
 TEST_F(HIniFileHelperTest, SectionIsReadInFileOrder) {
     Load("[Language]\nb = two words = 2 \na=\xE4\xB8\xAD\n[x]\nc=3\n[Language]\nb=again\n");
-    EXPECT_THAT(ini.read_section("Language"),
-                ElementsAre(Pair("b", "two words = 2"), Pair("a", "\xE4\xB8\xAD"), Pair("b", "again")));
-    EXPECT_THAT(ini.read_section("missing"), IsEmpty());
+    HIniFileHelper::Entries entries;
+    EXPECT_TRUE(ini.read_section("missing", entries));
+    EXPECT_THAT(entries, IsEmpty());
+    EXPECT_TRUE(ini.read_section("Language", entries));
+    EXPECT_THAT(entries, ElementsAre(Pair("b", "two words = 2"), Pair("a", "\xE4\xB8\xAD"), Pair("b", "again")));
 }
 
 }  // namespace

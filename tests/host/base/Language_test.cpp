@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <filesystem>
 #include <map>
@@ -80,7 +81,9 @@ TEST(Language, ShippedTextsAreComplete) {
     HIniFileHelper file;
     ASSERT_EQ(file.setFile(kShipped), 0);
     std::map<std::string, std::string> texts;
-    for (auto const& [key, text] : file.read_section("Language"))
+    HIniFileHelper::Entries entries;
+    ASSERT_TRUE(file.read_section("Language", entries));
+    for (auto const& [key, text] : entries)
         EXPECT_TRUE(texts.emplace(key, text).second) << key;
     ExpectComplete(texts);
 }
@@ -90,6 +93,22 @@ TEST(Language, TextsAreEnglishWithoutAFile) {
     EXPECT_EQ(Varnok::Lan("DLP_LAN_SENSITIVE_YES"), HString("yes"));
     EXPECT_EQ(Varnok::Lan1("DLP_LAN_RULE_FILE_SIZE", "12") << "kb", HString("File size: 12kb"));
     EXPECT_EQ(Varnok::Lan2("DLP_LAN_RULE_BANK_CARD", "3"), HString("Bank card numbers: 3"));
+}
+
+// While no descriptor is to be had the built-in texts hold; later the file is read all the same.
+TEST(Language, FileThatCouldNotBeOpenedIsTriedAgain) {
+    TempRoot root;
+    std::filesystem::create_directories(root / "ini");
+    WriteBytes(root / "ini/DLPLanguage.ini", "[Language]\nDLP_LAN_SENSITIVE_YES=ja\n");
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    rlimit none = before;
+    none.rlim_cur = 0;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    HString const at_first = Varnok::Lan("DLP_LAN_SENSITIVE_YES");
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(at_first, HString("yes"));
+    EXPECT_EQ(Varnok::Lan("DLP_LAN_SENSITIVE_YES"), HString("ja"));
 }
 
 TEST(Language, UnknownKeyYieldsItself) {

@@ -150,6 +150,21 @@ TEST_F(NoMemoryTest, LanguageTextsBecomeEmpty) {
     EXPECT_GT(failed, 5);
 }
 
+// A root that there was no memory for is no reason to read a file of the working directory.
+TEST_F(NoMemoryTest, LanguageOfALostRootIsNotTheWorkingDirectorys) {
+    WriteBytes(root / "DLPLanguage.ini", "[Language]\nDLP_LAN_SENSITIVE_YES=planted\n");
+    fs::path const before = fs::current_path();
+    fs::current_path(root / "");
+    {
+        HString const relative("relative");
+        AllocationFailure const failure(1, AllocationFailure::Extent::kAllFromThere);
+        Varnok::LocateMgr::pins()->set_root(relative);
+    }
+    EXPECT_TRUE(Varnok::LocateMgr::pins()->get_root(true).empty());
+    EXPECT_TRUE(Varnok::Lan("DLP_LAN_SENSITIVE_YES").empty());
+    fs::current_path(before);
+}
+
 TEST_F(NoMemoryTest, LogLinesAreLost) {
     Varnok::Global::pins()->logging = 1;
     HFileLog log;
