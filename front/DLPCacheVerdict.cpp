@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstddef>
 #include <iterator>
+#include <new>
 #include <span>
 #include <string>
 #include <utility>
@@ -72,21 +73,27 @@ constexpr std::array kVolumeKeys = {"DLP_LAN_RULE_FILE_VOLUME_PAGE", "DLP_LAN_RU
 using Units = std::u16string;
 constexpr std::size_t kUsualLength = 100;
 
+HString TimeText(long long seconds) {
+    HString text = HTimeHelper::Int2Str2(seconds);
+    if (text.empty()) throw std::bad_alloc();
+    return text;
+}
+
 HString Fill(Wording const& wording, Item const& item) {
     switch (wording.value) {
         case Value::kRuleText:
-            return Varnok::Lan1(wording.key, item.rule_text);
+            return Varnok::Lan1OrThrow(wording.key, item.rule_text);
         case Value::kText2:
-            return Varnok::Lan1(wording.key, item.match_text_2);
+            return Varnok::Lan1OrThrow(wording.key, item.match_text_2);
         case Value::kYesNo:
-            return Varnok::Lan1(wording.key,
-                                Varnok::Lan(item.match_count == 1 ? "DLP_LAN_SENSITIVE_YES" : "DLP_LAN_SENSITIVE_NO"));
+            return Varnok::Lan1OrThrow(wording.key, Varnok::LanOrThrow(item.match_count == 1 ? "DLP_LAN_SENSITIVE_YES"
+                                                                                             : "DLP_LAN_SENSITIVE_NO"));
         case Value::kNumber:
-            return Varnok::Lan2(wording.key, HString(item.match_count));
+            return Varnok::Lan2OrThrow(wording.key, HString(item.match_count));
         case Value::kKilobytes:
-            return Varnok::Lan1(wording.key, HString(item.match_count)) << "kb";
+            return Varnok::Lan1OrThrow(wording.key, HString(item.match_count)) << "kb";
         case Value::kTime:
-            return Varnok::Lan1(wording.key, HTimeHelper::Int2Str2(item.match_count));
+            return Varnok::Lan1OrThrow(wording.key, TimeText(item.match_count));
     }
     return HString();
 }
@@ -121,7 +128,7 @@ void AppendVolume(HString const& volumes, Units& text) {
     if (parts.size() != kVolumeKeys.size()) return;
     for (std::size_t i = 0; i < parts.size(); ++i) {
         if (parts[i].view() == u"0") continue;
-        text += Varnok::Lan1(kVolumeKeys[i], parts[i]).view();
+        text += Varnok::Lan1OrThrow(kVolumeKeys[i], parts[i]).view();
         // A separator that ends up last stays, but for its blank.
         if (i + 1 < parts.size()) text += u", ";
     }

@@ -296,7 +296,7 @@ int Index::Add(int key, long long offset, int length) const noexcept {
 
 unsigned long long Index::GetNumber() const noexcept {
     HAutoMutex lock(mutex_);
-    auto const length = static_cast<unsigned long long>(HFile::GetFileLen(path_));
+    auto const length = static_cast<unsigned long long>(retired_ ? -1 : HFile::GetFileLen(path_));
     return (length - IndexHead::kSize) / IndexKey::kSize;
 }
 

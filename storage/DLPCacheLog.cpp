@@ -1,13 +1,15 @@
 #include "storage/DLPCacheLog.h"
 
+#include <memory>
+
 namespace {
 
 HFileLog* MakeLog() {
-    auto* const log = new HFileLog;
+    auto log = std::make_unique<HFileLog>();
     log->set_check_mark_file(false);
-    Varnok::SetLogFileName(log, "DLPCache");
+    Varnok::SetLogFileName(log.get(), "DLPCache");
     Varnok::Global::pins()->logging.store(1, std::memory_order_relaxed);
-    return log;
+    return log.release();
 }
 
 }  // namespace

@@ -27,7 +27,13 @@ bool MakeTplDirectory(HString const& tpl_id, HString const& md5) {
 }
 
 int DeleteTplDirectory(HString const& directory) {
-    int const failed = HFile::delete_file(TplSnapshotFile(directory));
+    return DeleteTplDirectory(directory, TplSnapshotFile(directory));
+}
+
+int DeleteTplDirectory(HString const& directory, HString const& tpl_file) noexcept {
+    // A symbolic link in its place: nothing behind it is touched.
+    if (!HFile::IsFileExistDir(directory)) return HFile::delete_dir_recur(directory);
+    int const failed = HFile::delete_file(tpl_file);
     if (failed != 0 && failed != ENOENT && failed != EISDIR && failed != EPERM) return failed;
     return HFile::delete_dir_recur(directory);
 }

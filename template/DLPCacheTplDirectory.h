@@ -13,7 +13,9 @@ namespace DLPCache {
 [[nodiscard]] bool MakeTplDirectory(HString const& tpl_id, HString const& md5);
 
 // Deletes the directory with all that it holds, its template file first: what an interrupted deletion leaves behind is
-// incomplete and goes with the next start. 0 or the errno of what could not be deleted.
-int DeleteTplDirectory(HString const& directory);
+// incomplete and goes with the next start. `tpl_file` is its path (DLPCache::TplSnapshotFile). 0 or the errno of what
+// could not be deleted.
+int DeleteTplDirectory(HString const& directory, HString const& tpl_file) noexcept;
+int DeleteTplDirectory(HString const& directory);  // throws std::bad_alloc, before anything is deleted
 
 }  // namespace DLPCache

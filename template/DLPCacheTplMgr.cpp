@@ -61,7 +61,7 @@ bool IsCacheDirectory(HString const& directory) {
     below.dir_fit(false).cut_first(top.length()).get_vt_str_by_sep(names, "/");
     HString id;
     return names.size() == 2 && Varnok::FileNameToId(names[0], id) && Varnok::FileNameToId(names[1], id) &&
-           HFile::IsFileExistDir(HString(top) << names[0]);
+           HFile::IsFileExistDir(HString(top) << names[0]) && HFile::IsFileExistDir(directory);
 }
 
 void DeleteInvalid(HString const& directory) {
@@ -159,8 +159,10 @@ bool DLPCacheTplMgr::DeleteCache(HString const& md5) noexcept {
             kTplLog.Write(DLPCache::kLogError, 1047, "Cache dir error! dir ", directory);
             return false;
         }
+        HString const tpl_file = DLPCache::TplSnapshotFile(directory);
+        // From here on the cache is gone, whatever fails; nothing throws.
         entry->second->Retire();
-        if (int const failed = DLPCache::DeleteTplDirectory(directory)) {
+        if (int const failed = DLPCache::DeleteTplDirectory(directory, tpl_file)) {
             kTplLog.Write(DLPCache::kLogError, 1052, "delete template cache failed, errno: ", failed,
                           ", dir: ", directory);
         }

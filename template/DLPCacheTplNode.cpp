@@ -153,15 +153,11 @@ bool TplNode::SetKeywordAttach(QVKReportKeywordAttachNode const& node, QVKKeywor
 }
 
 bool TplNode::GetKeywordAttach(QVKReportKeywordAttachNode& node, QVKKeywordText& text) noexcept {
-    if (!NoThrow(false, [&] { return GetItems(node, &RuleNode::GetKeywordAttachItem); })) return false;
-    GetText(text);
-    return true;
+    return NoThrow(false, [&] { return GetItems(node, &RuleNode::GetKeywordAttachItem) && GetText(text); });
 }
 
 bool TplNode::GiveKeywordAttach(QVKReportKeywordAttachNode& node, QVKKeywordText& text) noexcept {
-    if (!NoThrow(false, [&] { return GetItems(node, &RuleNode::GiveKeywordAttachItem); })) return false;
-    GetText(text);
-    return true;
+    return NoThrow(false, [&] { return GetItems(node, &RuleNode::GiveKeywordAttachItem) && GetText(text); });
 }
 
 bool TplNode::GetItems(QVKReportKeywordAttachNode& node, ItemGetter get) {
@@ -175,10 +171,10 @@ bool TplNode::GetItems(QVKReportKeywordAttachNode& node, ItemGetter get) {
     return true;
 }
 
-void TplNode::GetText(QVKKeywordText& text) const noexcept {
-    text.reset_to_default();
+bool TplNode::GetText(QVKKeywordText& text) const {
     // A damaged text comes back empty; the rules are still right.
-    if (text_buffer_) (void)text.from_buffer(text_buffer_.get(), text_length_);
+    (void)text.decode(text_buffer_.get(), text_length_);
+    return true;
 }
 
 }  // namespace DLPCache

@@ -40,7 +40,7 @@ class TORVANE_API TplNode final : public SerialBasic {
   private:
     using ItemGetter = bool (RuleNode::*)(QVKReportKeywordAttachItem&);
     bool GetItems(QVKReportKeywordAttachNode& node, ItemGetter get);
-    void GetText(QVKKeywordText& text) const noexcept;
+    bool GetText(QVKKeywordText& text) const;
     // The parts of a record after its names: the rule count with the table of rule sizes, the rules, the text.
     bool WriteRuleSizes(Varnok::Writer& w) const;
     bool WriteRules(Varnok::Writer& w) const;

@@ -2,8 +2,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "front/DLPCacheMgr.h"
 #include "front/DLPCacheVersion.h"
@@ -53,8 +55,10 @@ class DLPCacheMgrMemoryTest : public FrontTest {
     }
 
     static bool IsComplete(QVKKeywordMatchResult const& result) {
-        return result.match_items.size() == 1 && result.match_items[0].match_nodes.size() == 1 &&
-               result.match_items[0].match_nodes[0].tips->sens_result == HString("word t1(3)\n");
+        if (result.match_items.size() != 1 || result.match_items[0].match_nodes.size() != 1) return false;
+        QVKKeywordMatchNode const& node = result.match_items[0].match_nodes[0];
+        return node.tips->sens_result == HString("word t1(3)\n") && node.tips->position_count == 3 &&
+               node.tips->text == Text("t1", 3) && node.texts == std::vector{Text("t1", 3)};
     }
 
     QVKKeywordCheckParam param_;
@@ -175,6 +179,30 @@ TEST_F(DLPCacheMgrMemoryTest, VerdictIsWholeOrEmpty) {
         EXPECT_TRUE(verdict == whole || (failed && verdict.empty())) << verdict.get_str();
     });
     EXPECT_GT(needed, 0);
+}
+
+// Wordings that are put together from the language table, a number and a time.
+TEST_F(DLPCacheMgrMemoryTest, WordedVerdictIsWholeOrEmpty) {
+    QVKKeywordMatchNode node;
+    AddMatch(node, "t1", 3);
+    std::vector<QVKReportKeywordAttachItem>& items = node.attach_nodes[0].items;
+    items.assign(5, items[0]);
+    int const sub_types[] = {1002, 2003, 2006, 2007, 2011};
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        items[i].sub_type = sub_types[i];
+        items[i].rule_type = sub_types[i] / 1000;
+        items[i].match_count = 1;
+    }
+    items[4].rule_text = "1;2;3;4;5";
+    items[4].match_text_2 = "1;2;3;4;5";
+    HString const whole = Front().GetSensResult(node);
+    EXPECT_EQ(std::ranges::count(whole.view(), u'\n'), 5) << whole.get_str();
+    HString verdict;
+    auto const word = [&] { verdict = Front().GetSensResult(node); };
+    long const needed = WithEachAllocationFailing(Extent::kOne, word, [&](bool failed) {
+        EXPECT_TRUE(verdict == whole || (failed && verdict.empty())) << verdict.get_str();
+    });
+    EXPECT_GT(needed, 10);
 }
 
 TEST_F(DLPCacheMgrMemoryTest, VersionCheckNeverWipesACurrentRoot) {

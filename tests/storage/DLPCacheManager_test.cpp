@@ -56,6 +56,30 @@ TEST_F(StoreOfNumbers, ShorterRecordIsRewrittenInPlaceAndALongerOneAppended) {
     EXPECT_EQ(DataFile(), "before" + std::string(60, 'b') + std::string(40, 'a') + std::string(120, 'c'));
 }
 
+TEST_F(StoreOfNumbers, RetiredStoreLeavesTheFilesOfItsSuccessorAlone) {
+    ASSERT_EQ(Put(1, "old"), 1);
+    auto const retired = std::move(store_);
+    retired->Retire();
+    std::filesystem::remove(index_path_);
+    std::filesystem::remove(data_path_);
+    unsigned char byte = 'x';
+    unsigned char* buf = nullptr;
+    int len = 0;
+    EXPECT_EQ(retired->Find(1, buf, len), -3);
+    Open(10);
+    ASSERT_EQ(Put(1, "new"), 1);
+    EXPECT_EQ(retired->Find(1, buf, len), -5);
+    EXPECT_EQ(retired->Add(2, &byte, 1), -5);
+    EXPECT_EQ(retired->Add(2, nullptr, 0), -5);
+    EXPECT_EQ(retired->Update(1, &byte, 1), -5);
+    EXPECT_EQ(retired->AddCache(2, -1, &byte, 1), -6);
+    EXPECT_EQ(retired->ReadCacheBuffer(0, 3), nullptr);
+    EXPECT_NE(retired->GetIndexNumber(), store_->GetIndexNumber());
+    EXPECT_EQ(Get(1), Data("new"));
+    EXPECT_EQ(Get(2), Without(0));
+    EXPECT_EQ(DataFile(), "new");
+}
+
 TEST_F(StoreOfNumbers, KeyWithoutDataGetsItsDataAppended) {
     ASSERT_EQ(PutNothing(3), 0);
     ASSERT_EQ(Put(3, "x"), 1);

@@ -99,6 +99,20 @@ TEST_F(DLPCacheTplMemoryTest, MakingLeavesNothingUnusable) {
         });
 }
 
+TEST_F(DLPCacheTplMemoryTest, RefusedDeletionLeavesTheCacheInUse) {
+    Start();
+    HString const md5 = CurrentMd5();
+    QVKConfigKeywordTemplateNode const& tpl = Current();
+    bool deleted = false;
+    WithEveryFailure([&] { deleted = manager_->DeleteCache(md5); },
+                     [&] {
+                         DLPCacheTpl const* const cache = manager_->GetCache(tpl, md5);
+                         // A deletion that failed half-way is one all the same; a new cache is made where it was.
+                         EXPECT_THAT(AddOne(*cache), 1) << (deleted ? "deleted" : "kept");
+                         EXPECT_EQ(FindIn(*cache, key_).code, 2);
+                     });
+}
+
 class FaultyAnswerTest : public DLPCacheTplMemoryTest, public testing::WithParamInterface<int> {
   protected:
     void SetUp() override { AddRule("R3", GetParam()); }
@@ -120,6 +134,8 @@ TEST_P(FaultyAnswerTest, FindIsWholeOrFails) {
             EXPECT_THAT(found.code, AnyOf(2, Lt(0)));
             if (found.code == 2) {
                 EXPECT_EQ(found.node, whole.node);
+                EXPECT_EQ(found.text, whole.text);
+                EXPECT_EQ(found.stored_name, whole.stored_name);
             }
         });
 }

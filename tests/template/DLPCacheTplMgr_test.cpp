@@ -193,6 +193,21 @@ TEST_F(DLPCacheTplMgrTest, OnlyACacheDirectoryIsEverDeleted) {
     EXPECT_EQ(Files(Dir()), before);
 }
 
+TEST_F(DLPCacheTplMgrTest, NothingBehindASymbolicLinkIsDeleted) {
+    Prepare();
+    std::string const directory = Dir();
+    DLPCacheTplMgr manager;
+    fs::create_directories(root_ / "home");
+    WriteBytes(root_ / "home/KeywordTemplate.arc", "x");
+    std::string const link = directory.substr(0, directory.size() - 1);
+    fs::remove_all(link);
+    fs::create_directory_symlink(root_ / "home", link);
+    manager.InitTplMD5(HString(directory));
+    EXPECT_TRUE(Exists(root_ / "home/KeywordTemplate.arc"));
+    manager.DeleteCache(CurrentMd5());
+    EXPECT_TRUE(Exists(root_ / "home/KeywordTemplate.arc"));
+}
+
 TEST_F(DLPCacheTplMgrTest, DirectoryInTheTemplateFilesPlaceIsDeletedAtStart) {
     fs::create_directories(TplPath("T1/ABC/KeywordTemplate.arc/deep"));
     DLPCacheTplMgr const manager;
