@@ -79,7 +79,7 @@ Table const* CurrentTable(std::unique_ptr<Table const>& passing) {
 }
 
 HString Filled(HString const& key, std::u16string_view placeholder, HString const& value) {
-    HString const pattern = LanOrThrow(key);
+    HString pattern = LanOrThrow(key);
     std::size_t const place = pattern.view().find(placeholder);
     if (place == std::u16string_view::npos) return pattern;
     HString text(pattern.view().substr(0, place));
