@@ -42,7 +42,7 @@ class TORVANE_API Index {
     [[nodiscard]] int Add(std::string const& key, long long offset, int length) const noexcept;
     [[nodiscard]] int Add(int key, long long offset, int length) const noexcept;
 
-    // Slots in the file: (its length - 27) / 57, unsigned. Meaningless for a missing or truncated file.
+    // Slots in the file: (its length - 27) / 57, unsigned. Meaningless for a missing or truncated file or after Retire.
     [[nodiscard]] unsigned long long GetNumber() const noexcept;
 
     // Waits for the operation under way; every later one finds the file unopenable, whoever makes it anew. Its owner

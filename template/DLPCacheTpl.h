@@ -65,7 +65,7 @@ class TORVANE_API DLPCacheTpl {
 
     // kTplMatched with `node`, `text` and `stored_name` filled, kTplNotMatched, kTplNotCached (both with `node` reset),
     // kTplNoStore, kTplNotDecoded, or a negative code of the store. Names come from the process-wide definitions, rules
-    // from the snapshot.
+    // from the snapshot. On a negative code the three are in any state.
     [[nodiscard]] int Find(HString const& key, QVKReportKeywordAttachNode& node, QVKKeywordText& text,
                            HString& stored_name) const noexcept;
     [[nodiscard]] int Find(Key const& key, QVKReportKeywordAttachNode& node, QVKKeywordText& text,

@@ -1,6 +1,7 @@
 #include "template/DLPCacheTplMgr.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <new>
 #include <utility>
 #include <vector>
@@ -62,6 +63,13 @@ bool IsCacheDirectory(HString const& directory) {
     HString id;
     return names.size() == 2 && Varnok::FileNameToId(names[0], id) && Varnok::FileNameToId(names[1], id) &&
            HFile::IsFileExistDir(HString(top) << names[0]) && HFile::IsFileExistDir(directory);
+}
+
+HString ParentOf(HString const& directory) {
+    HString parent = directory;
+    parent.dir_fit(false);
+    parent.cut_to(static_cast<std::size_t>(parent.length() - parent.get_short_name().length()));
+    return parent.dir_fit(false);
 }
 
 void DeleteInvalid(HString const& directory) {
@@ -137,6 +145,7 @@ void DLPCacheTplMgr::OpenFound(HString const& directory) {
     HString const name = HString(directory).dir_fit(false).get_short_name();
     if (failed == EBADMSG && Varnok::IdToFileName(md5) != name) return DeleteInvalid(directory);
     DLPCacheTpl*& cache = caches_[md5];
+    if (cache) cache->Retire();
     Varnok::Retain(std::exchange(cache, new DLPCacheTpl(templates.nodes.front(), md5)));
 }
 
@@ -161,8 +170,9 @@ bool DLPCacheTplMgr::DeleteCache(HString const& md5) noexcept {
         }
         HString const tpl_file = DLPCache::TplSnapshotFile(directory);
         // From here on the cache is gone, whatever fails; nothing throws.
+        bool const in_place = HFile::IsFileExistDir(ParentOf(directory));  // not behind a symbolic link
         entry->second->Retire();
-        if (int const failed = DLPCache::DeleteTplDirectory(directory, tpl_file)) {
+        if (int const failed = in_place ? DLPCache::DeleteTplDirectory(directory, tpl_file) : ENOTDIR) {
             kTplLog.Write(DLPCache::kLogError, 1052, "delete template cache failed, errno: ", failed,
                           ", dir: ", directory);
         }

@@ -23,8 +23,8 @@ class TORVANE_API DLPCacheTplMgr {
     DLPCacheTplMgr(DLPCacheTplMgr const&) = delete;
     DLPCacheTplMgr& operator=(DLPCacheTplMgr const&) = delete;
 
-    // The start-up scan, made by the constructor without the lock: removes empty directories and directories that hold
-    // no valid snapshot, opens the others. What cannot be read stays.
+    // The start-up scan, made by the constructor without the lock and only before the manager is shared: removes empty
+    // directories and directories that hold no valid snapshot, opens the others. What cannot be read stays.
     void Init() noexcept;
     void InitTpl(HString const& tpl_id) noexcept;
     void InitTplMD5(HString const& dir) noexcept;

@@ -153,11 +153,11 @@ bool TplNode::SetKeywordAttach(QVKReportKeywordAttachNode const& node, QVKKeywor
 }
 
 bool TplNode::GetKeywordAttach(QVKReportKeywordAttachNode& node, QVKKeywordText& text) noexcept {
-    return NoThrow(false, [&] { return GetItems(node, &RuleNode::GetKeywordAttachItem) && GetText(text); });
+    return NoThrow(false, [&] { return GetItems(node, &RuleNode::GetKeywordAttachItem) && (GetText(text), true); });
 }
 
 bool TplNode::GiveKeywordAttach(QVKReportKeywordAttachNode& node, QVKKeywordText& text) noexcept {
-    return NoThrow(false, [&] { return GetItems(node, &RuleNode::GiveKeywordAttachItem) && GetText(text); });
+    return NoThrow(false, [&] { return GetItems(node, &RuleNode::GiveKeywordAttachItem) && (GetText(text), true); });
 }
 
 bool TplNode::GetItems(QVKReportKeywordAttachNode& node, ItemGetter get) {
@@ -171,10 +171,9 @@ bool TplNode::GetItems(QVKReportKeywordAttachNode& node, ItemGetter get) {
     return true;
 }
 
-bool TplNode::GetText(QVKKeywordText& text) const {
+void TplNode::GetText(QVKKeywordText& text) const {
     // A damaged text comes back empty; the rules are still right.
     (void)text.decode(text_buffer_.get(), text_length_);
-    return true;
 }
 
 }  // namespace DLPCache

@@ -28,7 +28,8 @@ class TORVANE_API TplNode final : public SerialBasic {
     // Appends a rule per item and takes the text. False at the first item that cannot be taken: its rule stays, the
     // text is not taken.
     [[nodiscard]] bool SetKeywordAttach(QVKReportKeywordAttachNode const& node, QVKKeywordText const& text) noexcept;
-    // Appends an item per rule to `node` and gives the text back. False at the first rule that cannot be given.
+    // Appends an item per rule to `node` and gives the text back. False at the first rule that cannot be given
+    // and without memory; both are in any state then.
     [[nodiscard]] bool GetKeywordAttach(QVKReportKeywordAttachNode& node, QVKKeywordText& text) noexcept;
     // The same for a node that is discarded afterwards: the rules' texts are moved out.
     [[nodiscard]] bool GiveKeywordAttach(QVKReportKeywordAttachNode& node, QVKKeywordText& text) noexcept;
@@ -40,7 +41,7 @@ class TORVANE_API TplNode final : public SerialBasic {
   private:
     using ItemGetter = bool (RuleNode::*)(QVKReportKeywordAttachItem&);
     bool GetItems(QVKReportKeywordAttachNode& node, ItemGetter get);
-    bool GetText(QVKKeywordText& text) const;
+    void GetText(QVKKeywordText& text) const;  // throws std::bad_alloc
     // The parts of a record after its names: the rule count with the table of rule sizes, the rules, the text.
     bool WriteRuleSizes(Varnok::Writer& w) const;
     bool WriteRules(Varnok::Writer& w) const;

@@ -61,6 +61,7 @@ int ReadBucketCount(HString const& tpl_id) {
 }  // namespace
 
 void DLPCacheTpl::Init(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) noexcept {
+    Retire();
     Varnok::Retain(manager_);
     manager_ = nullptr;
     tpl_ = nullptr;

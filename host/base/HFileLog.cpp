@@ -129,6 +129,7 @@ void HFileLog::Rotate(char const* path, std::string const& line) {
     long long size = 0;
     if (locked.Get() < 0 || ::flock(locked.Get(), LOCK_EX | LOCK_NB) != 0) return;
     if (IsFileOf(locked.Get(), path, size) && IsFull(size, line)) (void)::rename(path, old.c_str());
+    (void)::flock(locked.Get(), LOCK_UN);  // closing does not do while a child that was just forked has it open
 }
 
 void Varnok::SetLogFileName(void* log, HString const& name) noexcept {

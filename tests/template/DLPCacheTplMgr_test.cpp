@@ -208,6 +208,26 @@ TEST_F(DLPCacheTplMgrTest, NothingBehindASymbolicLinkIsDeleted) {
     EXPECT_TRUE(Exists(root_ / "home/KeywordTemplate.arc"));
 }
 
+TEST_F(DLPCacheTplMgrTest, NothingBehindALinkedTemplateDirectoryIsDeleted) {
+    Prepare();
+    DLPCacheTplMgr manager;
+    fs::rename(TplPath("T1"), root_ / "home");
+    fs::create_directory_symlink(root_ / "home", TplPath("T1"));
+    std::string const template_file = Dir() + "KeywordTemplate.arc";
+    ASSERT_TRUE(Exists(template_file));
+    EXPECT_TRUE(manager.DeleteCache(CurrentMd5()));
+    EXPECT_TRUE(Exists(template_file));
+}
+
+TEST_F(DLPCacheTplMgrTest, CacheOpenedASecondTimeRetiresTheFirst) {
+    DLPCacheTplMgr manager;
+    DLPCacheTpl* const first = manager.GetCache(Current(), CurrentMd5());
+    manager.InitTplMD5(HString(Dir()));
+    EXPECT_NE(manager.GetCache(Current(), CurrentMd5()), first);
+    EXPECT_LT(first->Add(HString("key"), TwoItems(), MakeText("text"), "name"), 0);
+    EXPECT_EQ(FindOne(manager), 0);
+}
+
 TEST_F(DLPCacheTplMgrTest, DirectoryInTheTemplateFilesPlaceIsDeletedAtStart) {
     fs::create_directories(TplPath("T1/ABC/KeywordTemplate.arc/deep"));
     DLPCacheTplMgr const manager;
