@@ -146,7 +146,8 @@ void DLPCacheTplMgr::OpenFound(HString const& directory) {
     if (failed == EBADMSG && Varnok::IdToFileName(md5) != name) return DeleteInvalid(directory);
     DLPCacheTpl*& cache = caches_[md5];
     if (cache) cache->Retire();
-    Varnok::Retain(std::exchange(cache, new DLPCacheTpl(templates.nodes.front(), md5)));
+    Varnok::Retain(std::exchange(cache, nullptr));  // without memory for another, GetCache makes one later
+    cache = new DLPCacheTpl(templates.nodes.front(), md5);
 }
 
 DLPCacheTpl* DLPCacheTplMgr::GetCache(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) noexcept {
@@ -169,10 +170,11 @@ bool DLPCacheTplMgr::DeleteCache(HString const& md5) noexcept {
             return false;
         }
         HString const tpl_file = DLPCache::TplSnapshotFile(directory);
+        HString const parent = ParentOf(directory);
+        bool const behind_link = HFile::IsFileExistDir(directory) && !HFile::IsFileExistDir(parent);
         // From here on the cache is gone, whatever fails; nothing throws.
-        bool const in_place = HFile::IsFileExistDir(ParentOf(directory));  // not behind a symbolic link
         entry->second->Retire();
-        if (int const failed = in_place ? DLPCache::DeleteTplDirectory(directory, tpl_file) : ENOTDIR) {
+        if (int const failed = behind_link ? ENOTDIR : DLPCache::DeleteTplDirectory(directory, tpl_file)) {
             kTplLog.Write(DLPCache::kLogError, 1052, "delete template cache failed, errno: ", failed,
                           ", dir: ", directory);
         }

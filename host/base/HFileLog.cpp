@@ -125,7 +125,7 @@ void HFileLog::Rotate(char const* path, std::string const& line) {
     // file, or that it is not full. The lock belongs to a descriptor opened here: one that a process was forked with is
     // its parent's as well and would not exclude it.
     std::string const old = std::string(path) + ".old";
-    Varnok::Descriptor const locked(::open(path, Varnok::SafeFlags(O_RDONLY)));
+    Varnok::Descriptor const locked(::open(path, Varnok::SafeFlags(O_WRONLY)));
     long long size = 0;
     if (locked.Get() < 0 || ::flock(locked.Get(), LOCK_EX | LOCK_NB) != 0) return;
     if (IsFileOf(locked.Get(), path, size) && IsFull(size, line)) (void)::rename(path, old.c_str());

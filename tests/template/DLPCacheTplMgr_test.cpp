@@ -219,6 +219,15 @@ TEST_F(DLPCacheTplMgrTest, NothingBehindALinkedTemplateDirectoryIsDeleted) {
     EXPECT_TRUE(Exists(template_file));
 }
 
+TEST_F(DLPCacheTplMgrTest, DeleteCacheWhoseDirectoryIsGoneIsNoFailure) {
+    DLPCacheTplMgr manager;
+    ASSERT_NE(manager.GetCache(Current(), CurrentMd5()), nullptr);
+    fs::remove_all(TplPath("T1"));
+    LogLines log;
+    EXPECT_TRUE(manager.DeleteCache(CurrentMd5()));
+    EXPECT_THAT(TakeOwn(log), IsEmpty());
+}
+
 TEST_F(DLPCacheTplMgrTest, CacheOpenedASecondTimeRetiresTheFirst) {
     DLPCacheTplMgr manager;
     DLPCacheTpl* const first = manager.GetCache(Current(), CurrentMd5());
