@@ -29,6 +29,17 @@ class TORVANE_API DLPCacheMgr {
     bool QueryMatchNode(QVKKeywordFileNode const& file_node, std::vector<HString> const& tpl_ids, bool lookup_flag,
                         QVKKeywordMatchNode& node) const noexcept;
 
+    // Stores a scanned result: a sensitive one of task kind 0 is recorded against its task (AddTask), then AddTpl. The
+    // result of a cancelled scan (status kScanCancelled) is dropped. kStored (0), kShapeRefused (also: no check param
+    // or no task id), or the first code other than 0 of AddTask or AddTpl; after a failing AddTask nothing goes into
+    // the template caches. The duties of AddTpl hold here too.
+    int AddCache(QVKKeywordMatchResult const& result) const noexcept;
+    // Records the one file of a sensitive result against the scan task of its check param, under the task's next serial
+    // number. kStored; kShapeRefused: not exactly one file item (counting matched templates) with one match node and
+    // one attach node per matched template id; kNoTaskCache: no such task, or no thread for its writer; else a negative
+    // code of the task's writer.
+    int AddTask(QVKKeywordMatchResult const& result) const noexcept;
+
     // Stores every template's answer of a scanned result. kStored, or kShapeRefused when a match node has not exactly
     // one attach node per matched template id: then nothing of that node, nor of what follows it, is stored. An answer
     // that a template's cache refuses is logged and left out.

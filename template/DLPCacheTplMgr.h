@@ -35,6 +35,15 @@ class TORVANE_API DLPCacheTplMgr {
     // and GetCache makes a new one. False when there is none under `md5`, or when its directory does not lie below the
     // template path (logged, kept).
     bool DeleteCache(HString const& md5) noexcept;
+    // Deletes every cache that neither the process-wide definitions nor a remembered scan task uses any more: its
+    // template has another MD5 now or is gone, and no task of the history used it under the cache's MD5. A cache whose
+    // own definitions do not hold exactly one template stays. To be called after the definitions have changed. Asks the
+    // task registry under the manager's lock, which is taken first.
+    void UpdataCache() noexcept;
+
+    // The manager's lock, for DLPCacheTaskMgr::DelTask: it deletes caches under the registry's lock, before which this
+    // one comes.
+    [[nodiscard]] HMutex& mutex() noexcept { return mutex_; }
 
   private:
     void OpenFound(HString const& directory);  // InitTplMD5, but throws without memory

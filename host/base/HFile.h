@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/base/Export.h"
+#include "host/base/HFileTime.h"
 #include "host/base/HString.h"
 
 // Operations on files and directories by path. Any thread; nothing throws. Existence means "not known to be missing": a
@@ -19,8 +20,14 @@ class TORVANE_API HFile {
     [[nodiscard]] static bool IsDirEmpty(HString const& path) noexcept;
     // Size in bytes, or -1.
     [[nodiscard]] static long long GetFileLen(HString const& path) noexcept;
+    // The file's times; on failure both are 0.
+    static int get_file_time(HString const& path, HFileTime& time) noexcept;
+    // Makes an empty file (mode 0600 whatever the umask); one that exists stays as it is.
+    static int touch(HString const& path) noexcept;
     // Removes a file; never a directory.
     static int delete_file(HString const& path) noexcept;
+    // The same for a file that need not be there: a missing one is success.
+    static int delete_file2(HString const& path) noexcept;
     // Removes a directory that is empty; any other stays.
     static int del_empty_dir(HString const& path) noexcept;
     // Removes a directory with all that it holds. Never follows a symbolic link, never leaves the directory that it was

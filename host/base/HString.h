@@ -45,6 +45,9 @@ class TORVANE_API HString {
     explicit HString(unsigned number);
     explicit HString(long long number);
     explicit HString(unsigned long long number);
+    // The same; `with_plus` puts a "+" before a number above 0.
+    HString(long long number, bool with_plus);
+    explicit HString(bool truth);  // "1" or "0"
 
     [[nodiscard]] int length() const noexcept { return static_cast<int>(size()); }
     [[nodiscard]] bool empty() const noexcept { return size() == 0; }

@@ -44,6 +44,10 @@ class TORVANE_API KwDefineMgr {
     [[nodiscard]] QVKConfigKeywordDataClassNode const* get_data_class_by_id(HString const& id) const noexcept;
     [[nodiscard]] QVKConfigKeywordDataLevelNode const* get_data_level_by_id(HString const& id) const noexcept;
 
+    // Appends every template, in id order. They stay valid as long as the manager. False without memory (nothing
+    // appended).
+    bool get_config_vt(std::vector<QVKConfigKeywordTemplateNode const*>& templates) const noexcept;
+
     // The MD5 (32 upper-case hexadecimal digits) of what decides the outcome of a scan with the template. It goes over
     // these fields, written as the archives hold them (integers of 32 bits, texts as a count of units and the units):
     //

@@ -23,6 +23,11 @@ struct TORVANE_API QVKConfigKeywordTemplateNode {
     HString data_level_id;
     std::vector<HString> rule_ids;
 
+    // The MD5 of KwDefineMgr::get_md5_by_tpl, in a record that a manager has handed out; in any other empty. Not in an
+    // archive.
+    [[nodiscard]] HString get_data_md5() const noexcept { return data_md5; }
+    HString data_md5;
+
     // Ordered and equal by id.
     friend bool operator<(QVKConfigKeywordTemplateNode const& a, QVKConfigKeywordTemplateNode const& b) noexcept {
         return QVKCommon::IdOf(a.common) < QVKCommon::IdOf(b.common);

@@ -33,5 +33,12 @@ struct TORVANE_API QVKKeywordText {
     // state.
     bool decode(char const* buf, long long len);
 
+    // The record as a file of its own: an archive with the tag "KTXT" and one record, the buffer's bytes. Replaced in
+    // one step. 0, else errno.
+    int to_file(HString const& path) const noexcept;
+    // 0; ENOENT: missing; EBADMSG: damaged or foreign; any other errno: could not be read. On failure the record is
+    // reset.
+    int from_file(HString const& path) noexcept;
+
     friend bool operator==(QVKKeywordText const&, QVKKeywordText const&) noexcept = default;
 };

@@ -1,0 +1,1 @@
+#include "host/base/HIEThread.h"

@@ -1,0 +1,1 @@
+#include "host/base/HTimeValueEx.h"

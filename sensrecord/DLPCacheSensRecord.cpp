@@ -1,0 +1,1 @@
+#include "sensrecord/DLPCacheSensRecord.h"

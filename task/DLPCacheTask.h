@@ -1,0 +1,57 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+
+#include "host/base/Export.h"
+#include "host/base/HIEThread.h"
+#include "host/base/HMutex.h"
+#include "host/policy/ScanTask.h"
+#include "host/policy/SensFile.h"
+#include "task/DLPCacheTaskCodes.h"
+
+class DLPCacheTaskStore;
+
+// The writer of one task: numbers the sensitive files that come in, keeps them in a queue, and writes them to the
+// task's store from a thread of its own, in the order of their numbers. A file that cannot be written stays first in
+// the queue and is tried again and again; those behind it wait.
+//
+// Made, started and kept by DLPCacheTaskMgr; usable until the process ends (the thread never does). Any thread may
+// call. Nothing throws; codes are TaskCode or those of the record store.
+class TORVANE_API DLPCacheTask : public virtual HIEUtil::Thread {
+  public:
+    explicit DLPCacheTask(ScanTask const* task) noexcept;
+    ~DLPCacheTask() override;
+
+    // Queues a copy of `file` under the next number, which the caller has set as its `sn` already: the store files it
+    // under that. No disk access but for the log. kTaskFileStored; kTaskFileNotEncoded without memory (nothing queued,
+    // no number used).
+    int Add(SensFile const& file) noexcept;
+    // The same, but sets the copy's `sn` to the number that it gets. Refuses what no store could ever take, since that
+    // would hold up the queue for ever: kTaskFileRefused, kTaskFileNotEncoded.
+    int AddNumbered(SensFile const& file) noexcept;
+    // From the queue: kTaskFileFound. Else as DLPCacheTaskStore::Find.
+    [[nodiscard]] int Find(int sn, SensFile& file) const noexcept;
+
+    // Waits until the queue is empty, at most so many milliseconds (0 or less: only looks). True when it is.
+    [[nodiscard]] bool WaitWritten(int milliseconds) const noexcept;
+
+    // The thread's body: writes, then sleeps 500 ms, for ever.
+    void run() override;
+
+    // Null only without memory.
+    [[nodiscard]] DLPCacheTaskStore const* store() const noexcept { return store_; }
+
+  private:
+    mutable HMutex mutex_;  // guards counter_ and queue_; held by the writer across one write. Taken under it: the
+                            // store's locks and that of the log
+    unsigned counter_ = 0;  // the last number handed out
+    std::map<int, SensFile> queue_;
+    std::atomic<std::size_t> count_{0};  // entries of queue_, read without the lock
+    DLPCacheTaskStore* store_ = nullptr;
+
+    mutable std::mutex written_mutex_;         // for `written_` alone; nothing is taken under it
+    mutable std::condition_variable written_;  // count_ became 0
+};

@@ -1,0 +1,19 @@
+#pragma once
+
+namespace DLPCache {
+
+// What a task's store and writer answer; they pass the negative codes of the record store on
+// (storage/DLPCacheCodes.h).
+enum TaskCode : int {
+    kTaskFileFound = 2,         // Find: found, and every template of it is in the task's definitions
+    kTaskFileEmpty = 1,         // Find: present without data
+    kTaskFileStored = 1,        // Add: stored, or queued
+    kTaskFileAbsent = 0,        // Find: not present
+    kTaskNoStore = -2,          // the task has no record store
+    kTaskTplGone = -13,         // Find: found and filled, but a template is not in the task's definitions
+    kTaskFileRefused = -15,     // Add: no template ids, no path, or no MD5
+    kTaskFileNotEncoded = -17,  // Add: the file could not be encoded
+    kTaskFileNotDecoded = -18,  // Find: the stored bytes could not be decoded
+};
+
+}  // namespace DLPCache

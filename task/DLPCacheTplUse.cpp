@@ -1,0 +1,1 @@
+#include "template/DLPCacheTplUse.h"
