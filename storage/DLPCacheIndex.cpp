@@ -163,10 +163,6 @@ bool WriteEmptyTable(HFileBase& file, int bucketCount) noexcept {
 
 }  // namespace
 
-Index::Index(HString const& path) noexcept {
-    NoThrow(false, [&] { return path_ = path, true; });
-}
-
 template <class File>
 int Index::Open(File& file) const noexcept {
     return retired_ ? ENOENT : file.open(path_);

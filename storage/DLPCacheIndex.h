@@ -19,9 +19,7 @@ namespace DLPCache {
 // failures return a negative StorageCode and, but where noted, write an assertion line.
 class TORVANE_API Index {
   public:
-    // Without memory for the path the index is as good as missing: kIndexMissing, and kInitFailed from Init.
-    explicit Index(HString const& path) noexcept;
-    [[nodiscard]] bool HasPath() const noexcept { return path_.not_empty(); }
+    explicit Index(HString const& path) noexcept : path_(path) {}
     Index(Index const&) = delete;
     Index& operator=(Index const&) = delete;
 

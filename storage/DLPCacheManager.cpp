@@ -48,10 +48,9 @@ int Manager::Init(int bucketCount, HString const& indexPath, HString const& data
     if (mutex_ == nullptr) return kNoIndex;
     return NoThrow<int>(kNoIndex, [&]() -> int {
         data_path_ = dataPath;
-        auto index = std::make_unique<Index>(indexPath);
-        if (!index->HasPath() && indexPath.not_empty()) return kNoIndex;
+        auto* const index = new Index(indexPath);
         Varnok::Retain(index_);
-        index_ = index.release();
+        index_ = index;
         return HFile::IsFileExistFile(indexPath) ? 1 : index_->Init(bucketCount);
     });
 }

@@ -23,8 +23,8 @@ namespace {
 constexpr int kDefaultBucketCount = 500000;
 constexpr int kFileAttrSubTypes[] = {2001, 2002};
 
-HString IdOf(QVKConfigKeywordTemplateNode const& tpl) {
-    return HString(std::u16string(QVKCommon::IdOf(tpl.common)));
+HString IdOf(QVKConfigKeywordTemplateNode const& tpl) noexcept {
+    return tpl.common ? tpl.common->id : HString();
 }
 
 // Whether `md5` is what the process-wide definitions have for the template.

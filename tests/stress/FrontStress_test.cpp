@@ -59,11 +59,6 @@ class Agent {
     // Callers hold the gate.
     int Edit(int tpl) const { return edits_[static_cast<std::size_t>(tpl)]; }
 
-    void ReplaceAll(int edit) {
-        std::unique_lock const lock(gate_);
-        edits_.assign(kTemplates, edit);
-        Install();
-    }
     void Replace(std::mt19937& random) {
         std::unique_lock const lock(gate_);
         edits_[random() % kTemplates] = static_cast<int>(random() % 3) - 1;
