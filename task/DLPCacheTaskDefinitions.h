@@ -19,10 +19,14 @@ class TaskDefinitions {
 
     // Null when the writer has none. Without a snapshot they are empty.
     [[nodiscard]] KwDefineMgr const* get() const noexcept { return definitions_; }
+    // 0, also when the snapshot is missing or damaged. Any other errno: it could not be read for now, `get` is empty,
+    // and nothing may be deleted on that.
+    [[nodiscard]] int error() const noexcept { return error_; }
 
   private:
     std::unique_ptr<KwDefineMgr> loaded_;
     KwDefineMgr const* definitions_ = nullptr;
+    int error_ = 0;
 };
 
 }  // namespace DLPCache
