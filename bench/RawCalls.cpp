@@ -1,6 +1,7 @@
 #include "bench/RawCalls.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -35,6 +36,11 @@ void ReadHeadAndSlot(int fd, long long slot) {
     char bytes[IndexKey::kSize];
     Read(fd, bytes, IndexHead::kSize, 0);
     Read(fd, bytes, IndexKey::kSize, slot);
+}
+
+long long SizeOf(int fd) {
+    struct stat status {};
+    return ::fstat(fd, &status) == 0 ? status.st_size : -1;
 }
 
 void WriteSlot(std::string const& path, long long slot) {
@@ -76,6 +82,24 @@ void RawAdd(std::string const& index_path, std::string const& data_path, long lo
     RawFindSlot(index_path, slot);
     Append(data_path, bytes, length);
     WriteSlot(index_path, slot);
+}
+
+void RawAddNumbered(std::string const& index_path, std::string const& data_path, int number, char const* bytes,
+                    std::size_t length) {
+    long long const slot =
+        static_cast<long long>(IndexHead::kSize) + (number - 1LL) * static_cast<long long>(IndexKey::kSize);
+    char slot_bytes[IndexKey::kSize] = "written by raw calls";
+    int fd = Open(index_path, O_RDONLY);
+    Read(fd, slot_bytes, IndexHead::kSize, 0);
+    Require(::pread(fd, slot_bytes, sizeof slot_bytes, slot) == 0, "raw calls: the number is taken");
+    Require(SizeOf(fd) == slot, "raw calls: the number is not the next");
+    Close(fd);
+    Append(data_path, bytes, length);
+    fd = Open(index_path, O_RDWR);
+    Read(fd, slot_bytes, IndexHead::kSize, 0);
+    Require(SizeOf(fd) == slot, "raw calls: the number is not the next");
+    Require(::pwrite(fd, slot_bytes, sizeof slot_bytes, slot) == sizeof slot_bytes, "raw calls: slot write failed");
+    Close(fd);
 }
 
 void RawReadBlocks(std::string const& path, long long offset, long long length) {

@@ -25,6 +25,11 @@ void RawFind(std::string const& index_path, std::string const& data_path, Place 
 void RawAdd(std::string const& index_path, std::string const& data_path, long long slot, char const* bytes,
             std::size_t length);
 
+// The fourteen calls of storing a record under the next number: open, read the head, read behind the end, ask for the
+// size, close; open, seek to the end, write, close; open, read the head, ask for the size, write the slot, close.
+void RawAddNumbered(std::string const& index_path, std::string const& data_path, int number, char const* bytes,
+                    std::size_t length);
+
 // open, read `length` bytes from `offset` in blocks of 64 KiB, close.
 void RawReadBlocks(std::string const& path, long long offset, long long length);
 // create, write `length` zero bytes in pieces of 64 KiB from one small buffer, close.

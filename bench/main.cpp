@@ -13,6 +13,9 @@
 int main(int count, char** arguments) {
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 2;
+    bench::AddRegistryRows();
+    bench::AddTaskRows();
+    bench::AddRecordRows();
     bench::AddIndexRows();
     bench::AddManagerRows();
     bench::AddChainRows();

@@ -10,6 +10,10 @@ void AddManagerRows();
 void AddTemplateRows();
 void AddFrontRows();
 void AddThreadRows();
+// In a root of their own each; to be added before what starts the library in this process.
+void AddRegistryRows();
+void AddTaskRows();
+void AddRecordRows();
 void AddScannerRows();
 void AddPeerRows();
 
