@@ -145,6 +145,15 @@ HString::HString(unsigned long long number) {
     AppendDecimal(number);
 }
 
+HString::HString(long long number, bool with_plus) {
+    if (with_plus && number > 0) AppendUtf8("+");
+    AppendDecimal(number);
+}
+
+HString::HString(bool truth) {
+    AppendUtf8(truth ? "1" : "0");
+}
+
 HString& HString::operator<<(HString const& tail) {
     if (empty()) return *this = tail;
     Append(tail.view());
