@@ -114,9 +114,39 @@ long long HFile::GetFileLen(HString const& path) noexcept {
     return S_ISREG(status.st_mode) ? status.st_size : -1;
 }
 
+int HFile::get_file_time(HString const& path, HFileTime& time) noexcept {
+    time = {};
+    NarrowPath narrow(path);
+    if (narrow.Error() != 0) return narrow.Error();
+    narrow.CutSeparatorsAtEnd();
+    struct statx status {};
+    if (::statx(AT_FDCWD, narrow.Text(), AT_SYMLINK_NOFOLLOW, STATX_BTIME | STATX_CTIME | STATX_MTIME, &status) != 0) {
+        return errno;
+    }
+    bool const keeps_creation = (status.stx_mask & STATX_BTIME) != 0;
+    time.creation_time = keeps_creation ? status.stx_btime.tv_sec : status.stx_ctime.tv_sec;
+    time.modification_time = status.stx_mtime.tv_sec;
+    return 0;
+}
+
+int HFile::touch(HString const& path) noexcept {
+    NarrowPath narrow(path);
+    if (narrow.Error() != 0) return narrow.Error();
+    Varnok::Descriptor file;
+    if (int const error = Varnok::OpenNew(narrow.Text(), O_WRONLY, file.Slot()); error != EEXIST) return error;
+    struct stat status {};
+    if (int const error = StatusOf(path, status); error != 0) return error;
+    return S_ISDIR(status.st_mode) ? EISDIR : 0;
+}
+
 int HFile::delete_file(HString const& path) noexcept {
     NarrowPath narrow(path);
     return narrow.Error() != 0 ? narrow.Error() : Result(::unlink(narrow.Text()));
+}
+
+int HFile::delete_file2(HString const& path) noexcept {
+    int const error = delete_file(path);
+    return IsMissing(error) ? 0 : error;
 }
 
 int HFile::del_empty_dir(HString const& path) noexcept {

@@ -22,7 +22,8 @@ class TORVANE_API HFile {
     [[nodiscard]] static long long GetFileLen(HString const& path) noexcept;
     // The file's times; on failure both are 0.
     static int get_file_time(HString const& path, HFileTime& time) noexcept;
-    // Makes an empty file (mode 0600 whatever the umask); one that exists stays as it is.
+    // Makes an empty file (mode 0600 whatever the umask). One that exists stays as it is, its times too. EISDIR: there
+    // is a directory.
     static int touch(HString const& path) noexcept;
     // Removes a file; never a directory.
     static int delete_file(HString const& path) noexcept;
