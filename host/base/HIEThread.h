@@ -44,11 +44,12 @@ class TORVANE_API ThreadControl {
 // An object with a thread of its own.
 class TORVANE_API Thread : public virtual Shared {
   public:
+    ~Thread() override;
     // The thread's body; must not throw.
     virtual void run() = 0;
     // Starts a thread that calls run. It holds a reference of its own to the object until run returns, and takes no
-    // signals, which stay the agent's. `started()` of the result is false when the system gives no thread. An object is
-    // started at most once.
+    // signals but those that its own faults raise: the others stay the agent's. `started()` of the result is false when
+    // the system gives no thread. An object is started at most once.
     [[nodiscard]] ThreadControl start() noexcept;
 };
 
