@@ -3,14 +3,13 @@
 #include <cstdio>
 #include <ctime>
 
+#include "host/base/CalendarTime.h"
 #include "host/base/NoThrow.h"
 
 HString HTimeHelper::Int2Str2(long long seconds) noexcept {
     return NoThrow(HString(), [seconds] {
-        std::time_t const time = seconds;
         std::tm parts{};
-        bool const has_year = gmtime_r(&time, &parts) != nullptr && parts.tm_year >= -1900 && parts.tm_year <= 8099;
-        if (!has_year) return HString(seconds);
+        if (!Varnok::ToCalendar(seconds, parts)) return HString(seconds);
         char text[80];
         std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", parts.tm_year + 1900, parts.tm_mon + 1,
                       parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);
