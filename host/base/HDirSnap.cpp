@@ -47,7 +47,7 @@ int Walk(HString const& top, bool recursive, std::vector<HDirSnap::Entry>& entri
 }  // namespace
 
 void HDirSnap::set_file(HString const& directory) noexcept {
-    directory_ = NoThrow(HString(), [&directory] { return directory; });
+    directory_ = directory;
 }
 
 bool HDirSnap::snap() noexcept {
