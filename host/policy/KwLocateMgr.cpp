@@ -3,6 +3,7 @@
 #include "host/base/HFile.h"
 #include "host/base/LocateMgr.h"
 #include "host/base/NoThrow.h"
+#include "host/policy/KwArchivePath.h"
 #include "host/policy/KwIdName.h"
 
 namespace {
@@ -49,4 +50,32 @@ HString KwLocateMgr::get_template_path(bool with_separator) const noexcept {
 HString KwLocateMgr::get_template_path(HString const& tpl_id, bool with_separator) const noexcept {
     return NoThrow(HString(),
                    [&] { return Below(get_template_path(true), Varnok::IdToFileName(tpl_id), with_separator); });
+}
+
+HString KwLocateMgr::get_task_path(bool with_separator) const noexcept {
+    return NoThrow(HString(), [&] { return Below(get_cache_path(false), "task", with_separator); });
+}
+
+HString KwLocateMgr::get_task_path(HString const& task_id, bool with_separator) const noexcept {
+    return NoThrow(HString(),
+                   [&] { return Below(get_task_path(true), Varnok::IdToFileName(task_id), with_separator); });
+}
+
+HString KwLocateMgr::get_task_arc(HString const& task_id) const noexcept {
+    return NoThrow(HString(), [&] { return Below(get_task_path(task_id, true), "ScanTask.arc", false); });
+}
+
+HString KwLocateMgr::get_task_snap_cache(HString const& task_id) const noexcept {
+    return NoThrow(HString(), [&] { return Below(get_task_path(task_id, true), "SnapCache", false); });
+}
+
+HString KwLocateMgr::get_policy_keyword_sens() const noexcept {
+    return Varnok::ArchivePath(Varnok::kAuditPolicyArchive);
+}
+
+HString KwLocateMgr::get_sens_record_path(HString const& kind, bool with_separator) const noexcept {
+    return NoThrow(HString(), [&] {
+        HString const all = Below(get_cache_path(false), "sensrecord", true);
+        return Below(all, Varnok::IdToFileName(kind), with_separator);
+    });
 }

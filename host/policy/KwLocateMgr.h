@@ -27,6 +27,7 @@ class TORVANE_API KwLocateMgr {
     // The directory of one template's caches.
     [[nodiscard]] HString get_template_path(HString const& tpl_id, bool with_separator) const noexcept;
 
+    // The directory of all tasks.
     [[nodiscard]] HString get_task_path(bool with_separator) const noexcept;
     // One task's directory, and in it the task's record file and the scanner's own snapshot cache.
     [[nodiscard]] HString get_task_path(HString const& task_id, bool with_separator) const noexcept;
