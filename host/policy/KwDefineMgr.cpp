@@ -122,6 +122,16 @@ QVKConfigKeywordDataLevelNode const* KwDefineMgr::get_data_level_by_id(HString c
     return set == nullptr ? nullptr : set->data_levels().Find(id);
 }
 
+bool KwDefineMgr::get_config_vt(std::vector<QVKConfigKeywordTemplateNode const*>& templates) const noexcept {
+    return NoThrow(false, [&] {
+        KwDefinitionSet const* const set = current_.load(std::memory_order_acquire);
+        if (set == nullptr) return true;
+        std::vector<QVKConfigKeywordTemplateNode const*> const sorted = set->TemplatesById();
+        templates.insert(templates.end(), sorted.begin(), sorted.end());
+        return true;
+    });
+}
+
 HString KwDefineMgr::get_md5_by_tpl(QVKConfigKeywordTemplateNode const& tpl) const noexcept {
     return NoThrow(HString(), [&] {
         KwTemplateFacts made;

@@ -1,6 +1,7 @@
 #include "host/policy/KwDefinitionSet.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <string_view>
 #include <utility>
 
@@ -52,8 +53,19 @@ KwDefinitionSet::KwDefinitionSet(KwDefinitions definitions)
       data_classes_(std::move(definitions.data_classes.nodes)),
       data_levels_(std::move(definitions.data_levels.nodes)) {
     facts_.reserve(templates_.nodes().size());
+    for (std::size_t position = 0; position < templates_.nodes().size(); ++position) {
+        Template& tpl = templates_.NodeAt(position);
+        tpl.data_md5 = facts_.emplace_back(FactsOf(tpl)).md5;
+    }
+}
+
+std::vector<Template const*> KwDefinitionSet::TemplatesById() const {
+    std::vector<Template const*> sorted;
+    sorted.reserve(templates_.nodes().size());
     for (Template const& tpl : templates_.nodes())
-        facts_.push_back(FactsOf(tpl));
+        sorted.push_back(&tpl);
+    std::sort(sorted.begin(), sorted.end(), [](Template const* a, Template const* b) { return *a < *b; });
+    return sorted;
 }
 
 KwTemplateFacts const* KwDefinitionSet::FactsHere(Template const& tpl) const noexcept {

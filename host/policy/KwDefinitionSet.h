@@ -14,8 +14,9 @@ struct KwTemplateFacts {
 };
 
 // One state of a manager's definitions. Immutable once made, so any thread may read; what concerns its templates is
-// worked out when it is made. The owner keeps it as long as anybody may hold one of its records, and links it to the
-// set that it replaced. The constructor throws std::bad_alloc, `Facts` of a record as well, nothing else does.
+// worked out when it is made, and its MD5 noted in the template itself. The owner keeps it as long as anybody may hold
+// one of its records, and links it to the set that it replaced. The constructor throws std::bad_alloc, so do `FactsOf`
+// and `TemplatesById`, nothing else does.
 class KwDefinitionSet {
   public:
     explicit KwDefinitionSet(KwDefinitions definitions);
@@ -30,6 +31,9 @@ class KwDefinitionSet {
     [[nodiscard]] KwNodeIndex<QVKConfigKeywordDataLevelNode> const& data_levels() const noexcept {
         return data_levels_;
     }
+
+    // The templates in id order. Throws std::bad_alloc.
+    [[nodiscard]] std::vector<QVKConfigKeywordTemplateNode const*> TemplatesById() const;
 
     // What is known of a template that lies in this set; null for any other record.
     [[nodiscard]] KwTemplateFacts const* FactsHere(QVKConfigKeywordTemplateNode const& tpl) const noexcept;

@@ -34,6 +34,9 @@ class KwNodeIndex {
 
     [[nodiscard]] std::vector<Node> const& nodes() const noexcept { return nodes_; }
 
+    // To complete a record before anyone else sees it; its id must stay.
+    [[nodiscard]] Node& NodeAt(std::size_t position) noexcept { return nodes_[position]; }
+
     [[nodiscard]] Node const* Find(HString const& id) const noexcept {
         auto const found = by_id_.find(id.view());
         return found == by_id_.end() ? nullptr : &nodes_[found->second];

@@ -11,6 +11,7 @@ void QVKConfigKeywordTemplateNode::Encode(Varnok::ArchiveWriter& writer) const {
 }
 
 bool QVKConfigKeywordTemplateNode::Decode(Varnok::ArchiveReader& reader) {
+    data_md5.clear();
     return QVKCommon::Decode(common, reader) && reader.GetText(data_class_id) && reader.GetText(data_level_id) &&
            reader.GetTexts(rule_ids);
 }

@@ -15,18 +15,20 @@ class ArchiveWriter;
 
 // The definition of a keyword template: which rules it has and how its findings are classed. A value; copies share the
 // common part, which KwDefineMgr never changes and copies when it takes the record over. The fields of an archive's
-// record are the common part and then the members below, in this order (texts and lists as ArchiveWriter writes them,
-// integers of 32 bits).
+// record are the common part and then the next three members, in this order (texts and lists as ArchiveWriter writes
+// them, integers of 32 bits).
 struct TORVANE_API QVKConfigKeywordTemplateNode {
     std::shared_ptr<QVKCommon> common = std::make_shared<QVKCommon>();  // null stands for an empty one
     HString data_class_id;
     HString data_level_id;
     std::vector<HString> rule_ids;
 
-    // The MD5 of KwDefineMgr::get_md5_by_tpl, in a record that a manager has handed out; in any other empty. Not in an
-    // archive.
-    [[nodiscard]] HString get_data_md5() const noexcept { return data_md5; }
+    // Not in an archive: what get_data_md5 tells. Set by the manager in its own records, whatever stood there.
     HString data_md5;
+
+    // The MD5 of KwDefineMgr::get_md5_by_tpl in a record that a manager has handed out and in copies of it, worked out
+    // when the manager took the record over; in any other empty.
+    [[nodiscard]] HString get_data_md5() const noexcept { return data_md5; }
 
     // Ordered and equal by id.
     friend bool operator<(QVKConfigKeywordTemplateNode const& a, QVKConfigKeywordTemplateNode const& b) noexcept {
