@@ -1,1 +1,5 @@
 #include "host/policy/QVKPolicySensitiveFileAuditVT.h"
+
+#include "host/policy/QVKTableFile.h"
+
+template class QVKTable<QVKPolicySensitiveFileAuditNode>;
