@@ -1,16 +1,20 @@
 #include "host/policy/QVKKeywordText.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
 
 #include "host/base/NoThrow.h"
+#include "host/policy/ArchiveFile.h"
 #include "host/policy/ArchiveReader.h"
 #include "host/policy/ArchiveWriter.h"
 
 namespace {
 
+constexpr char kTag[5] = "KTXT";
+constexpr std::uint32_t kRecords = 1;  // in a file
 constexpr std::uint8_t kVersion = 1;
 constexpr std::size_t kLeastSize = 29;      // version, five texts' counts and two counts
 constexpr std::size_t kPositionBytes = 8;   // start, end
@@ -113,4 +117,23 @@ bool QVKKeywordText::decode(char const* buf, long long len) {
     if (Decode(std::string_view(buf, static_cast<std::size_t>(len)), *this)) return true;
     reset_to_default();
     return false;
+}
+
+int QVKKeywordText::to_file(HString const& path) const noexcept {
+    return NoThrow(ENOMEM, [&] {
+        Varnok::ArchiveWriter writer(EncodedSize(*this));
+        Encode(*this, writer);
+        return Varnok::WriteArchive(path, kTag, kRecords, writer.bytes());
+    });
+}
+
+int QVKKeywordText::from_file(HString const& path) noexcept {
+    int const error = NoThrow(ENOMEM, [&] {
+        std::string body;
+        std::uint32_t count = 0;
+        if (int const unread = Varnok::ReadArchive(path, kTag, count, body); unread != 0) return unread;
+        return count == kRecords && decode(body.data(), static_cast<long long>(body.size())) ? 0 : EBADMSG;
+    });
+    if (error != 0) reset_to_default();
+    return error;
 }
