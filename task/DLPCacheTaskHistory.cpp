@@ -1,1 +1,159 @@
+#include <algorithm>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "host/base/HAutoMutex.h"
+#include "host/base/NoThrow.h"
+#include "host/policy/QVKPolicySensitiveFileAuditVTMgr.h"
+#include "sensrecord/DLPCachePolicyHash.h"
 #include "task/DLPCacheTaskMgr.h"
+
+namespace {
+
+using Tasks = std::vector<ScanTask const*>;
+
+// The audit policies in force, as the closing of tasks sees them.
+class PoliciesInForce {
+  public:
+    // Throws without memory.
+    PoliciesInForce() {
+        QVKPolicySensitiveFileAuditVTMgr* const policies = QVKPolicySensitiveFileAuditVTMgr::pins();
+        if (!policies || !policies->get(table_, false)) throw std::bad_alloc();
+        versions_.reserve(table_.nodes.size());
+        for (auto const& node : table_.nodes)
+            versions_.push_back({node.header().id.view(), DLPCache::GetPolicyHash(node), node.keep});
+        std::stable_sort(versions_.begin(), versions_.end(), IsBefore);  // of equal ids the first counts
+    }
+
+    [[nodiscard]] bool KeepOpen(ScanTask const& task) const {
+        std::u16string_view const id = task.audit_node().header().id.view();
+        auto const found = std::lower_bound(versions_.begin(), versions_.end(), Version{id, {}, false}, IsBefore);
+        if (found != versions_.end() && found->id == id)
+            return found->keep || found->hash == DLPCache::GetPolicyHash(task.audit_node());
+        // A policy that is gone: the last one of the table decides. Kept on purpose, agents rely on it.
+        return !table_.nodes.empty() && table_.nodes.back().keep;
+    }
+
+  private:
+    struct Version {
+        std::u16string_view id;
+        HString hash;
+        bool keep;
+    };
+    static bool IsBefore(Version const& a, Version const& b) noexcept { return a.id < b.id; }
+
+    QVKPolicySensitiveFileAuditVT table_;
+    std::vector<Version> versions_;  // by id
+};
+
+bool IsOver(ScanTask const& task) noexcept {
+    return task.status == kTaskFinished || task.status == kTaskEnded;
+}
+
+void SortNewestFirst(Tasks& tasks) noexcept {
+    std::sort(tasks.begin(), tasks.end(),
+              [](ScanTask const* a, ScanTask const* b) { return a->start_time > b->start_time; });
+}
+
+void SortOldestFirst(Tasks& tasks) noexcept {
+    std::sort(tasks.begin(), tasks.end(),
+              [](ScanTask const* a, ScanTask const* b) { return a->start_time < b->start_time; });
+}
+
+bool IsOfPolicy(ScanTask const& task, HString const& policy_id) noexcept {
+    return task.audit_node().header().id == policy_id;
+}
+
+}  // namespace
+
+template <class Wanted>
+bool DLPCacheTaskMgr::AppendTasks(Wanted const& wanted, Tasks& out) const noexcept {
+    return NoThrow(false, [&] {
+        for (auto const& [id, task] : tasks_) {
+            if (wanted(*task)) out.push_back(task);
+        }
+        return true;
+    });
+}
+
+bool DLPCacheTaskMgr::AppendHistory(Tasks& out) const noexcept {
+    return NoThrow(false, [&] {
+        out.reserve(out.size() + tasks_.size());
+        PoliciesInForce const policies;
+        for (auto const& [id, task] : tasks_) {
+            if (!IsOver(*task) && !DLPCache::IsRealtimeTask(*task) && !policies.KeepOpen(*task))
+                CloseTask(*task, kTaskFinished);
+            out.push_back(task);
+        }
+        return true;
+    });
+}
+
+void DLPCacheTaskMgr::GetTaskHistory(Tasks& out) const noexcept {
+    HAutoMutex const lock(mutex_);
+    (void)AppendHistory(out);
+    SortNewestFirst(out);
+}
+
+bool DLPCacheTaskMgr::GetHistoryIds(std::vector<HString>& ids) noexcept {
+    HAutoMutex const lock(mutex_);
+    return NoThrow(false, [&] {
+        if (!all_read_) {
+            all_read_ = true;
+            if (!ReadTasks(Registered::kKeep)) all_read_ = false;
+        }
+        Tasks tasks;
+        if (!all_read_ || !AppendHistory(tasks)) return false;
+        for (ScanTask const* task : tasks)
+            ids.push_back(task->id);
+        return true;
+    });
+}
+
+ScanTask const* DLPCacheTaskMgr::GetTaskLast(Tasks const& tasks) const noexcept {
+    ScanTask const* last = nullptr;
+    for (ScanTask const* task : tasks) {
+        if (task && (!last || task->start_time > last->start_time)) last = task;
+    }
+    return last;
+}
+
+ScanTask const* DLPCacheTaskMgr::GetTaskLast() const noexcept {
+    Tasks tasks;
+    GetTaskHistory(tasks);
+    return GetTaskLast(tasks);
+}
+
+void DLPCacheTaskMgr::GetTaskByPolicyID(HString const& policy_id, Tasks& out) const noexcept {
+    HAutoMutex const lock(mutex_);
+    (void)AppendTasks([&](ScanTask const& task) { return IsOfPolicy(task, policy_id); }, out);
+    SortOldestFirst(out);
+}
+
+ScanTask const* DLPCacheTaskMgr::GetTaskLastByPolicyID(HString const& policy_id) const noexcept {
+    Tasks tasks;
+    GetTaskByPolicyID(policy_id, tasks);
+    return GetTaskLast(tasks);
+}
+
+void DLPCacheTaskMgr::GetPolicyTaskByPolicyID(HString const& policy_id, Tasks& out) const noexcept {
+    HAutoMutex const lock(mutex_);
+    auto const wanted = [&](ScanTask const& task) {
+        return IsOfPolicy(task, policy_id) && task.kind() == kScanTaskByPolicy && !DLPCache::IsRealtimeTask(task);
+    };
+    (void)AppendTasks(wanted, out);
+    SortOldestFirst(out);
+}
+
+ScanTask const* DLPCacheTaskMgr::GetPolicyTaskLastByPolicyID(HString const& policy_id) const noexcept {
+    Tasks tasks;
+    GetPolicyTaskByPolicyID(policy_id, tasks);
+    return GetTaskLast(tasks);
+}
+
+void DLPCacheTaskMgr::GetTaskRealtime(Tasks& out) const noexcept {
+    HAutoMutex const lock(mutex_);
+    (void)AppendTasks([](ScanTask const& task) { return DLPCache::IsRealtimeTask(task); }, out);
+    SortNewestFirst(out);
+}

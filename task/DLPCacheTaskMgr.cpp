@@ -1,1 +1,221 @@
 #include "task/DLPCacheTaskMgr.h"
+
+#include <cerrno>
+#include <ctime>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "front/DLPCacheVersion.h"
+#include "host/base/HAutoMutex.h"
+#include "host/base/HDirSnap.h"
+#include "host/base/HFile.h"
+#include "host/base/NoThrow.h"
+#include "host/base/Retained.h"
+#include "host/policy/KwIdName.h"
+#include "host/policy/KwLocateMgr.h"
+#include "host/policy/QVKPolicySensitiveFileAuditVTMgr.h"
+#include "task/DLPCacheTaskDirectory.h"
+#include "task/DLPCacheTaskLog.h"
+
+using DLPCache::kTaskLog;
+
+namespace {
+
+// Puts the audit policies of the record file in force. A file that cannot be read whole changes nothing.
+void LoadAuditPolicies() noexcept {
+    NoThrow(false, [] {
+        QVKPolicySensitiveFileAuditVTMgr* const policies = QVKPolicySensitiveFileAuditVTMgr::pins();
+        HString const file = KwLocateMgr::pins()->get_policy_keyword_sens();
+        if (!policies || file.empty()) return false;
+        QVKPolicySensitiveFileAuditVT table;
+        int const failed = table.from_file(file);
+        if (failed == ENOENT) return false;
+        if (failed == 0) return policies->set_no_write_to_arc(table);
+        kTaskLog.Write(DLPCache::kLogError, 118, "read audit policies failed, errno: ", failed, ", file: ", file);
+        return false;
+    });
+}
+
+DLPCacheTaskMgr* Make() noexcept {
+    auto* const registry = new (std::nothrow) DLPCacheTaskMgr;
+    if (registry) LoadAuditPolicies();
+    return registry;
+}
+
+// The record files of all task directories, in the order of their names; empty directories are removed instead.
+// Symbolic links and foreign names are left alone. False when the directory cannot be read.
+bool FindRecords(std::vector<HString>& records) {
+    HDirSnap snap;
+    snap.recursive = false;
+    snap.directories = true;
+    snap.set_file(KwLocateMgr::pins()->get_task_path(true));
+    if (!snap.snap()) return false;
+    for (HDirSnap::Entry const& entry : snap.entries()) {
+        if (!entry.is_dir || HFile::del_empty_dir(entry.path) == 0) continue;
+        HString id;
+        if (!Varnok::FileNameToId(HString(entry.path).dir_fit(false).get_short_name(), id)) continue;
+        records.push_back(KwLocateMgr::pins()->get_task_arc(id));
+        if (records.back().empty()) throw std::bad_alloc();  // without memory a path is empty
+    }
+    return true;
+}
+
+void LogUnread(int line, HString const& record, int failed) noexcept {
+    kTaskLog.Write(DLPCache::kLogError, line, "read task record failed, errno: ", failed, ", file: ", record);
+}
+
+bool IsFinal(int status) noexcept {
+    return status == kTaskFinished || status == kTaskEnded;
+}
+
+}  // namespace
+
+DLPCacheTaskMgr* DLPCacheTaskMgr::pins() noexcept {
+    static DLPCacheTaskMgr* const gpcachetaskmgr = Make();
+    return gpcachetaskmgr;
+}
+
+DLPCacheTaskMgr::DLPCacheTaskMgr() noexcept {
+    CheckModuleVersion();
+    Init();
+}
+
+DLPCacheTaskMgr::~DLPCacheTaskMgr() {
+    for (auto const& [id, task] : tasks_)
+        Varnok::Retain(task);
+    for (ScanTask const* task : released_)
+        Varnok::Retain(task);
+    for (auto const& [id, cache] : caches_)
+        Varnok::Retain(cache);
+}
+
+void DLPCacheTaskMgr::Init() noexcept {
+    HAutoMutex const lock(mutex_);
+    all_read_ = true;
+    if (!NoThrow(false, [&] { return ReadTasks(Registered::kReplace); })) all_read_ = false;
+}
+
+bool DLPCacheTaskMgr::ReadTasks(Registered earlier) {
+    std::vector<HString> records;
+    if (!FindRecords(records)) {
+        HString const directory = KwLocateMgr::pins()->get_task_path(true);
+        kTaskLog.Write(DLPCache::kLogError, 131, "read dir failed, dir: ", directory);
+        return false;
+    }
+    for (HString const& record : records)
+        (void)ReadTask(record, earlier);
+    return true;
+}
+
+// Null without memory to read it.
+ScanTask* DLPCacheTaskMgr::ReadTask(HString const& record, Registered earlier) {
+    auto task = std::make_unique<ScanTask>();
+    int const failed = task->from_file(record);
+    if (failed != 0) LogUnread(142, record, failed);
+    if (failed != 0 && failed != ENOENT && failed != EBADMSG) all_read_ = false;
+    if (failed == ENOMEM) return nullptr;
+    auto const found = tasks_.find(task->id);
+    if (found != tasks_.end() && (task->id.empty() || earlier == Registered::kKeep)) return found->second;
+    Register(task->id, task.get());
+    return task.release();
+}
+
+void DLPCacheTaskMgr::Register(HString const& id, ScanTask* task) {
+    auto const [entry, added] = tasks_.try_emplace(id, task);
+    if (!added && entry->second != task) Varnok::Retain(std::exchange(entry->second, task));
+}
+
+void DLPCacheTaskMgr::AddTask(ScanTask* task) noexcept {
+    if (!task) return;
+    HAutoMutex const lock(mutex_);
+    NoThrow(false, [&] {
+        HString const record = KwLocateMgr::pins()->get_task_arc(task->id);
+        ScanTask read;
+        int const failed = task->id.empty() ? EINVAL : record.empty() ? ENOMEM : read.from_file(record);
+        if (failed == ENOMEM) return false;
+        Register(task->id, task);
+        if (failed == ENOENT) {
+            TaskToArc(task);
+        } else if (failed != 0) {
+            LogUnread(163, record, failed);
+        } else if (read.id != task->id) {
+            kTaskLog.Write(DLPCache::kLogError, 165, "task record of another id: ", read.id, ", file: ", record);
+        } else {
+            read.handle = task->handle;
+            *task = std::move(read);
+        }
+        return true;
+    });
+}
+
+ScanTask* DLPCacheTaskMgr::GetTask(HString const& id) noexcept {
+    HAutoMutex const lock(mutex_);
+    return NoThrow<ScanTask*>(nullptr, [&]() -> ScanTask* {
+        auto const entry = tasks_.find(id);
+        if (entry != tasks_.end()) return entry->second;
+        HString const record = KwLocateMgr::pins()->get_task_arc(id);
+        if (record.empty() || !HFile::IsFileExistFile(record)) return nullptr;
+        return ReadTask(record, Registered::kReplace);
+    });
+}
+
+void DLPCacheTaskMgr::UpdateTaskStatus(HString const& id, int status) noexcept {
+    if (status < kTaskCreated || status > kTaskEnded || !IsExistTask(id)) return;
+    HAutoMutex const lock(mutex_);
+    auto const entry = tasks_.find(id);
+    if (entry == tasks_.end()) return;  // removed meanwhile
+    if (IsFinal(status)) return CloseTask(*entry->second, status);
+    entry->second->status = status;
+    TaskToArc(entry->second);
+}
+
+void DLPCacheTaskMgr::CloseTask(ScanTask& task, int status) const noexcept {
+    task.status = status;
+    task.end_time = std::time(nullptr);
+    TaskToArc(&task);
+    NoThrow(false, [&] {
+        if (!DLPCache::IsTaskDirectoryFree(task.id)) return false;
+        HString const file = KwLocateMgr::pins()->get_task_snap_cache(task.id);
+        int const failed = file.empty() ? ENOMEM : HFile::delete_file2(file);
+        if (failed == 0) return true;
+        kTaskLog.Write(DLPCache::kLogError, 198, "delete snap cache failed, errno: ", failed, ", file: ", file);
+        return false;
+    });
+}
+
+void DLPCacheTaskMgr::TaskToArc(ScanTask const* task) const noexcept {
+    if (!task) return;
+    HAutoMutex const lock(mutex_);
+    if (IsTaskRelease(task) || task->id.empty()) return;
+    ScanTask copy = *task;
+    copy.note.clear();
+    int const failed = NoThrow(ENOMEM, [&] {
+        if (!DLPCache::IsTaskDirectoryFree(copy.id)) return ELOOP;
+        HString const record = KwLocateMgr::pins()->get_task_arc(copy.id);
+        return record.empty() ? ENOMEM : copy.to_file(record);
+    });
+    if (failed == 0) return;
+    kTaskLog.Write(DLPCache::kLogError, 212, "write task record failed, errno: ", failed, ", id: ", copy.id);
+}
+
+bool DLPCacheTaskMgr::IsExistTask(HString const& id) const noexcept {
+    HAutoMutex const lock(mutex_);
+    return tasks_.contains(id);
+}
+
+bool DLPCacheTaskMgr::IsTaskRelease(ScanTask const* task) const noexcept {
+    HAutoMutex const lock(mutex_);
+    return released_.contains(task);
+}
+
+unsigned DLPCacheTaskMgr::GetTaskCountByTask(ScanTask const& task) const noexcept {
+    HAutoMutex const lock(mutex_);
+    QVKPolicyCommon const& policy = task.audit_node().header();
+    unsigned count = 0;
+    for (auto const& [id, other] : tasks_) {
+        QVKPolicyCommon const& others = other->audit_node().header();
+        if (other->kind() == task.kind() && others.time_stamp == policy.time_stamp && others.id == policy.id) ++count;
+    }
+    return count;
+}

@@ -14,6 +14,10 @@
 #include "task/DLPCacheRealtimeTask.h"
 #include "task/DLPCacheTask.h"
 
+namespace DLPCache {
+class TplUse;
+}  // namespace DLPCache
+
 // The registry of scan tasks: keeps every known task in memory by its id, mirrors each to its record file, rebuilds
 // itself from the task directories at start, opens tasks' stores, closes tasks whose policy has changed, removes tasks.
 //
@@ -37,19 +41,23 @@ class TORVANE_API DLPCacheTaskMgr {
     DLPCacheTaskMgr(DLPCacheTaskMgr const&) = delete;
     DLPCacheTaskMgr& operator=(DLPCacheTaskMgr const&) = delete;
 
-    // Fills the task set from the task directories, each task under the id in its record. Empty directories are
-    // removed, directories whose names stand for no id left alone.
+    // Fills the task set from the task directories, each task under the id in its record, in place of one registered
+    // under it. Empty directories are removed, directories whose names stand for no id left alone.
     void Init() noexcept;
 
     // Registers a task (null is ignored) in place of an earlier one with its id. Writes its record file when there is
-    // none; otherwise the task is read from it, but for its handle.
+    // none; otherwise the task is read from it, but for its handle. A record that cannot be read, or that names another
+    // id, is none of this task's: the task stays as the caller made it, and so does the file until the task's next
+    // change of status.
     void AddTask(ScanTask* task) noexcept;
-    // The task of an id, read from its record file when it is not registered yet. Null: there is none.
+    // The task of an id, read from its record file when it is not registered yet; it is then registered under the id in
+    // that file. Null: there is none. Of records that cannot be read there is one task for all.
     [[nodiscard]] ScanTask* GetTask(HString const& id) noexcept;
     // Sets the status (kTaskCreated to kTaskEnded, else nothing happens) of a registered task and writes its record.
     // A final status sets the end time and deletes the task's snapshot cache.
     void UpdateTaskStatus(HString const& id, int status) noexcept;
-    // Writes the task's record, without its note, unless the task was removed.
+    // Writes the task's record, without its note, unless the task was removed or a symbolic link stands in the place of
+    // its directory. Null is ignored.
     void TaskToArc(ScanTask const* task) const noexcept;
     [[nodiscard]] bool IsExistTask(HString const& id) const noexcept;
     // Whether DelTask took this object out of the registry.
@@ -75,8 +83,8 @@ class TORVANE_API DLPCacheTaskMgr {
     // The realtime tasks, newest first.
     void GetTaskRealtime(std::vector<ScanTask const*>& out) const noexcept;
 
-    // Removes a task: the template caches that only it still needed, its directory, its entry. Takes the template
-    // manager's lock before the registry's. Duties of the caller: wait for the task's queue first (WaitWritten), since
+    // Removes a task: the template caches that only it still needed, its directory (a symbolic link in its place is left
+    // alone), its entry; the object stays the caller's. Takes the template manager's lock before the registry's. Duties of the caller: wait for the task's queue first (WaitWritten), since
     // its writer goes on and would try to write for ever what is still queued; do not use a removed id again in this
     // process, for the same writer would serve it.
     void DelTask(ScanTask const& task) noexcept;
@@ -115,11 +123,30 @@ class TORVANE_API DLPCacheTaskMgr {
     void MergeMatchFileText(std::vector<QVKKeywordText> const& texts, QVKKeywordText& merged) const noexcept;
 
   private:
-    // Guards the tasks and the released set; re-entrant. Taken under it: the lock of the writers' map, a writer's queue
-    // lock, a store's locks, those of the definitions, the audit policies, the root's path and the log.
+    friend class DLPCache::TplUse;
+
+    // The steps of the operations above. The caller holds the lock; they throw without memory, the noexcept ones do
+    // nothing or give false.
+    enum class Registered { kReplace, kKeep };
+    bool ReadTasks(Registered earlier);
+    ScanTask* ReadTask(HString const& record, Registered earlier);
+    void Register(HString const& id, ScanTask* task);
+    void CloseTask(ScanTask& task, int status) const noexcept;
+    [[nodiscard]] bool AppendHistory(std::vector<ScanTask const*>& out) const noexcept;
+    template <class Wanted>
+    [[nodiscard]] bool AppendTasks(Wanted const& wanted, std::vector<ScanTask const*>& out) const noexcept;
+    // The ids of the tasks of the history, for TplUse. Takes the lock. False when they are not all known: without
+    // memory, or when a record cannot be read for now.
+    [[nodiscard]] bool GetHistoryIds(std::vector<HString>& ids) noexcept;
+
+    // Guards what follows but for caches_; re-entrant. Taken under it: the lock of the writers' map, a writer's queue
+    // lock, a store's locks, those of the definitions, the audit policies, the root's path and the log. The template
+    // manager's lock is taken before it and never under it.
     mutable HMutex mutex_;
-    std::map<HString, ScanTask*> tasks_;
+    std::map<HString, ScanTask*> tasks_;  // never null; the key is the task's id
+    std::set<ScanTask const*> released_;
+    bool all_read_ = true;  // every task directory's record was read, or found to be missing or damaged
+
     mutable std::shared_mutex caches_mutex_;  // guards caches_, for one look-up or entry; nothing is taken under it
     std::map<HString, DLPCacheTask*> caches_;
-    std::set<ScanTask const*> released_;
 };

@@ -1,1 +1,62 @@
+#include <set>
+#include <vector>
+
+#include "host/base/HAutoMutex.h"
+#include "host/base/NoThrow.h"
+#include "host/policy/KwDefineMgr.h"
+#include "task/DLPCacheTaskDefinitions.h"
+#include "task/DLPCacheTaskDirectory.h"
+#include "task/DLPCacheTaskLog.h"
 #include "task/DLPCacheTaskMgr.h"
+#include "template/DLPCacheTplMgr.h"
+#include "template/DLPCacheTplUse.h"
+
+namespace {
+
+// Whether the template is still defined, but under another MD5.
+bool IsOutdated(HString const& tpl_id, HString const& md5) noexcept {
+    KwDefineMgr const* const current = KwDefineMgr::pins();
+    auto const* tpl = current ? current->get_tpl_by_id(tpl_id) : nullptr;
+    if (!tpl) return false;
+    HString const current_md5 = current->get_md5_by_tpl(*tpl);
+    return current_md5.not_empty() && current_md5 != md5;
+}
+
+// The template caches that only this task still needs. Nothing is deleted on what could not be read.
+void DeleteTplCaches(ScanTask const& task, DLPCacheTask const* opened, DLPCacheTplMgr& caches) {
+    DLPCache::TaskDefinitions const definitions(task.id, opened);
+    if (definitions.error() != 0 || !definitions.get()) return;
+    DLPCache::TplUse others(task.id);
+    for (HString const& tpl_id : task.audit_node().tpl_ids) {
+        auto const* tpl = definitions.get()->get_tpl_by_id(tpl_id);
+        if (!tpl) continue;
+        HString const md5 = definitions.get()->get_md5_by_tpl(*tpl);
+        if (md5.empty() || !IsOutdated(tpl_id, md5) || others.IsUsed(tpl_id, md5)) continue;
+        (void)caches.DeleteCache(md5);
+    }
+}
+
+}  // namespace
+
+void DLPCacheTaskMgr::DelTask(ScanTask const& task) noexcept {
+    DLPCacheTplMgr* const caches = DLPCacheTplMgr::pins();
+    if (!caches) return;
+    HAutoMutex const caches_lock(caches->mutex());
+    HAutoMutex const lock(mutex_);
+    NoThrow(false, [&] {
+        ScanTask const removed = task;  // the caller's own may be the one that is closed or read meanwhile
+        std::set<ScanTask const*> released;
+        auto const entry = tasks_.find(removed.id);
+        if (entry != tasks_.end()) released.insert(entry->second);
+        if (removed.id.not_empty()) {
+            DeleteTplCaches(removed, GetOpenedCache(removed.id), *caches);
+            if (int const failed = DLPCache::DeleteTaskDirectory(removed.id))
+                DLPCache::kTaskLog.Write(DLPCache::kLogError, 64, "delete task failed, errno: ", failed,
+                                         ", id: ", removed.id);
+        }
+        // Nothing throws from here on: the task is out of the one set and in the other.
+        released_.merge(released);
+        if (entry != tasks_.end()) tasks_.erase(entry);
+        return true;
+    });
+}

@@ -5,6 +5,8 @@
 
 #include "host/base/HString.h"
 
+class KwDefineMgr;
+
 namespace DLPCache {
 
 // The one question that decides whether an outdated template cache may go: does a remembered scan task still use it?
@@ -17,16 +19,20 @@ class TplUse {
     // Leaves out one task, the one that is being removed.
     explicit TplUse(HString const& without_task) noexcept : without_task_(&without_task) {}
 
-    // Whether some task of the history used the template under `md5`. Also true when that cannot be found out for want
-    // of memory: then nothing may go.
+    // Whether some task of the history used the template under `md5`. Also true when that cannot be found out, for want
+    // of memory or because a task's files cannot be read for now: then nothing may go.
     [[nodiscard]] bool IsUsed(HString const& tpl_id, HString const& md5) noexcept;
 
   private:
-    void Load();
+    using Use = std::pair<HString, HString>;  // template id and MD5
+
+    [[nodiscard]] bool Load();
+    [[nodiscard]] bool Note(KwDefineMgr const& definitions);
 
     HString const* without_task_ = nullptr;
     bool loaded_ = false;
-    std::set<std::pair<HString, HString>> used_;  // template id and MD5
+    bool known_ = false;  // used_ is complete
+    std::set<Use> used_;
 };
 
 }  // namespace DLPCache

@@ -1,0 +1,54 @@
+#include "task/DLPCacheTaskDirectory.h"
+
+#include <cerrno>
+
+#include "host/base/HDirSnap.h"
+#include "host/base/HFile.h"
+#include "host/policy/KwIdName.h"
+#include "host/policy/KwLocateMgr.h"
+
+namespace DLPCache {
+
+namespace {
+
+// Not even a link or a file stands there.
+bool IsDirOrMissing(HString const& path) {
+    return path.not_empty() && !HFile::IsFileExistFile(path);
+}
+
+bool IsTaskDirectory(HString const& directory, HString const& task_id) {
+    KwLocateMgr const& paths = *KwLocateMgr::pins();
+    return HFile::IsFileExistDir(directory) && HFile::IsFileExistDir(paths.get_task_path(false)) &&
+           directory.get_short_name() == Varnok::IdToFileName(task_id) &&
+           directory.is_begin_by(paths.get_cache_path(true), true);
+}
+
+int DeleteAllBut(HString const& kept, HString const& directory) {
+    HDirSnap snap;
+    snap.set_file(directory);
+    if (!snap.snap()) return EIO;
+    int first_error = 0;
+    for (HDirSnap::Entry const& entry : snap.entries()) {
+        if (entry.path == kept) continue;
+        int const failed = entry.is_dir ? HFile::delete_dir_recur(entry.path) : HFile::delete_file2(entry.path);
+        if (first_error == 0) first_error = failed;
+    }
+    return first_error;
+}
+
+}  // namespace
+
+bool IsTaskDirectoryFree(HString const& task_id) {
+    KwLocateMgr const& paths = *KwLocateMgr::pins();
+    return task_id.not_empty() && IsDirOrMissing(paths.get_task_path(false)) &&
+           IsDirOrMissing(paths.get_task_path(task_id, false));
+}
+
+int DeleteTaskDirectory(HString const& task_id) {
+    HString const directory = KwLocateMgr::pins()->get_task_path(task_id, false);
+    if (task_id.empty() || !IsTaskDirectory(directory, task_id)) return 0;
+    int const failed = DeleteAllBut(KwLocateMgr::pins()->get_task_arc(task_id), directory);
+    return failed != 0 ? failed : HFile::delete_dir_recur(directory);
+}
+
+}  // namespace DLPCache
