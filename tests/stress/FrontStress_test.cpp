@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <random>
@@ -15,92 +13,25 @@
 #include <vector>
 
 #include "front/DLPCacheMgr.h"
-#include "host/base/Murmur3.h"
 #include "host/policy/KwDefineMgr.h"
 #include "template/DLPCacheTplMgr.h"
+#include "tests/stress/StressAgent.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/TempRoot.h"
 
 namespace {
 
+using namespace stress;
+
 constexpr int kThreads = 8;
-constexpr int kTemplates = 4;
 constexpr int kContents = 160;
 constexpr int kOperations = 400;  // per thread
 constexpr int kInstalls = 80;
-constexpr int kBuckets = 53;  // few, so that chains form
-constexpr int kAbsent = -1;
-
-std::string TplId(int tpl) {
-    return "template " + std::to_string(tpl);
-}
-std::string Word(int tpl, int edit) {
-    return "word " + std::to_string(tpl) + " edit " + std::to_string(edit);
-}
-
-// The contents' MD5s; none falls into bucket 0, which holds no answer.
-std::vector<HString> MakeMd5s() {
-    std::vector<HString> md5s;
-    for (int number = 0; md5s.size() < kContents; ++number) {
-        HString const md5(HString(number).get_md5_std_format(""));
-        std::string const key = md5.get_md5_std_format_lower("").get_str();
-        if (Varnok::Murmur3_32(key.data(), static_cast<int>(key.size())) % kBuckets != 0) md5s.push_back(md5);
-    }
-    return md5s;
-}
-
-// The agent's definitions: each template's rule is in one of two states, or the template is not defined.
-class Agent {
-  public:
-    Agent() { Install(); }
-
-    // Held shared, the definitions do not change.
-    std::shared_mutex& Gate() { return gate_; }
-    // Callers hold the gate.
-    int Edit(int tpl) const { return edits_[static_cast<std::size_t>(tpl)]; }
-
-    void Replace(std::mt19937& random) {
-        std::unique_lock const lock(gate_);
-        edits_[random() % kTemplates] = static_cast<int>(random() % 3) - 1;
-        Install();
-    }
-
-  private:
-    void Install() {
-        KwDefinitions definitions;
-        QVKConfigKeywordDataLevelNode level;
-        level.common->id = "level";
-        level.level = 1;
-        definitions.data_levels.nodes.push_back(level);
-        for (int tpl = 0; tpl < kTemplates; ++tpl) {
-            if (Edit(tpl) != kAbsent) Define(definitions, tpl);
-        }
-        ASSERT_TRUE(KwDefineMgr::pins()->install(std::move(definitions)));
-    }
-    void Define(KwDefinitions& definitions, int tpl) const {
-        QVKConfigKeywordFormatItemNode rule;
-        rule.common->id = HString("rule of " + TplId(tpl));
-        rule.sub_type = 1001;
-        rule.rule_type = 1;
-        rule.rule_text = HString(Word(tpl, Edit(tpl)));
-        definitions.rules.nodes.push_back(rule);
-        QVKConfigKeywordTemplateNode node;
-        node.common->id = HString(TplId(tpl));
-        node.data_level_id = "level";
-        node.rule_ids = {rule.common->id};
-        definitions.templates.nodes.push_back(node);
-    }
-
-    std::shared_mutex gate_;
-    std::vector<int> edits_ = std::vector<int>(kTemplates, 0);
-};
 
 class FrontStressTest : public testing::TestWithParam<bool> {
   protected:
     FrontStressTest() {
-        std::filesystem::create_directories(root_ / "ini");
-        WriteBytes(root_ / "ini/DLPService.ini", "[DLPCache]\niIndexBucketSize=" + std::to_string(kBuckets) + "\n");
-        agent_ = std::make_unique<Agent>();
+        agent_ = std::make_unique<Agent>(root_.Path());
         if (GetParam()) log_ = std::make_unique<LogLines>();
     }
 
@@ -110,26 +41,10 @@ class FrontStressTest : public testing::TestWithParam<bool> {
     }
     // Every second of a thread's contents matches every template, the others none, whatever the state of the rules.
     static bool Matches(int content) { return content / kThreads % 2 == 1; }
-    static long long Count(int content, int edit) { return content * 10 + edit; }
 
     QVKKeywordFileItem Item(int content, std::vector<HString> tpl_ids) const {
-        QVKKeywordFileNode file;
-        file.file_path = HString("/data/" + std::to_string(content));
-        file.file_md5 = md5s_[static_cast<std::size_t>(content)];
-        QVKKeywordFileItem item;
-        item.file_nodes.push_back(file);
-        item.tpl_ids = std::move(tpl_ids);
-        item.lookup_flag = true;
-        item.check_every_node = true;
-        item.count_matched = true;
-        item.threshold = 1;
-        return item;
-    }
-    static std::vector<HString> EveryTpl() {
-        std::vector<HString> ids;
-        for (int tpl = 0; tpl < kTemplates; ++tpl)
-            ids.push_back(HString(TplId(tpl)));
-        return ids;
+        return MakeItem(HString("/data/" + std::to_string(content)), md5s_[static_cast<std::size_t>(content)],
+                        std::move(tpl_ids));
     }
     std::vector<HString> DefinedTpls() const {
         std::vector<HString> ids;
@@ -160,34 +75,6 @@ class FrontStressTest : public testing::TestWithParam<bool> {
             CheckMatch(content, node.matched_tpl_ids[i], node.attach_nodes[i], node.texts.at(i));
         }
     }
-    // The count and the text were stored, the rule's text comes from the snapshot of the definitions: all must be of
-    // one content and of one state of the rule.
-    static void CheckMatch(int content, HString const& tpl_id, QVKReportKeywordAttachNode const& attach_node,
-                           QVKKeywordText const& text) {
-        ASSERT_EQ(attach_node.items.size(), 1U);
-        QVKReportKeywordAttachItem const& item = attach_node.items[0];
-        int const edit = static_cast<int>(item.match_count % 10);
-        ASSERT_EQ(item.match_count, Count(content, edit));
-        ASSERT_EQ(item.tpl_id.get_str(), tpl_id.get_str());
-        ASSERT_EQ(text.tpl_id.get_str(), tpl_id.get_str());
-        int const tpl = tpl_id.get_str().back() - '0';
-        ASSERT_EQ(item.rule_text.get_str(), Word(tpl, edit));
-        ASSERT_EQ(text.text.get_str(), Word(tpl, edit) + " in content " + std::to_string(content));
-    }
-
-    void AddMatch(int content, int tpl, int edit, QVKKeywordMatchNode& node) const {
-        QVKReportKeywordAttachItem item;
-        item.sub_type = 1001;
-        item.rule_id = HString("rule of " + TplId(tpl));
-        item.match_count = Count(content, edit);
-        node.attach_nodes.push_back({{item}});
-        node.matched_tpl_ids.push_back(HString(TplId(tpl)));
-        QVKKeywordText text;
-        text.tpl_id = HString(TplId(tpl));
-        text.text = HString(Word(tpl, edit) + " in content " + std::to_string(content));
-        node.texts.push_back(text);
-    }
-
     static bool Holds(std::vector<HString> const& ids, int tpl) {
         return std::find(ids.begin(), ids.end(), HString(TplId(tpl))) != ids.end();
     }
@@ -268,7 +155,7 @@ class FrontStressTest : public testing::TestWithParam<bool> {
     TempRoot root_;
     std::unique_ptr<LogLines> log_;
     std::unique_ptr<Agent> agent_;
-    std::vector<HString> const md5s_ = MakeMd5s();
+    std::vector<HString> const md5s_ = MakeMd5s(kContents);
     std::atomic<int> operations_{0};
 };
 
