@@ -15,11 +15,16 @@ namespace DLPCache {
 class TORVANE_API SensFileNode final : public SerialBasic {
   public:
     SensFileNode() noexcept = default;
-    explicit SensFileNode(SensFile const& file);  // copies what is stored
+    explicit SensFileNode(SensFile const& file);  // copies what is stored; throws std::bad_alloc
+
+    // Whether the file has a record: no text of it is longer than 32767 units, and its length can be told in 32 bits.
+    // Exactly when ToBuffer would succeed, but for memory; takes none.
+    [[nodiscard]] static bool IsEncodable(SensFile const& file) noexcept;
 
     using SerialBasic::Size;
-    [[nodiscard]] int Size() const override;
+    [[nodiscard]] int Size() const override;  // INT_MAX stands for every length that cannot be told
     [[nodiscard]] bool Write(Varnok::Writer* w) override;
+    // Refuses a record whose own length is not `size`.
     [[nodiscard]] bool Read(Varnok::Reader* r, int size) override;
 
     // Moves what is stored into `file`; afterwards the node is good for nothing.

@@ -1,1 +1,127 @@
 #include "task/DLPCacheTask.h"
+
+#include <chrono>
+#include <climits>
+#include <new>
+#include <utility>
+
+#include "host/base/HAutoMutex.h"
+#include "host/base/HEnvironment.h"
+#include "host/base/NoThrow.h"
+#include "storage/DLPCacheCodes.h"
+#include "task/DLPCacheTaskLog.h"
+#include "task/DLPCacheTaskStore.h"
+
+using DLPCache::kAssertFalse;
+using DLPCache::kAssertNull;
+using DLPCache::kTaskLog;
+
+namespace {
+
+constexpr int kPauseMilliseconds = 500;
+constexpr unsigned kLastNumber = INT_MAX;
+
+}  // namespace
+
+DLPCacheTask::DLPCacheTask(ScanTask const* task) noexcept
+    : store_(NoThrow<DLPCacheTaskStore*>(nullptr, [&] { return new DLPCacheTaskStore(task ? *task : ScanTask()); })) {
+    if (store_) counter_ = static_cast<unsigned>(store_->GetIndexNumber());
+}
+
+DLPCacheTask::~DLPCacheTask() = default;
+
+int DLPCacheTask::Add(SensFile const& file) noexcept {
+    return NoThrow<int>(DLPCache::kTaskFileNotEncoded, [&]() -> int {
+        SensFile copy = file;
+        HAutoMutex const lock(mutex_);
+        // Nothing but this takes memory: the number is used when the file is in the queue.
+        auto const [entry, added] = queue_.try_emplace(static_cast<int>(counter_ + 1));
+        entry->second = std::move(copy);
+        ++counter_;
+        if (added) count_.fetch_add(1, std::memory_order_release);
+        kTaskLog.Write(DLPCache::kLogInformation, 412, "add task cache, task id: ", file.task_id,
+                       ", SN:", static_cast<long long>(counter_), ", sens file: ", file.file_path);
+        return DLPCache::kTaskFileStored;
+    });
+}
+
+int DLPCacheTask::AddNumbered(SensFile const& file) noexcept {
+    if (int const refused = DLPCacheTaskStore::Check(file)) {
+        return kTaskLog.Failed("AddNumbered", 421, kAssertFalse, refused);
+    }
+    return NoThrow<int>(DLPCache::kTaskFileNotEncoded, [&]() -> int {
+        SensFile numbered = file;
+        HAutoMutex const lock(mutex_);
+        if (counter_ >= kLastNumber) {
+            return kTaskLog.Failed("AddNumbered", 427, kAssertFalse, int{DLPCache::kStoreKeyRefused});
+        }
+        numbered.sn = static_cast<int>(counter_ + 1);
+        return Add(numbered);
+    });
+}
+
+int DLPCacheTask::Find(int sn, SensFile& file) const noexcept {
+    return NoThrow<int>(DLPCache::kTaskFileNotDecoded, [&]() -> int {
+        if (count_.load(std::memory_order_acquire) != 0) {
+            HAutoMutex const lock(mutex_);
+            if (auto const queued = queue_.find(sn); queued != queue_.end()) {
+                file = queued->second;
+                file.sn = sn;
+                if (store_) store_->FillTplInfo(file);
+                return DLPCache::kTaskFileFound;
+            }
+        }
+        if (store_) return store_->Find(sn, file);
+        file.reset_to_default();
+        return kTaskLog.Failed("Find", 448, kAssertNull, int{DLPCache::kTaskNoStore});
+    });
+}
+
+bool DLPCacheTask::WaitWritten(int milliseconds) const noexcept {
+    auto const empty = [this] { return count_.load(std::memory_order_acquire) == 0; };
+    if (empty() || milliseconds <= 0) return empty();
+    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    std::unique_lock lock(written_mutex_);
+    return written_.wait_until(lock, end, empty);
+}
+
+void DLPCacheTask::run() {
+    for (;;) {
+        while (count_.load(std::memory_order_acquire) != 0)
+            WriteFirst();
+        HEnvironment::Sleep(kPauseMilliseconds);
+    }
+}
+
+void DLPCacheTask::WriteFirst() noexcept {
+    bool all_written = false;
+    {
+        HAutoMutex const lock(mutex_);
+        auto const first = queue_.begin();
+        if (first == queue_.end()) return;
+        int const written = TryWrite(first->second);
+        if (written < DLPCache::kTaskFileStored) {
+            kTaskLog.Write(DLPCache::kLogError, 479, "asyn write cache failed, task id: ", first->second.task_id,
+                           ", sn: ", first->first, ", ret: ", written);
+            return;
+        }
+        queue_.erase(first);
+        all_written = count_.fetch_sub(1, std::memory_order_acq_rel) == 1;
+    }
+    if (all_written) WakeWaiters();
+}
+
+// Without memory a write that failed.
+int DLPCacheTask::TryWrite(SensFile const& first) const noexcept {
+    if (!store_) return kTaskLog.Failed("WriteFirst", 491, kAssertNull, int{DLPCache::kTaskNoStore});
+    return NoThrow<int>(DLPCache::kTaskFileNotEncoded, [&] {
+        SensFile const copy = first;
+        return store_->Add(copy);
+    });
+}
+
+void DLPCacheTask::WakeWaiters() const noexcept {
+    // Whoever has looked at the count under the mutex is waiting by the time it is free again.
+    { std::scoped_lock const lock(written_mutex_); }
+    written_.notify_all();
+}

@@ -2,7 +2,9 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <map>
+#include <memory>
 #include <mutex>
 
 #include "host/base/Export.h"
@@ -22,6 +24,7 @@ class DLPCacheTaskStore;
 // call. Nothing throws; codes are TaskCode or those of the record store.
 class TORVANE_API DLPCacheTask : public virtual HIEUtil::Thread {
   public:
+    // Opens the task's store; starts no thread. Null is a task without an id.
     explicit DLPCacheTask(ScanTask const* task) noexcept;
     ~DLPCacheTask() override;
 
@@ -30,9 +33,10 @@ class TORVANE_API DLPCacheTask : public virtual HIEUtil::Thread {
     // no number used).
     int Add(SensFile const& file) noexcept;
     // The same, but sets the copy's `sn` to the number that it gets. Refuses what no store could ever take, since that
-    // would hold up the queue for ever: kTaskFileRefused, kTaskFileNotEncoded.
+    // would hold up the queue for ever: kTaskFileRefused, kTaskFileNotEncoded; kStoreKeyRefused when the numbers are
+    // used up.
     int AddNumbered(SensFile const& file) noexcept;
-    // From the queue: kTaskFileFound. Else as DLPCacheTaskStore::Find.
+    // From the queue: kTaskFileFound, whatever the task's definitions know. Else as DLPCacheTaskStore::Find.
     [[nodiscard]] int Find(int sn, SensFile& file) const noexcept;
 
     // Waits until the queue is empty, at most so many milliseconds (0 or less: only looks). True when it is.
@@ -40,17 +44,23 @@ class TORVANE_API DLPCacheTask : public virtual HIEUtil::Thread {
 
     // The thread's body: writes, then sleeps 500 ms, for ever.
     void run() override;
+    // One pass of it: tries to write the first file of the queue. For run, and for tools and tests that drive a writer
+    // without its thread.
+    void WriteFirst() noexcept;
 
     // Null only without memory.
-    [[nodiscard]] DLPCacheTaskStore const* store() const noexcept { return store_; }
+    [[nodiscard]] DLPCacheTaskStore const* store() const noexcept { return store_.get(); }
 
   private:
+    [[nodiscard]] int TryWrite(SensFile const& first) const noexcept;
+    void WakeWaiters() const noexcept;
+
     mutable HMutex mutex_;  // guards counter_ and queue_; held by the writer across one write. Taken under it: the
                             // store's locks and that of the log
     unsigned counter_ = 0;  // the last number handed out
     std::map<int, SensFile> queue_;
     std::atomic<std::size_t> count_{0};  // entries of queue_, read without the lock
-    DLPCacheTaskStore* store_ = nullptr;
+    std::unique_ptr<DLPCacheTaskStore> store_;
 
     mutable std::mutex written_mutex_;         // for `written_` alone; nothing is taken under it
     mutable std::condition_variable written_;  // count_ became 0

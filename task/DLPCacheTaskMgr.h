@@ -83,23 +83,25 @@ class TORVANE_API DLPCacheTaskMgr {
     // The realtime tasks, newest first.
     void GetTaskRealtime(std::vector<ScanTask const*>& out) const noexcept;
 
-    // Removes a task: the template caches that only it still needed, its directory (a symbolic link in its place is left
-    // alone), its entry; the object stays the caller's. Takes the template manager's lock before the registry's. Duties of the caller: wait for the task's queue first (WaitWritten), since
-    // its writer goes on and would try to write for ever what is still queued; do not use a removed id again in this
-    // process, for the same writer would serve it.
+    // Removes a task: the template caches that only it still needed, its directory (a symbolic link in its place is
+    // left alone), its entry; the object stays the caller's. Takes the template manager's lock before the registry's.
+    // Duties of the caller: wait for the task's queue first (WaitWritten), since its writer goes on and would try to
+    // write for ever what is still queued; do not use a removed id again in this process, for the same writer would
+    // serve it.
     void DelTask(ScanTask const& task) noexcept;
 
     // The writer of a task, made and started when there is none. Null: no such task, its record could not be read, or
-    // the system gives no thread (then the next call tries again). A writer that exists is found without the registry's
-    // lock.
+    // the system gives no thread or memory (then the next call tries again). A task is served under the id in its
+    // record, so that one store never has two writers. A writer that exists is found without the registry's lock.
     [[nodiscard]] DLPCacheTask* GetCache(HString const& task_id) noexcept;
     // The same, but null when it is not open.
     [[nodiscard]] DLPCacheTask* GetOpenedCache(HString const& task_id) const noexcept;
     // The file that a task found under a serial number: whether the writer's Find gave anything but 0, so also true for
-    // its negative codes. Who needs the code calls GetCache(task_id)->Find(sn, file).
+    // its negative codes. Who needs the code calls GetCache(task_id)->Find(sn, file). The registry's lock is held as by
+    // GetCache.
     bool FindTaskSensFileBySN(HString const& task_id, int sn, SensFile& file) const noexcept;
-    // The MD5 under which a task used a template; empty when it did not. A task that is not open is answered from the
-    // snapshot in its directory; no thread is started.
+    // The MD5 under which a task used a template; empty when it did not, and when its snapshot cannot be read. A task
+    // that is not open is answered from the snapshot in its directory; no thread is started.
     [[nodiscard]] HString GetTaskTplMd5(HString const& task_id, HString const& tpl_id) const noexcept;
 
     // Waits until everything queued for a task, or for every opened task, is written, at most so many milliseconds (0
@@ -109,17 +111,19 @@ class TORVANE_API DLPCacheTaskMgr {
     [[nodiscard]] bool WaitAllWritten(int milliseconds) const noexcept;
 
     // Rebuild what a scan gave from a file of a task, with the template caches that the task used. What is no longer
-    // there is logged and left out; without memory a part is missing. They append to lists and hold no lock.
+    // there is logged and left out; without memory a part is missing. They append to lists and hold no lock. A node
+    // that shares its file node or its tips with other nodes (QVKKeywordMatchNode) fills what it shares.
     void GetSensMatchNode(SensFile const& file, QVKKeywordMatchNode& node) const noexcept;
     void GetSensMatchItem(SensFile const& file, QVKKeywordMatchItem& item) const noexcept;
     void GetSensFileResult(SensFile const& file, QVKKeywordMatchResult& result) const noexcept;
-    // Path, template, data classes and data level. The level is that of today's definitions; the greatest value counts,
-    // of equal ones the first template's.
+    // Path, template, data classes and data level. The last template's name is kept. The level is that of today's
+    // definitions; the greatest value counts, of equal ones the first template's, and none that is not above the level
+    // that the tips have.
     void GetSensMatchTips(SensFile const& file, QVKKeywordFileTips& tips) const noexcept;
-    // Sets `merged` to the first text (none: leaves it) with the positions of all: per line in ascending order, those
-    // of one line sorted and overlapping ones joined. Of two that begin together the longer stays; one that begins
-    // within, or at the end of, its predecessor takes over as the end, even where that shortens the span: kept, since
-    // readers expect the spans so.
+    // Sets `merged`, which may be one of them, to the first text (none: all but the positions stays) with the positions
+    // of all: per line in ascending order, those of one line sorted and overlapping ones joined. Of two that begin
+    // together the longer stays; one that begins within, or at the end of, its predecessor takes over as the end, even
+    // where that shortens the span: kept, since readers expect the spans so.
     void MergeMatchFileText(std::vector<QVKKeywordText> const& texts, QVKKeywordText& merged) const noexcept;
 
   private:
@@ -138,6 +142,13 @@ class TORVANE_API DLPCacheTaskMgr {
     // The ids of the tasks of the history, for TplUse. Takes the lock. False when they are not all known: without
     // memory, or when a record cannot be read for now.
     [[nodiscard]] bool GetHistoryIds(std::vector<HString>& ids) noexcept;
+    // Makes, starts and records a task's writer. Null (nothing recorded, no thread runs), as GetCache says. The caller
+    // holds the lock; throws without memory.
+    [[nodiscard]] DLPCacheTask* OpenCache(ScanTask const& task);
+    // GetCache, for those that only look something up.
+    [[nodiscard]] DLPCacheTask const* CacheOf(HString const& task_id) const noexcept;
+    // The opened writer of the least id above `id`, and that id in its place. Null: there is none.
+    [[nodiscard]] DLPCacheTask const* NextCache(HString& id) const noexcept;
 
     // Guards what follows but for caches_; re-entrant. Taken under it: the lock of the writers' map, a writer's queue
     // lock, a store's locks, those of the definitions, the audit policies, the root's path and the log. The template

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "host/base/Export.h"
 #include "host/base/HString.h"
 #include "host/policy/ScanTask.h"
@@ -14,10 +16,13 @@ class Manager;
 // The sensitive files of one task by serial number, in the task's directory, with a snapshot of the definitions that
 // were in force when the store was first opened: the task keeps seeing those.
 //
-// Made by the task's writer, usable until the process ends. Any thread may call; a lookup that meets the write of the
-// same number may miss it. Nothing throws; codes are TaskCode or those of the record store.
+// Made by the task's writer and used as long as it. Any thread may call; a lookup that meets the write of the same
+// number may miss it. Nothing throws; codes are TaskCode or those of the record store.
 class TORVANE_API DLPCacheTaskStore {
   public:
+    // Opens the store in the task's directory, or makes it (the directory too, when it is missing). A snapshot that is
+    // there is taken as it is: of a damaged one what could be read, and the templates that were lost are unknown from
+    // then on. Without a usable directory (an empty id, a symbolic link in its place) there is no record store.
     explicit DLPCacheTaskStore(ScanTask const& task) noexcept;
     ~DLPCacheTaskStore();
     DLPCacheTaskStore(DLPCacheTaskStore const&) = delete;
@@ -28,22 +33,35 @@ class TORVANE_API DLPCacheTaskStore {
     int Add(SensFile const& file) const noexcept;
     // Why no store could ever take `file`: kTaskFileRefused, kTaskFileNotEncoded, or 0.
     [[nodiscard]] static int Check(SensFile const& file) noexcept;
-    // Resets `file`, then kTaskFileFound or kTaskTplGone with `file` filled, kTaskFileEmpty, kTaskFileAbsent,
-    // kTaskNoStore, kTaskFileNotDecoded, or a negative code of the record store.
+    // Resets `file`, then kTaskFileFound or kTaskTplGone with `file` filled (its `sn` with kTaskFileFound only),
+    // kTaskFileEmpty, kTaskFileAbsent, kTaskNoStore, kTaskFileNotDecoded (also without memory), or a negative code of
+    // the record store.
     [[nodiscard]] int Find(int sn, SensFile& file) const noexcept;
-    // Fills what is not stored from the task's definitions. False when one of the templates is not among them, and
-    // without memory.
+    // Fills what is not stored from the task's definitions: empties the names, then appends MD5, name and data class of
+    // every template that they know. False when one of the templates is not among them, and without memory.
     bool FillTplInfo(SensFile& file) const noexcept;
 
-    // How many serial numbers the store holds.
+    // How many serial numbers the store holds; 0 when there is no index file to tell.
     [[nodiscard]] int GetIndexNumber() const noexcept;
-    // The task's definitions; null only without memory. They live as long as the process.
-    [[nodiscard]] KwDefineMgr const* definitions() const noexcept { return define_mgr_; }
+    // The task's definitions; null only without memory. They live as long as the store.
+    [[nodiscard]] KwDefineMgr const* definitions() const noexcept { return define_mgr_.get(); }
+    // 0, also when the snapshot is missing or damaged. Any other errno: it could not be read when the store was opened,
+    // and `definitions` is empty though there may be some.
+    [[nodiscard]] int snapshot_error() const noexcept { return snapshot_error_; }
+    // False when memory ran out while the store was opened: it lacks something that another attempt may give.
+    [[nodiscard]] bool complete() const noexcept { return complete_; }
 
   private:
+    // The steps of opening; without memory they throw.
     void Open();
+    void OpenManager(HString const& directory);
+    void TakeSnapshot(HString const& directory);
+    void Fill(SensFile& file) const;
 
     ScanTask task_;
-    KwDefineMgr* define_mgr_ = nullptr;
-    DLPCache::Manager* manager_ = nullptr;
+    HString index_path_;
+    std::unique_ptr<KwDefineMgr> define_mgr_;
+    std::unique_ptr<DLPCache::Manager> manager_;
+    int snapshot_error_ = 0;
+    bool complete_ = false;
 };

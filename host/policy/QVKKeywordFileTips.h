@@ -6,6 +6,7 @@
 // What is shown of a sensitive file. A value.
 struct QVKKeywordFileTips {
     HString file_path;
+    HString tpl_name;          // of a matched template; set for a task's findings only
     HString data_class_names;  // of the matched templates, sorted, joined with "|"
     int data_level = 0;        // 0: none yet
     HString data_level_name;
