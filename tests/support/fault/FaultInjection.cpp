@@ -240,6 +240,11 @@ int fstatat(int at, char const* path, struct stat* status, int flags) noexcept {
     return Pass(Decide(SystemCall::kStat, path[0] == '/' ? path : nullptr, false), next, at, path, status, flags);
 }
 
+int statx(int at, char const* path, int flags, unsigned mask, struct statx* status) noexcept {
+    static auto* const next = Next<int(int, char const*, int, unsigned, struct statx*)>(nullptr, "statx");
+    return Pass(Decide(SystemCall::kStat, path[0] == '/' ? path : nullptr, false), next, at, path, flags, mask, status);
+}
+
 int rename(char const* from, char const* to) noexcept {
     static auto* const next = Next(&rename, "rename");
     return Pass(Decide(SystemCall::kRename, to, true), next, from, to);

@@ -12,7 +12,7 @@ enum class SystemCall {
     kWrite,
     kLseek,
     kFtruncate,
-    kStat,    // stat, lstat, fstat, fstatat
+    kStat,    // stat, lstat, fstat, fstatat, statx
     kRename,  // rename, renameat
     kMkdir,   // mkdir, mkdirat
     kUnlink,  // unlink, unlinkat
