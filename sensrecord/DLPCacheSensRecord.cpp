@@ -1,1 +1,133 @@
 #include "sensrecord/DLPCacheSensRecord.h"
+
+#include "host/base/HFile.h"
+#include "host/base/NoThrow.h"
+#include "host/policy/KwIdName.h"
+#include "host/policy/KwLocateMgr.h"
+#include "sensrecord/DLPCachePolicyHash.h"
+#include "sensrecord/DLPCacheSensRecordLog.h"
+#include "storage/DLPCacheIndex.h"
+#include "storage/DLPCacheManager.h"
+
+namespace DLPCache {
+
+namespace {
+
+constexpr int kCapacity = 100000;  // buckets of a store's index
+
+// Where a policy's counts lie. All empty without memory for the path above them.
+struct Place {
+    HString top;        // the directory of all policies
+    HString directory;  // the policy's own
+    HString marker;     // the file in it that is named by the policy's version
+    HString index;
+    HString data;
+};
+
+Place PlaceOf(QVKPolicySensitiveFileAuditNode const& node) {
+    Place place;
+    place.top = KwLocateMgr::pins()->get_sens_record_path(HString(true), true);
+    if (place.top.empty()) return place;  // never a path of its own: that would be relative
+    place.directory = place.top;
+    place.directory << Varnok::IdToFileName(node.header().id);
+    place.directory.dir_fit(true);
+    place.marker = place.index = place.data = place.directory;
+    place.marker << GetPolicyHash(node);
+    place.index << "index";
+    place.data << "cache";
+    return place;
+}
+
+enum class Version {
+    kThere,
+    kMissing,  // or not in a directory of ours
+    kUnknown,  // cannot be looked at: no reason to delete anything
+};
+
+Version LookFor(Place const& place) noexcept {
+    bool const ours = HFile::IsFileExistDir(place.top) && HFile::IsFileExistDir(place.directory);
+    if (ours && HFile::GetFileLen(place.marker) >= 0) return Version::kThere;
+    return ours && HFile::IsFileExistFile(place.marker) ? Version::kUnknown : Version::kMissing;
+}
+
+// True when there is no such directory any more.
+bool RemoveCounts(Place const& place) noexcept {
+    if (!Varnok::MakeDir(place.top) || !HFile::IsFileExistDir(place.top)) {
+        kSensRecordLog.Write(kLogError, 141, "make sens record dir failed, dir: ", place.top);
+        return false;
+    }
+    // First of all: what an interrupted deletion leaves behind must be no index without its data file, which would tell
+    // the counts of other files.
+    if (HFile::IsFileExistDir(place.directory)) (void)HFile::delete_file2(place.index);
+    int const failed = HFile::delete_dir_recur(place.directory);
+    if (failed == 0) return true;
+    kSensRecordLog.Write(kLogError, 149, "delete sens record dir failed, errno: ", failed, ", dir: ", place.directory);
+    return false;
+}
+
+// Null when it cannot be opened whole, so that the next count tries again.
+std::unique_ptr<Manager> OpenStore(Place const& place) {
+    if (!Varnok::MakeDir(place.directory) || HFile::touch(place.marker) != 0 ||
+        (!HFile::IsFileExistFile(place.index) && Index(place.index).Init(kCapacity) != kDone)) {
+        kSensRecordLog.Write(kLogError, 160, "make sens record store failed, dir: ", place.directory);
+        return nullptr;
+    }
+    auto store = std::make_unique<Manager>(kCapacity, place.index, place.data);
+    // Without memory it has no index, though the file has slots.
+    bool const whole = store->GetIndexNumber() != 0 ||
+                       HFile::GetFileLen(place.index) < static_cast<long long>(IndexHead::kSize + IndexKey::kSize);
+    return whole ? std::move(store) : nullptr;
+}
+
+}  // namespace
+
+DLPCacheSensRecord::DLPCacheSensRecord() noexcept = default;
+DLPCacheSensRecord::~DLPCacheSensRecord() = default;
+
+void DLPCacheSensRecord::Update(QVKPolicySensitiveFileAuditNode const& node) noexcept {
+    manager_ = nullptr;
+    NoThrow(false, [&] { return PointAt(node), true; });
+}
+
+void DLPCacheSensRecord::PointAt(QVKPolicySensitiveFileAuditNode const& node) {
+    Place const place = PlaceOf(node);
+    if (place.top.empty()) return;
+    Version const version = LookFor(place);
+    if (version == Version::kUnknown) return;
+    if (version == Version::kMissing) {
+        bool const removed = RemoveCounts(place);
+        stores_.erase(place.directory);
+        if (!removed) return;
+    }
+    auto& store = stores_[place.directory];
+    if (!store) store = OpenStore(place);
+    manager_ = store.get();
+}
+
+int DLPCacheSensRecord::Find(HString const& key, SensRecordNode& node) const noexcept {
+    if (!manager_) return kSensRecordLog.Failed("Find", 203, kAssertNull, kSensRecordNoStore);
+    unsigned char* bytes = nullptr;
+    int length = 0;
+    int const found = manager_->Find(key, bytes, length);
+    std::unique_ptr<unsigned char[]> const owner(bytes);
+    if (found <= 0) return found;
+    if (found == kFound || !bytes || length == 0) return kSensRecordEmpty;
+    SensRecordNode read;
+    if (!read.FromBuffer(bytes, length)) return kSensRecordLog.Failed("Find", 214, kAssertFalse, kSensRecordNotDecoded);
+    if (read.Size() != length) return kSensRecordLog.Failed("Find", 215, kAssertFalse, kSensRecordNotDecoded);
+    node = read;
+    return kSensRecordFound;
+}
+
+int DLPCacheSensRecord::Add(HString const& key, SensRecordNode& node) const noexcept {
+    if (!manager_) return kSensRecordLog.Failed("Add", 224, kAssertNull, kSensRecordNoStore);
+    unsigned char* bytes = nullptr;
+    int length = 0;
+    if (node.Size() < 1) return kSensRecordLog.Failed("Add", 227, kAssertFalse, kSensRecordNotEncoded);
+    if (!node.ToBuffer(bytes, length)) return kSensRecordLog.Failed("Add", 228, kAssertFalse, kSensRecordNotEncoded);
+    std::unique_ptr<unsigned char[]> const owner(bytes);
+    int const stored = manager_->Add(key, bytes, length);
+    return stored < 0 ? stored : kSensRecordStored;
+}
+
+}  // namespace DLPCache

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <map>
+#include <memory>
+
 #include "host/base/Export.h"
 #include "host/base/HMutex.h"
 #include "host/base/HString.h"
@@ -11,14 +14,16 @@ namespace DLPCache {
 
 class Manager;
 
-// The found-times of the files of one record key, under one version of one policy at a time. Lies in the policy's
+// The found-times of the files of one record key, under one version of one policy at a time. They lie in the policy's
 // directory below KwLocateMgr::get_sens_record_path, beside an empty marker file that is named by the policy's version.
+// Policies that share a record key still count apart, each in its own directory.
 //
 // Made and kept by DLPCacheSensRecordMgr, usable until the process ends. Whoever calls Update, Find or Add holds the
 // record's lock meanwhile, so that a count is one step. Nothing throws; codes are SensRecordCode or those of the store.
 class TORVANE_API DLPCacheSensRecord {
   public:
-    DLPCacheSensRecord() noexcept = default;
+    DLPCacheSensRecord() noexcept;
+    // Nobody else holds the record any more.
     ~DLPCacheSensRecord();
     DLPCacheSensRecord(DLPCacheSensRecord const&) = delete;
     DLPCacheSensRecord& operator=(DLPCacheSensRecord const&) = delete;
@@ -28,18 +33,25 @@ class TORVANE_API DLPCacheSensRecord {
     void UnLock() noexcept { mutex_.UnLock(); }
 
     // Points the record at the version of `node`. When that has no marker file, the policy's directory is deleted with
-    // all counts and begun anew.
+    // all counts and begun anew. Never touches anything but that directory, whatever the policy's id is, and nothing
+    // behind a symbolic link in its place. Without memory, or when the directory cannot be looked at, emptied or made,
+    // nothing is deleted that should stay and the record has no store until the next call: better none than that of
+    // another version.
     void Update(QVKPolicySensitiveFileAuditNode const& node) noexcept;
-    // kSensRecordFound with `node` filled, kSensRecordEmpty, kSensRecordAbsent, kSensRecordNoStore,
+    // kSensRecordFound with `node` filled; `node` as it was: kSensRecordEmpty, kSensRecordAbsent, kSensRecordNoStore,
     // kSensRecordNotDecoded, or a negative code of the store.
     [[nodiscard]] int Find(HString const& key, SensRecordNode& node) const noexcept;
-    // Stores the counts, in place of older ones. kSensRecordStored, kSensRecordNoStore, kSensRecordNotEncoded, or a
-    // negative code of the store.
+    // Stores the counts, in place of older ones; the index gains a slot each time. kSensRecordStored,
+    // kSensRecordNoStore, kSensRecordNotEncoded, or a negative code of the store.
     int Add(HString const& key, SensRecordNode& node) const noexcept;
 
   private:
-    HMutex mutex_;
-    Manager* manager_ = nullptr;  // null until the first Update; guarded by mutex_
+    void PointAt(QVKPolicySensitiveFileAuditNode const& node);
+
+    HMutex mutex_;  // guards all below
+    // By directory. One that is destroyed leaves a little memory behind, so they are kept from one policy to the next.
+    std::map<HString, std::unique_ptr<Manager>> stores_;
+    Manager* manager_ = nullptr;  // the one of the last Update; null until the first, or when that failed
 };
 
 }  // namespace DLPCache

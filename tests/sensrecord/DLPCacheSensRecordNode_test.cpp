@@ -1,0 +1,108 @@
+#include "sensrecord/DLPCacheSensRecordNode.h"
+
+#include <climits>
+
+#include "tests/sensrecord/SensRecordFixture.h"
+#include "tests/storage/SerialFixture.h"
+
+namespace {
+
+using DLPCache::SensRecordNode;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::string ToBytes(SensRecordNode record) {
+    unsigned char* bytes = nullptr;
+    int length = 0;
+    if (!record.ToBuffer(bytes, length)) return "not encoded";
+    std::string const encoded(reinterpret_cast<char const*>(bytes), static_cast<std::size_t>(length));
+    delete[] bytes;
+    return encoded;
+}
+
+bool FromBytes(SensRecordNode& record, std::string bytes) {
+    return record.FromBuffer(reinterpret_cast<unsigned char*>(bytes.data()), static_cast<int>(bytes.size()));
+}
+
+// A record and its bytes.
+struct Sample {
+    int realtime;
+    int policy;
+    int tool;
+    char const* hex;
+};
+constexpr Sample kSamples[] = {
+    {0, 0, 0, "10000000 00000000 00000000 00000000"},
+    {1, 2, 3, "10000000 01000000 02000000 03000000"},
+    {INT_MAX, INT_MIN, -1, "10000000 FFFFFF7F 00000080 FFFFFFFF"},
+    {0x01020304, 0, 0x0A0B0C0D, "10000000 04030201 00000000 0D0C0B0A"},
+};
+
+class SensRecordNodeTest : public testing::Test {
+  protected:
+    std::vector<std::string> Own() { return TakeOwn(log_); }
+
+    TempRoot root_;
+    LogLines log_;
+};
+
+TEST_F(SensRecordNodeTest, IsMadeWithoutCounts) {
+    EXPECT_TRUE(SameCounts(SensRecordNode(), MakeRecord(0, 0, 0)));
+    EXPECT_EQ(SensRecordNode().Size(), 16);
+}
+
+TEST_F(SensRecordNodeTest, IsEncodedFieldByField) {
+    for (Sample const& sample : kSamples) {
+        SensRecordNode const record = MakeRecord(sample.realtime, sample.policy, sample.tool);
+        EXPECT_EQ(record.Size(), 16);
+        EXPECT_EQ(ToBytes(record), FromHex(sample.hex));
+    }
+}
+
+TEST_F(SensRecordNodeTest, IsDecodedFieldByField) {
+    for (Sample const& sample : kSamples) {
+        SensRecordNode record = MakeRecord(7, 7, 7);
+        EXPECT_TRUE(FromBytes(record, FromHex(sample.hex)));
+        EXPECT_TRUE(SameCounts(record, MakeRecord(sample.realtime, sample.policy, sample.tool))) << sample.hex;
+    }
+    EXPECT_THAT(Own(), IsEmpty());
+}
+
+TEST_F(SensRecordNodeTest, OtherLengthIsRefused) {
+    for (char const* const length : {"00000000", "0F000000", "11000000", "10000080", "FFFFFFFF"}) {
+        SensRecordNode record;
+        EXPECT_FALSE(FromBytes(record, FromHex(std::string(length) + "010000000200000003000000")));
+        EXPECT_THAT(Own(), ElementsAre(Assertion("Read", 50, "FALSE"))) << length;
+    }
+}
+
+TEST_F(SensRecordNodeTest, EveryFailedWriteHasItsLine) {
+    int line = 36;
+    for (std::size_t const room : {3U, 7U, 11U, 15U}) {
+        Output output(room);
+        EXPECT_FALSE(MakeRecord(1, 2, 3).Write(output.Get()));
+        EXPECT_THAT(Own(), ElementsAre(Assertion("Write", line++, "WRITE_INT32 Ret: 0")));
+    }
+}
+
+TEST_F(SensRecordNodeTest, EveryFailedReadHasItsLine) {
+    std::string const whole = FromHex("10000000 01000000 02000000 03000000");
+    struct {
+        std::size_t length;
+        int line;
+    } const cases[] = {{3, 49}, {7, 52}, {11, 53}, {15, 54}};
+    for (auto const& c : cases) {
+        SensRecordNode record;
+        EXPECT_FALSE(FromBytes(record, whole.substr(0, c.length)));
+        EXPECT_THAT(Own(), ElementsAre(Assertion("Read", c.line, "READ_INT32 Ret: 0")));
+    }
+}
+
+TEST_F(SensRecordNodeTest, WithoutAWriterOrReaderThereIsNothing) {
+    SensRecordNode record;
+    EXPECT_FALSE(record.Write(nullptr));
+    EXPECT_FALSE(record.Read(nullptr, 16));
+    EXPECT_THAT(Own(), ElementsAre(Assertion("Write", 34, "NULL"), Assertion("Read", 46, "NULL")));
+}
+
+}  // namespace
