@@ -1,1 +1,65 @@
 #include "text/DLPCacheText.h"
+
+#include "host/base/HFile.h"
+#include "host/base/NoThrow.h"
+#include "host/policy/KwIdName.h"
+#include "host/policy/KwLocateMgr.h"
+#include "storage/DLPCacheLog.h"
+
+using namespace DLPCache;
+
+namespace {
+
+constexpr SourceLog kLog{L"../DLPCacheText.cpp"};
+
+bool IsKeepable(QVKKeywordText const& text) noexcept {
+    if (text.text_path.not_empty()) return HFile::IsFileExistFile(text.text_path) && !text.line_positions.empty();
+    if (text.text.not_empty()) return !text.line_positions.empty();
+    bool const has_content = text.second_text_path.not_empty() ? HFile::IsFileExistFile(text.second_text_path)
+                                                               : text.second_text.not_empty();
+    return has_content && !text.second_positions.empty();
+}
+
+}  // namespace
+
+DLPCacheText::DLPCacheText(HString const& taskId) noexcept
+    : directory_(NoThrow(HString(), [&] {
+          HString directory = KwLocateMgr::pins()->get_task_path(taskId, true);
+          if (directory.empty()) return directory;  // never a path of its own: that would be relative
+          directory << "text";
+          return directory.dir_fit(true);
+      })) {}
+
+HString DLPCacheText::GetFileArcCache(HString const& name) const noexcept {
+    return NoThrow(HString(), [&] {
+        if (directory_.empty()) return HString();
+        HString path = directory_;
+        path << Varnok::IdToFileName(name) << ".arc";
+        return path;
+    });
+}
+
+int DLPCacheText::Add(HString const& name, QVKKeywordText const& text) const noexcept {
+    if (!HFile::IsFileExistDir(directory_)) (void)Varnok::MakeDir(directory_);
+    return IsKeepable(text) ? WriteArcCache(name, text) : kTextNotKeepable;
+}
+
+int DLPCacheText::WriteArcCache(HString const& name, QVKKeywordText const& text) const noexcept {
+    HString const path = GetFileArcCache(name);
+    // A symbolic link in the directory's place: nothing behind it is touched.
+    if (path.empty() || !HFile::IsFileExistDir(directory_)) return kTextStored;
+    if (HFile::IsFileExistFile(path)) {
+        kLog.Write(kLogWarning, 156, "conflict exist, cover !!!!!!!!!!");
+        (void)HFile::delete_file2(path);
+    }
+    (void)text.to_file(path);
+    return kTextStored;
+}
+
+int DLPCacheText::Find(HString const& name, QVKKeywordText& text) const noexcept {
+    if (!HFile::IsFileExistDir(directory_)) return kTextMissing;
+    HString const path = GetFileArcCache(name);
+    if (!HFile::IsFileExistFile(path)) return kTextMissing;
+    (void)text.from_file(path);
+    return IsKeepable(text) ? kTextFound : kTextUnreadable;
+}
