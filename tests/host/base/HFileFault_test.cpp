@@ -148,6 +148,53 @@ TEST_F(HFileFaultTest, MakeDirTellsWhenItCannot) {
     EXPECT_TRUE(Varnok::MakeDir(dir)) << "it is there, whatever making it says";
 }
 
+TEST_F(HFileFaultTest, TimesThatCannotBeToldAreNone) {
+    FaultInjection faults;
+    for (int const error : {EACCES, EIO, ENOMEM}) {
+        faults.Fail(SystemCall::kStat, 1, error);
+        HFileTime time{-7, -7};
+        EXPECT_EQ(HFile::get_file_time(file, time), error);
+        EXPECT_EQ(time.creation_time, 0);
+        EXPECT_EQ(time.modification_time, 0);
+    }
+    EXPECT_EQ(faults.Fired(), 3);
+}
+
+TEST_F(HFileFaultTest, TouchThatFailsLeavesNothingBehind) {
+    FaultInjection faults;
+    for (int const error : {EACCES, EMFILE, ENOSPC}) {
+        faults.Fail(SystemCall::kOpen, 1, error);
+        EXPECT_EQ(HFile::touch(root / "new"), error);
+    }
+    faults.Fail(SystemCall::kFchmod, 1, EPERM);
+    EXPECT_EQ(HFile::touch(root / "new"), EPERM);
+    EXPECT_EQ(faults.Fired(), 4);
+    EXPECT_FALSE(Exists(root / "new"));
+}
+
+TEST_F(HFileFaultTest, TouchOfWhatCannotBeLookedAtTellsWhy) {
+    FaultInjection faults;
+    faults.Fail(SystemCall::kStat, 1, EIO);
+    EXPECT_EQ(HFile::touch(file), EIO);
+    EXPECT_EQ(ReadBytes(file), "0123");
+}
+
+TEST_F(HFileFaultTest, TouchGoesOnAfterAnInterruption) {
+    FaultInjection faults;
+    faults.Fail(SystemCall::kOpen, 1, EINTR);
+    EXPECT_EQ(HFile::touch(root / "new"), 0);
+    EXPECT_TRUE(Exists(root / "new"));
+}
+
+TEST_F(HFileFaultTest, OnlyAMissingFileIsDeletedInAnyCase) {
+    FaultInjection faults;
+    for (int const error : {EACCES, EBUSY, EROFS}) {
+        faults.Fail(SystemCall::kUnlink, 1, error);
+        EXPECT_EQ(HFile::delete_file2(file), error);
+    }
+    EXPECT_TRUE(Exists(file));
+}
+
 TEST_F(HFileFaultTest, DirectoryThatCannotBeGivenItsRightsIsNotLeftBehind) {
     FaultInjection faults;
     faults.Fail(SystemCall::kFchmod, 1, EPERM);

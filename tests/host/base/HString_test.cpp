@@ -49,6 +49,20 @@ TEST(HString, NumbersAreDecimal) {
     EXPECT_EQ((HString("n") << -5 << "," << 6000000000LL << HString("!")).get_str(), "n-5,6000000000!");
 }
 
+TEST(HString, APlusStandsBeforeANumberAboveZeroOnly) {
+    EXPECT_EQ(HString(7LL, true).get_str(), "+7");
+    EXPECT_EQ(HString(7LL, false).get_str(), "7");
+    EXPECT_EQ(HString(0LL, true).get_str(), "0");
+    EXPECT_EQ(HString(-7LL, true).get_str(), "-7");
+    EXPECT_EQ(HString(9223372036854775807LL, true).get_str(), "+9223372036854775807");
+    EXPECT_EQ(HString(-9223372036854775807LL - 1, false).get_str(), "-9223372036854775808");
+}
+
+TEST(HString, ATruthIsOneDigit) {
+    EXPECT_EQ(HString(true).get_str(), "1");
+    EXPECT_EQ(HString(false).get_str(), "0");
+}
+
 TEST(HString, EveryByteStringSurvivesTheRoundTrip) {
     std::mt19937 random(20261121);
     for (int round = 0; round < 20000; ++round) {

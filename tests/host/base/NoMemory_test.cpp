@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <new>
 #include <string>
 
 #include "host/base/Global.h"
@@ -12,6 +13,7 @@
 #include "host/base/HFileWriter.h"
 #include "host/base/HIniFileHelper.h"
 #include "host/base/HTimeHelper.h"
+#include "host/base/HTimeValueEx.h"
 #include "host/base/Language.h"
 #include "host/base/LocateMgr.h"
 #include "tests/support/TempRoot.h"
@@ -68,6 +70,11 @@ TEST_F(NoMemoryTest, OpeningAndMovingBytesNeedsNone) {
     EXPECT_TRUE(HFile::IsFileExistFile(path));
     EXPECT_EQ(HFile::replace_file(path, "new", 3), 0);
     EXPECT_EQ(HFile::GetFileLen(path), 3);
+    HFileTime time;
+    EXPECT_EQ(HFile::get_file_time(path, time), 0);
+    EXPECT_EQ(HFile::touch(path), 0);
+    EXPECT_EQ(HFile::delete_file2(path), 0);
+    HDirSnap().set_file(path);
     EXPECT_FALSE(failure.Happened());
 }
 
@@ -184,6 +191,13 @@ TEST_F(NoMemoryTest, LogLinesAreLost) {
 TEST_F(NoMemoryTest, TimesBecomeEmpty) {
     FailEachAllocation([] { return HTimeHelper::Int2Str2(0); },
                        [](HString const& result, bool happened) { EXPECT_EQ(result.empty(), happened); });
+}
+
+TEST_F(NoMemoryTest, TextsThatAreMadeAnewThrowNothingElse) {
+    AllocationFailure const failure(1, AllocationFailure::Extent::kAllFromThere);
+    EXPECT_THROW(HString(7LL, true), std::bad_alloc);
+    EXPECT_THROW(HString(true), std::bad_alloc);
+    EXPECT_THROW((void)HTimeValueEx().to_long2(), std::bad_alloc);
 }
 
 }  // namespace

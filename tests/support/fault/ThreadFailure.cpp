@@ -52,7 +52,9 @@ extern "C" {
 // The one of a sanitizer that is linked into the program itself: it must know of every thread.
 Create __interceptor_pthread_create __attribute__((weak));
 
-int pthread_create(pthread_t* thread, pthread_attr_t const* attributes, void* (*body)(void*), void* argument) noexcept {
+// Visible, so that the C++ library calls it as well.
+__attribute__((visibility("default"))) int pthread_create(pthread_t* thread, pthread_attr_t const* attributes,
+                                                          void* (*body)(void*), void* argument) noexcept {
     if (MustFail()) return EAGAIN;
     static Create* const next = __interceptor_pthread_create != nullptr
                                     ? &__interceptor_pthread_create
