@@ -23,6 +23,20 @@ enum FrontLine : int {
     kLineAddFailed = 193,
     kLineAddNoMemory = 214,
     kLineVerdictFailed = 240,
+    kLineCancelled = 258,
+    kLineStoreNoParam = 261,
+    kLineStoreNoTaskId = 264,
+    kLineStoreTask = 271,
+    kLineStoreTpl = 277,
+    kLineTaskNoParam = 293,
+    kLineTaskFileItems = 296,
+    kLineTaskMatchItems = 299,
+    kLineTaskCount = 302,
+    kLineTaskMatchNodes = 305,
+    kLineTaskAttachNodes = 308,
+    kLineTaskNoCache = 327,
+    kLineTaskRefused = 334,
+    kLineTaskFailed = 339,
 };
 
 // Runs `work` and returns its result, or logs an assertion line and returns `failed` when anything was thrown (in
