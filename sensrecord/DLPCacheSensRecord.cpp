@@ -13,7 +13,8 @@ namespace DLPCache {
 
 namespace {
 
-constexpr int kCapacity = 100000;  // buckets of a store's index
+constexpr int kCapacity = 100000;                                      // buckets of a store's index
+constexpr long long kLeastIndex = IndexHead::kSize + IndexKey::kSize;  // bytes of an index with a slot
 
 // Where a policy's counts lie. All empty without memory for the path above them.
 struct Place {
@@ -65,18 +66,23 @@ bool RemoveCounts(Place const& place) noexcept {
     return false;
 }
 
+// Whether the index is there for certain afterwards.
+bool MakeFiles(Place const& place) noexcept {
+    if (!Varnok::MakeDir(place.directory) || HFile::touch(place.marker) != 0) return false;
+    if (!HFile::IsFileExistFile(place.index)) (void)Index(place.index).Init(kCapacity);
+    return HFile::GetFileLen(place.index) >= 0;
+}
+
 // Null when it cannot be opened whole, so that the next count tries again.
 std::unique_ptr<Manager> OpenStore(Place const& place) {
-    if (!Varnok::MakeDir(place.directory) || HFile::touch(place.marker) != 0 ||
-        (!HFile::IsFileExistFile(place.index) && Index(place.index).Init(kCapacity) != kDone)) {
+    if (!MakeFiles(place)) {
         kSensRecordLog.Write(kLogError, 160, "make sens record store failed, dir: ", place.directory);
         return nullptr;
     }
     auto store = std::make_unique<Manager>(kCapacity, place.index, place.data);
     // Without memory it has no index, though the file has slots.
-    bool const whole = store->GetIndexNumber() != 0 ||
-                       HFile::GetFileLen(place.index) < static_cast<long long>(IndexHead::kSize + IndexKey::kSize);
-    return whole ? std::move(store) : nullptr;
+    bool const has_index = store->GetIndexNumber() != 0 || HFile::GetFileLen(place.index) < kLeastIndex;
+    return has_index ? std::move(store) : nullptr;
 }
 
 }  // namespace
