@@ -190,13 +190,17 @@ void DLPCacheTaskMgr::TaskToArc(ScanTask const* task) const noexcept {
     if (IsTaskRelease(task) || task->id.empty()) return;
     ScanTask copy = *task;
     copy.note.clear();
-    int const failed = NoThrow(ENOMEM, [&] {
-        if (!DLPCache::IsTaskDirectoryFree(copy.id)) return ELOOP;
+    NoThrow(false, [&] {
+        if (!DLPCache::IsTaskDirectoryFree(copy.id)) {
+            kTaskLog.Write(DLPCache::kLogError, 209, "task dir refused, id: ", copy.id);
+            return false;
+        }
         HString const record = KwLocateMgr::pins()->get_task_arc(copy.id);
-        return record.empty() ? ENOMEM : copy.to_file(record);
+        int const failed = record.empty() ? ENOMEM : copy.to_file(record);
+        if (failed == 0) return true;
+        kTaskLog.Write(DLPCache::kLogError, 215, "write task record failed, errno: ", failed, ", id: ", copy.id);
+        return false;
     });
-    if (failed == 0) return;
-    kTaskLog.Write(DLPCache::kLogError, 212, "write task record failed, errno: ", failed, ", id: ", copy.id);
 }
 
 bool DLPCacheTaskMgr::IsExistTask(HString const& id) const noexcept {
