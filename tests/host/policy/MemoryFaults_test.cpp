@@ -9,24 +9,11 @@
 #include "host/policy/QVKConfigKeywordTemplateVTMgr.h"
 #include "host/policy/QVKKeywordText.h"
 #include "tests/host/policy/DefinitionBuilder.h"
+#include "tests/host/policy/FailEachAllocation.h"
 #include "tests/support/TempRoot.h"
 #include "tests/support/fault/AllocationFailure.h"
 
 namespace {
-
-// Runs `work(failed)` with the first, the second, ... allocation failing until it needs no more; `check(result)` sees
-// what it returned each time that an allocation failed. Returns how often that was.
-template <class Work, class Check>
-int FailEachAllocation(Work const& work, Check const& check) {
-    for (int nth = 1;; ++nth) {
-        auto failure = std::make_unique<AllocationFailure>(nth);
-        auto const result = work();
-        bool const happened = failure->Happened();
-        failure.reset();
-        if (!happened) return nth - 1;
-        check(result);
-    }
-}
 
 class MemoryFaults : public testing::Test {
   protected:
@@ -95,6 +82,19 @@ TEST_F(MemoryFaults, AFailedLoadReplacesNothing) {
     EXPECT_NE(mgr.get_tpl_by_id(id), before);
 }
 
+TEST_F(MemoryFaults, AFailedListAppendsNothing) {
+    KwDefineMgr mgr;
+    ASSERT_TRUE(mgr.install(definitions::Small()));
+    std::vector<QVKConfigKeywordTemplateNode const*> templates;
+    EXPECT_GT(FailEachAllocation([&] { return mgr.get_config_vt(templates); },
+                                 [&](bool done) {
+                                     EXPECT_FALSE(done);
+                                     EXPECT_TRUE(templates.empty());
+                                 }),
+              0);
+    EXPECT_EQ(templates.size(), 1U);
+}
+
 TEST_F(MemoryFaults, TheDirectoryNeedsNoMemory) {
     KwDefineMgr mgr;
     HString const directory(root / "elsewhere");
@@ -132,6 +132,7 @@ TEST_F(MemoryFaults, AHeldTemplateNeedsNoMemory) {
     auto const* const held = mgr.get_tpl_by_id(id);
     EXPECT_TRUE(mgr.is_exist_rule_sub_type(*held, 2001));
     EXPECT_TRUE(mgr.get_md5_by_tpl(*held).not_empty());
+    EXPECT_TRUE(held->get_data_md5() == mgr.get_md5_by_tpl(*held));
     EXPECT_EQ(count.Count(), 0);
 }
 
@@ -143,6 +144,12 @@ TEST_F(MemoryFaults, APathIsEmptyOrWhole) {
     EXPECT_GT(FailEachAllocation([&] { return mgr->get_cache_path(true); }, empty), 0);
     EXPECT_GT(FailEachAllocation([&] { return mgr->get_template_path(true); }, empty), 0);
     EXPECT_GT(FailEachAllocation([&] { return mgr->get_template_path(id, true); }, empty), 0);
+    EXPECT_GT(FailEachAllocation([&] { return mgr->get_task_path(true); }, empty), 0);
+    EXPECT_GT(FailEachAllocation([&] { return mgr->get_task_path(id, true); }, empty), 0);
+    EXPECT_GT(FailEachAllocation([&] { return mgr->get_task_arc(id); }, empty), 0);
+    EXPECT_GT(FailEachAllocation([&] { return mgr->get_task_snap_cache(id); }, empty), 0);
+    EXPECT_GT(FailEachAllocation([&] { return mgr->get_sens_record_path(id, true); }, empty), 0);
+    EXPECT_GT(FailEachAllocation([&] { return mgr->get_policy_keyword_sens(); }, empty), 0);
     EXPECT_GT(FailEachAllocation([] { return QVKConfigKeywordTemplateVTMgr::pins()->get_arc_file(); }, empty), 0);
 }
 
