@@ -1,0 +1,95 @@
+// Memory that runs out.
+#include <optional>
+
+#include "tests/support/fault/AllocationFailure.h"
+#include "tests/text/TextFixture.h"
+
+namespace {
+
+using testing::AnyOf;
+using Extent = AllocationFailure::Extent;
+
+class TextMemoryTest : public TextFixture {
+  protected:
+    // Runs `work` with every allocation failing in turn, alone and with all that follow. `before` comes before each run
+    // and `check` after it.
+    template <class Before, class Work, class Check>
+    static void WithEveryFailure(Before const& before, Work const& work, Check const& check) {
+        for (Extent const extent : {Extent::kOne, Extent::kAllFromThere}) {
+            bool happened = true;
+            for (long nth = 1; happened && !HasFailure(); ++nth) {
+                SCOPED_TRACE(testing::Message() << "allocation " << nth);
+                before();
+                happened = Happened(work, nth, extent);
+                check();
+            }
+        }
+    }
+
+    HString const name_ = "a name";
+    QVKKeywordText const older_ = Text("older");
+    QVKKeywordText const newer_ = Text("newer");
+
+  private:
+    template <class Work>
+    static bool Happened(Work const& work, long nth, Extent extent) {
+        AllocationFailure const failure(nth, extent);
+        work();
+        return failure.Happened();
+    }
+};
+
+TEST_F(TextMemoryTest, TextIsStoredOrTheOlderStaysOrNone) {
+    int code = 0;
+    WithEveryFailure(
+        [this] { cache_.Add(name_, older_); }, [&] { code = cache_.Add(name_, newer_); },
+        [&] {
+            EXPECT_EQ(code, 1);
+            EXPECT_THAT(Find("a name"), AnyOf(Found{2, older_}, Found{2, newer_}, Found{-4, Text("before")}));
+        });
+}
+
+TEST_F(TextMemoryTest, TextIsFoundOrNot) {
+    cache_.Add(name_, older_);
+    Found found;
+    WithEveryFailure(
+        [&] {
+            found = {0, newer_};
+        },
+        [&] { found.code = cache_.Find(name_, found.text); },
+        [&] {
+            EXPECT_THAT(found, AnyOf(Found{2, older_}, Found{-13, QVKKeywordText()}, Found{-4, newer_}));
+        });
+}
+
+TEST_F(TextMemoryTest, CacheWithoutADirectoryKeepsNothing) {
+    // A path of its own would be relative.
+    std::filesystem::create_directories(root_ / "current");
+    std::filesystem::current_path(root_ / "current");
+    HString const task = "T1";
+    std::optional<DLPCacheText> cache;
+    Found found;
+    WithEveryFailure([] {}, [&] { cache.emplace(task); },
+                     [&] {
+                         bool const whole = cache->GetFileArcCache(name_).not_empty();
+                         EXPECT_EQ(cache->Add(name_, newer_), 1);
+                         found = {0, older_};
+                         found.code = cache->Find(name_, found.text);
+                         EXPECT_EQ(found, whole ? (Found{2, newer_}) : (Found{-4, older_}));
+                     });
+    EXPECT_TRUE(std::filesystem::is_empty(root_ / "current"));
+    std::filesystem::current_path("/");
+}
+
+TEST_F(TextMemoryTest, PathIsWholeOrEmpty) {
+    HString path;
+    bool empty = false;
+    WithEveryFailure([] {}, [&] { path = cache_.GetFileArcCache(name_); },
+                     [&] {
+                         EXPECT_THAT(path.get_str(), AnyOf(File("a name"), ""));
+                         empty = empty || path.empty();
+                     });
+    EXPECT_TRUE(empty);
+}
+
+}  // namespace
