@@ -1,0 +1,195 @@
+// System calls that fail, and processes that die between two of them.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+
+#include "task/DLPCacheTaskStore.h"
+#include "tests/support/fault/FaultInjection.h"
+#include "tests/task/RemovalFixture.h"
+
+namespace {
+
+using testing::AnyOf;
+using testing::ElementsAre;
+using testing::IsEmpty;
+namespace fs = std::filesystem;
+
+// Every attempt runs in a child process, which has a registry and template caches of its own.
+class DLPCacheTaskMgrFaultTest : public RemovalFixture {
+  protected:
+    using Step = std::function<void()>;
+
+    // "T1" has a cache under an old MD5, and the remembered tasks "A" and "B" used it.
+    void PrepareUsers() {
+        for (char const* id : {"A", "B"}) {
+            DLPCacheTaskStore const opened(MakeUser(id));
+            WriteRecord(id, MakeUser(id));
+        }
+        old_md5_ = CurrentMd5().get_str();
+        ASSERT_EQ(Open()->Add(HString("key"), TwoItems(), MakeText("text"), "name"), 1);
+        Edit("T1");
+    }
+    void PruneAndExpectCache() const {
+        Caches().UpdataCache();
+        EXPECT_TRUE(HasCache(old_md5_));
+    }
+
+    // In a child: `before`, then `work` with every system call failing in turn, with all of its kind that follow and
+    // for several reasons, then `check`.
+    void WithEveryFault(Step const& before, Step const& work, Step const& check) const {
+        for (int call = 0; call < static_cast<int>(SystemCall::kSize); ++call) {
+            for (int const error : {EMFILE, EACCES, EIO, ENOMEM}) {
+                bool fired = true;
+                for (int nth = 1; fired && !HasFailure(); ++nth) {
+                    SCOPED_TRACE(testing::Message() << "call " << call << " number " << nth << " errno " << error);
+                    fired = InChild([&] {
+                        before();
+                        bool const happened = RunFaulty(work, static_cast<SystemCall>(call), nth, error);
+                        check();
+                        return happened;
+                    });
+                }
+            }
+        }
+    }
+
+    // Runs `work` in a child that dies at each change of the file system in turn; `check` comes after each.
+    static void WithEveryKill(Step const& prepare, Step const& work, Step const& check) {
+        bool killed = true;
+        for (int nth = 1; killed && !HasFailure(); ++nth) {
+            SCOPED_TRACE(testing::Message() << "killed at change " << nth);
+            prepare();
+            pid_t const child = fork();
+            if (child == 0) {
+                FaultInjection faults;
+                faults.KillAtChange(nth);
+                work();
+                _exit(0);
+            }
+            killed = WIFSIGNALED(WaitFor(child));
+            InChild([&] { return check(), true; });
+        }
+    }
+
+  private:
+    static int WaitFor(pid_t child) {
+        int status = 0;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        return status;
+    }
+    // What `work` gives in a child; a failed expectation in it fails the test.
+    static bool InChild(std::function<bool()> const& work) {
+        pid_t const child = fork();
+        if (child == 0) {
+            bool const result = work();
+            _exit(HasFailure() ? 2 : result ? 1 : 0);
+        }
+        int const status = WaitFor(child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) < 2);
+        return WIFEXITED(status) && WEXITSTATUS(status) == 1;
+    }
+    bool RunFaulty(Step const& work, SystemCall call, int nth, int error) const {
+        FaultInjection faults;
+        faults.OnlyBelow(root_.Path());
+        faults.FailFrom(call, nth, error);
+        work();
+        return faults.Fired() > 0;
+    }
+
+    std::string old_md5_;
+};
+
+void Nothing() {}
+
+TEST_F(DLPCacheTaskMgrFaultTest, NoFaultAtStartLosesATaskOrItsCache) {
+    PrepareUsers();
+    auto const before = Files(TaskPath("A"));
+    WithEveryFault(
+        Nothing, [] { (void)Registry(); },
+        [&] {
+            EXPECT_EQ(Files(TaskPath("A")), before);
+            PruneAndExpectCache();
+            EXPECT_TRUE(Registry().IsExistTask("A"));
+            EXPECT_TRUE(Registry().IsExistTask("B"));
+        });
+}
+
+TEST_F(DLPCacheTaskMgrFaultTest, NoFaultWhilePruningDeletesACacheInUse) {
+    PrepareUsers();
+    WithEveryFault([] { (void)Registry(), (void)Caches(); }, [] { Caches().UpdataCache(); },
+                   [&] { PruneAndExpectCache(); });
+}
+
+TEST_F(DLPCacheTaskMgrFaultTest, NoFaultWhileRemovingDeletesACacheInUse) {
+    PrepareUsers();
+    fs::copy(TaskPath(), root_ / "kept", fs::copy_options::recursive);
+    ScanTask const& task = MakeUser("A");
+    WithEveryFault(
+        [&] {
+            fs::remove_all(TaskPath());
+            fs::copy(root_ / "kept", root_ / "cache/task", fs::copy_options::recursive);
+            (void)Registry(), (void)Caches();
+        },
+        [&] { Registry().DelTask(task); },
+        [&] {
+            PruneAndExpectCache();
+            Registry().DelTask(task);
+            EXPECT_FALSE(Exists(TaskPath("A")));
+            EXPECT_FALSE(Registry().IsExistTask("A"));
+            PruneAndExpectCache();
+        });
+}
+
+TEST_F(DLPCacheTaskMgrFaultTest, NoFaultWhileAddingSpoilsATaskOrItsRecord) {
+    ScanTask const earlier = MakeTask("A", 7);
+    WithEveryFault([&] { WriteRecord("A", earlier), (void)Registry(); }, [] { Registry().AddTask(&MakeTask("A", 9)); },
+                   [&] {
+                       ScanTask const* const task = Registry().GetTask("A");
+                       ASSERT_NE(task, nullptr);
+                       EXPECT_EQ(task->id.get_str(), "A");
+                       EXPECT_THAT(task->start_time, AnyOf(7, 9));
+                       EXPECT_EQ(Record("A").start_time, 7);
+                   });
+}
+
+TEST_F(DLPCacheTaskMgrFaultTest, NoFaultWhileChangingAStatusSpoilsTheRecord) {
+    ScanTask const earlier = MakeTask("A", 7);
+    WithEveryFault([&] { WriteRecord("A", earlier), (void)Registry(); },
+                   [] { Registry().UpdateTaskStatus("A", kTaskEnded); },
+                   [&] {
+                       EXPECT_THAT(Record("A").status, AnyOf(int{kTaskRunning}, int{kTaskEnded}));
+                       EXPECT_EQ(Registry().GetTask("A")->status, kTaskEnded);
+                       EXPECT_THAT(Files(TaskPath("A")), ElementsAre("ScanTask.arc"));
+                   });
+}
+
+TEST_F(DLPCacheTaskMgrFaultTest, KilledWhileRemovingItLeavesTheTaskRememberedOrGone) {
+    ScanTask& task = MakeUser("A");
+    WithEveryKill(
+        [&] {
+            DLPCacheTaskStore const opened(task);
+            WriteRecord("A", task);
+            WriteFile("A", "SnapCache", "");
+            fs::create_directories(TaskPath("A", "texts"));
+            WriteFile("A", "texts/text", "");
+        },
+        [&] { Registry().DelTask(task); },
+        [&] {
+            EXPECT_FALSE(Registry().IsExistTask(""));
+            if (ScanTask const* const left = Registry().GetTask("A")) Registry().DelTask(*left);
+            EXPECT_THAT(Files(TaskPath()), IsEmpty());
+        });
+}
+
+TEST_F(DLPCacheTaskMgrFaultTest, KilledWhileWritingARecordLeavesItWhole) {
+    WithEveryKill([&] { WriteRecord("A", MakeTask("A", 7)); }, [] { Registry().UpdateTaskStatus("A", kTaskEnded); },
+                  [&] {
+                      EXPECT_EQ(Registry().GetTask("A")->start_time, 7);
+                      EXPECT_THAT(Registry().GetTask("A")->status, AnyOf(int{kTaskRunning}, int{kTaskEnded}));
+                  });
+}
+
+}  // namespace
