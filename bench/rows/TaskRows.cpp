@@ -98,7 +98,7 @@ class RawDrain {
     }
 
   private:
-    static constexpr std::size_t kRecord = 448;  // bytes of a stored MakeFinding
+    static constexpr std::size_t kRecord = 400;  // bytes of a stored MakeFinding
 
     TempDir directory_;
     std::string index_path_, data_path_, record_;
