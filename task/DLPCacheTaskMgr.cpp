@@ -43,20 +43,28 @@ DLPCacheTaskMgr* Make() noexcept {
     return registry;
 }
 
-// The record files of all task directories, in the order of their names; empty directories are removed instead.
-// Symbolic links and foreign names are left alone. False when the directory cannot be read.
-bool FindRecords(std::vector<HString>& records) {
+struct Place {
+    HString directory;
+    HString record;
+};
+
+// The task directories in the order of their names. Foreign names are left alone, unless the directory is empty, and so
+// are symbolic links. False when the task path cannot be read.
+bool FindTasks(std::vector<Place>& places) {
     HDirSnap snap;
     snap.recursive = false;
     snap.directories = true;
     snap.set_file(KwLocateMgr::pins()->get_task_path(true));
     if (!snap.snap()) return false;
     for (HDirSnap::Entry const& entry : snap.entries()) {
-        if (!entry.is_dir || HFile::del_empty_dir(entry.path) == 0) continue;
+        if (!entry.is_dir) continue;
         HString id;
-        if (!Varnok::FileNameToId(HString(entry.path).dir_fit(false).get_short_name(), id)) continue;
-        records.push_back(KwLocateMgr::pins()->get_task_arc(id));
-        if (records.back().empty()) throw std::bad_alloc();  // without memory a path is empty
+        if (!Varnok::FileNameToId(HString(entry.path).dir_fit(false).get_short_name(), id)) {
+            (void)HFile::del_empty_dir(entry.path);
+            continue;
+        }
+        places.push_back({entry.path, KwLocateMgr::pins()->get_task_arc(id)});
+        if (places.back().record.empty()) throw std::bad_alloc();  // without memory a path is empty
     }
     return true;
 }
@@ -97,21 +105,24 @@ void DLPCacheTaskMgr::Init() noexcept {
 }
 
 bool DLPCacheTaskMgr::ReadTasks(Registered earlier) {
-    std::vector<HString> records;
-    if (!FindRecords(records)) {
+    std::vector<Place> places;
+    if (!FindTasks(places)) {
         HString const directory = KwLocateMgr::pins()->get_task_path(true);
         kTaskLog.Write(DLPCache::kLogError, 131, "read dir failed, dir: ", directory);
         return false;
     }
-    for (HString const& record : records)
-        (void)ReadTask(record, earlier);
+    for (Place const& place : places) {
+        auto task = std::make_unique<ScanTask>();
+        int const failed = task->from_file(place.record);
+        // Whether a directory is empty is asked only where it may be.
+        if (failed == ENOENT && HFile::del_empty_dir(place.directory) == 0) continue;
+        (void)TakeTask(std::move(task), failed, place.record, earlier);
+    }
     return true;
 }
 
-// Null without memory to read it.
-ScanTask* DLPCacheTaskMgr::ReadTask(HString const& record, Registered earlier) {
-    auto task = std::make_unique<ScanTask>();
-    int const failed = task->from_file(record);
+ScanTask* DLPCacheTaskMgr::TakeTask(std::unique_ptr<ScanTask> task, int failed, HString const& record,
+                                    Registered earlier) {
     if (failed != 0) LogUnread(142, record, failed);
     if (failed != 0 && failed != ENOENT && failed != EBADMSG) all_read_ = false;
     if (failed == ENOMEM) return nullptr;
@@ -156,7 +167,9 @@ ScanTask* DLPCacheTaskMgr::GetTask(HString const& id) noexcept {
         if (entry != tasks_.end()) return entry->second;
         HString const record = KwLocateMgr::pins()->get_task_arc(id);
         if (record.empty() || !HFile::IsFileExistFile(record)) return nullptr;
-        return ReadTask(record, Registered::kReplace);
+        auto task = std::make_unique<ScanTask>();
+        int const failed = task->from_file(record);
+        return TakeTask(std::move(task), failed, record, Registered::kReplace);
     });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <set>
 #include <shared_mutex>
 #include <vector>
@@ -91,8 +92,9 @@ class TORVANE_API DLPCacheTaskMgr {
     void DelTask(ScanTask const& task) noexcept;
 
     // The writer of a task, made and started when there is none. Null: no such task, its record could not be read, or
-    // the system gives no thread or memory (then the next call tries again). A task is served under the id in its
-    // record, so that one store never has two writers. A writer that exists is found without the registry's lock.
+    // its store could not be opened or its thread not started for now (then the next call tries again). A task is
+    // served under the id in its record, so that one store never has two writers. A writer that exists is found without
+    // the registry's lock.
     [[nodiscard]] DLPCacheTask* GetCache(HString const& task_id) noexcept;
     // The same, but null when it is not open.
     [[nodiscard]] DLPCacheTask* GetOpenedCache(HString const& task_id) const noexcept;
@@ -133,7 +135,8 @@ class TORVANE_API DLPCacheTaskMgr {
     // nothing or give false.
     enum class Registered { kReplace, kKeep };
     bool ReadTasks(Registered earlier);
-    ScanTask* ReadTask(HString const& record, Registered earlier);
+    // Registers what from_file made of a record, under the id in it. Null without memory for the reading.
+    ScanTask* TakeTask(std::unique_ptr<ScanTask> task, int failed, HString const& record, Registered earlier);
     void Register(HString const& id, ScanTask* task);
     void CloseTask(ScanTask& task, int status) const noexcept;
     [[nodiscard]] bool AppendHistory(std::vector<ScanTask const*>& out) const noexcept;
