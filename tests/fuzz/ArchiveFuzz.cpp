@@ -10,6 +10,7 @@
 #include "host/policy/QVKConfigKeywordDataLevelVT.h"
 #include "host/policy/QVKConfigKeywordFormatItemVT.h"
 #include "host/policy/QVKConfigKeywordTemplateVT.h"
+#include "host/policy/QVKPolicySensitiveFileAuditVT.h"
 #include "host/policy/QVKTableFile.h"
 #include "tests/fuzz/FuzzCheck.h"
 
@@ -62,5 +63,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     Read<QVKConfigKeywordFormatItemNode>(input);
     Read<QVKConfigKeywordDataClassNode>(input);
     Read<QVKConfigKeywordDataLevelNode>(input);
+    Read<QVKPolicySensitiveFileAuditNode>(input);
     return 0;
 }
