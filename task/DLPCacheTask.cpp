@@ -67,7 +67,7 @@ int DLPCacheTask::Find(int sn, SensFile& file) const noexcept {
             if (auto const queued = queue_.find(sn); queued != queue_.end()) {
                 file = queued->second;
                 file.sn = sn;
-                if (store_) store_->FillTplInfo(file);
+                if (store_) store_->Fill(file);
                 return DLPCache::kTaskFileFound;
             }
         }

@@ -11,8 +11,7 @@
 namespace DLPCache {
 
 TaskDefinitions::TaskDefinitions(HString const& task_id, DLPCacheTask const* opened) {
-    // What the writer could not read when it was opened may be readable now.
-    if (opened && (!opened->store() || opened->store()->snapshot_error() == 0)) {
+    if (opened) {
         if (opened->store()) definitions_ = opened->store()->definitions();
         return;
     }

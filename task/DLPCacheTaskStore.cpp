@@ -11,7 +11,6 @@
 #include "storage/DLPCacheIndexFormat.h"
 #include "storage/DLPCacheManager.h"
 #include "task/DLPCacheSensFileNode.h"
-#include "task/DLPCacheTaskDirectory.h"
 #include "task/DLPCacheTaskLog.h"
 #include "template/DLPCacheTplSnapshot.h"
 
@@ -42,25 +41,29 @@ std::vector<QVKConfigKeywordTemplateNode const*> CurrentTemplates(ScanTask const
 
 DLPCacheTaskStore::DLPCacheTaskStore(ScanTask const& task) noexcept
     : task_(task), define_mgr_(new (std::nothrow) KwDefineMgr) {
-    complete_ = define_mgr_ && NoThrow(false, [&] { return Open(), true; });
+    complete_ = define_mgr_ && NoThrow(false, [&] { return Open(); });
 }
 
 DLPCacheTaskStore::~DLPCacheTaskStore() = default;
 
-void DLPCacheTaskStore::Open() {
+bool DLPCacheTaskStore::Open() {
     // A task whose record could not be read: nothing is ever written for it.
-    if (task_.id.empty()) return;
-    HString const path = KwLocateMgr::pins()->get_task_path(task_.id, false);
-    HString const directory = KwLocateMgr::pins()->get_task_path(task_.id, true);
-    if (path.empty() || directory.empty()) throw std::bad_alloc();
-    if (!DLPCache::IsTaskDirectoryFree(task_.id) || !Varnok::MakeDir(path)) {
-        return kTaskLog.Write(DLPCache::kLogError, 214, "make task dir failed, dir: ", directory);
+    if (task_.id.empty()) return true;
+    KwLocateMgr const& paths = *KwLocateMgr::pins();
+    HString const tasks_path = paths.get_task_path(false);
+    HString const path = paths.get_task_path(task_.id, false);
+    HString const directory = paths.get_task_path(task_.id, true);
+    if (tasks_path.empty() || path.empty() || directory.empty()) throw std::bad_alloc();
+    // Something else stands there, a symbolic link for instance: it is not followed.
+    bool const blocked = HFile::IsFileExistFile(tasks_path) || HFile::IsFileExistFile(path);
+    if (blocked || !Varnok::MakeDir(path)) {
+        kTaskLog.Write(DLPCache::kLogError, 214, "make task dir failed, dir: ", directory);
+        return blocked;
     }
-    OpenManager(directory);
-    TakeSnapshot(directory);
+    return OpenManager(directory) && TakeSnapshot(directory);
 }
 
-void DLPCacheTaskStore::OpenManager(HString const& directory) {
+bool DLPCacheTaskStore::OpenManager(HString const& directory) {
     index_path_ = directory;
     index_path_ << "index";
     HString data_path = directory;
@@ -72,21 +75,20 @@ void DLPCacheTaskStore::OpenManager(HString const& directory) {
     int const probed = manager_->Find(kFirstNumber, bytes, length);
     delete[] bytes;
     if (probed == DLPCache::kNoIndex) throw std::bad_alloc();
+    // The record store never makes it again.
+    return HFile::IsFileExistFile(index_path_) || HFile::IsFileExistDir(index_path_);
 }
 
-void DLPCacheTaskStore::TakeSnapshot(HString const& directory) {
-    int failed = DLPCache::WriteTplSnapshot(CurrentTemplates(task_), directory);
-    if (failed == ENOMEM) throw std::bad_alloc();
-    if (failed != 0) {
-        kTaskLog.Write(DLPCache::kLogError, 232, "write task snapshot failed, errno: ", failed, ", dir: ", directory);
+bool DLPCacheTaskStore::TakeSnapshot(HString const& directory) {
+    if (int const failed = DLPCache::WriteTplSnapshot(CurrentTemplates(task_), directory)) {
+        kTaskLog.Write(DLPCache::kLogError, 240, "write task snapshot failed, errno: ", failed, ", dir: ", directory);
+        return false;
     }
     define_mgr_->set_config_path(directory);
-    failed = define_mgr_->load();
-    if (failed == ENOMEM) throw std::bad_alloc();
-    if (failed != 0) {
-        kTaskLog.Write(DLPCache::kLogError, 237, "load task snapshot failed, errno: ", failed, ", dir: ", directory);
-    }
-    if (failed != EBADMSG) snapshot_error_ = failed;
+    int const failed = define_mgr_->load();
+    if (failed == 0) return true;
+    kTaskLog.Write(DLPCache::kLogError, 246, "load task snapshot failed, errno: ", failed, ", dir: ", directory);
+    return failed == EBADMSG;
 }
 
 int DLPCacheTaskStore::Check(SensFile const& file) noexcept {

@@ -22,7 +22,8 @@ class TORVANE_API DLPCacheTaskStore {
   public:
     // Opens the store in the task's directory, or makes it (the directory too, when it is missing). A snapshot that is
     // there is taken as it is: of a damaged one what could be read, and the templates that were lost are unknown from
-    // then on. Without a usable directory (an empty id, a symbolic link in its place) there is no record store.
+    // then on. Where there can be no directory (an empty id; a file or a symbolic link in its place) there is no record
+    // store.
     explicit DLPCacheTaskStore(ScanTask const& task) noexcept;
     ~DLPCacheTaskStore();
     DLPCacheTaskStore(DLPCacheTaskStore const&) = delete;
@@ -45,23 +46,22 @@ class TORVANE_API DLPCacheTaskStore {
     [[nodiscard]] int GetIndexNumber() const noexcept;
     // The task's definitions; null only without memory. They live as long as the store.
     [[nodiscard]] KwDefineMgr const* definitions() const noexcept { return define_mgr_.get(); }
-    // 0, also when the snapshot is missing or damaged. Any other errno: it could not be read when the store was opened,
-    // and `definitions` is empty though there may be some.
-    [[nodiscard]] int snapshot_error() const noexcept { return snapshot_error_; }
-    // False when memory ran out while the store was opened: it lacks something that another attempt may give.
+    // False when the store could not be opened for now (no memory, no descriptor, no space): then it lacks something
+    // that the next attempt may have, and must not serve the task for ever.
     [[nodiscard]] bool complete() const noexcept { return complete_; }
 
   private:
-    // The steps of opening; without memory they throw.
-    void Open();
-    void OpenManager(HString const& directory);
-    void TakeSnapshot(HString const& directory);
-    void Fill(SensFile& file) const;
+    friend class DLPCacheTask;
+
+    // The steps of opening; false when one failed for now. Without memory they throw.
+    [[nodiscard]] bool Open();
+    [[nodiscard]] bool OpenManager(HString const& directory);
+    [[nodiscard]] bool TakeSnapshot(HString const& directory);
+    void Fill(SensFile& file) const;  // FillTplInfo, but throws without memory
 
     ScanTask task_;
     HString index_path_;
     std::unique_ptr<KwDefineMgr> define_mgr_;
     std::unique_ptr<DLPCache::Manager> manager_;
-    int snapshot_error_ = 0;
     bool complete_ = false;
 };
