@@ -1,0 +1,231 @@
+// System calls that fail, and processes that die between two of them.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+
+#include "host/policy/KwDefineMgr.h"
+#include "task/DLPCacheTaskDefinitions.h"
+#include "tests/support/fault/FaultInjection.h"
+#include "tests/task/OpenedTaskFixture.h"
+
+namespace {
+
+using testing::AnyOf;
+using testing::Lt;
+namespace fs = std::filesystem;
+
+class DLPCacheTaskFaultTest : public StoreFixture {
+  protected:
+    using Step = std::function<void()>;
+
+    // Runs `work` with every system call failing in turn, alone or with all of its kind that follow, for several
+    // reasons. `before` comes before each run and `check` after it.
+    void WithEveryFault(Step const& before, Step const& work, Step const& check) {
+        for (int call = 0; call < static_cast<int>(SystemCall::kSize); ++call) {
+            for (int const error : {EMFILE, EIO, ENOSPC, ENOMEM}) {
+                for (int nth = 1;; ++nth) {
+                    SCOPED_TRACE(testing::Message() << "call " << call << " number " << nth << " errno " << error);
+                    before();
+                    if (!RunOne(work, static_cast<SystemCall>(call), nth, error)) break;
+                    check();
+                    if (HasFailure()) return;
+                }
+            }
+        }
+    }
+    // Runs `work` in a child that dies at each change of the file system in turn; `check` comes after each.
+    void WithEveryKill(Step const& work, Step const& check) {
+        for (int nth = 1; Killed(work, nth); ++nth) {
+            SCOPED_TRACE(testing::Message() << "killed at change " << nth);
+            check();
+            if (HasFailure()) return;
+        }
+    }
+    // What every state must allow: the task opens, takes a file and gives it back.
+    void ExpectUsable() {
+        auto const writer = OpenWriter();
+        int const next = writer->store()->GetIndexNumber() + 1;
+        ASSERT_EQ(writer->AddNumbered(MakeFile("/next")), 1);
+        writer->WriteFirst();
+        EXPECT_TRUE(writer->WaitWritten(0));
+        EXPECT_EQ(FindIn(*writer->store(), next).file, Stored("/next", next));
+    }
+    void RemoveTask() const { fs::remove_all(root_ / "cache/task"); }
+
+  private:
+    // False when the work makes fewer than `nth` such calls.
+    bool RunOne(Step const& work, SystemCall call, int nth, int error) {
+        FaultInjection faults;
+        faults.OnlyBelow(root_.Path());
+        faults.FailFrom(call, nth, error);
+        work();
+        return faults.Fired() > 0;
+    }
+    static bool Killed(Step const& work, int nth) {
+        pid_t const child = fork();
+        if (child == 0) {
+            FaultInjection faults;
+            faults.KillAtChange(nth);
+            work();
+            _exit(0);
+        }
+        int status = 0;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFSIGNALED(status) || WIFEXITED(status));
+        return WIFSIGNALED(status);
+    }
+};
+
+TEST_F(DLPCacheTaskFaultTest, NoFaultWhileOpeningSpoilsTheTask) {
+    WithEveryFault([this] { RemoveTask(); }, [this] { (void)OpenWriter(); }, [this] { ExpectUsable(); });
+}
+
+TEST_F(DLPCacheTaskFaultTest, NoFaultWhileOpeningTouchesWhatIsThere) {
+    ExpectUsable();
+    auto const files = Files();
+    HString const md5 = CurrentMd5("T1");
+    ChangeT1();
+    WithEveryFault([] {}, [this] { (void)OpenWriter(); },
+                   [&] {
+                       EXPECT_EQ(Files(), files);
+                       FoundFile const found = FindIn(*OpenWriter(), 1);
+                       EXPECT_EQ(found.code, 2);
+                       EXPECT_EQ(found.file.tpl_md5s.at(0), md5);
+                   });
+}
+
+TEST_F(DLPCacheTaskFaultTest, FileIsWrittenAtLastWhateverFailedBefore) {
+    auto const writer = OpenWriter();
+    int sn = 0;
+    bool written = true;
+    WithEveryFault(
+        [&] {
+            if (!written) return;
+            ASSERT_EQ(writer->AddNumbered(MakeFile("/a")), 1);
+            ++sn;
+        },
+        [&] { writer->WriteFirst(); },
+        [&] {
+            EXPECT_EQ(FindIn(*writer, sn).file, Stored("/a", sn));
+            written = writer->WaitWritten(0);
+            if (!written) writer->WriteFirst();
+            EXPECT_TRUE(written = writer->WaitWritten(0));
+            EXPECT_EQ(FindIn(*writer->store(), sn).file, Stored("/a", sn));
+        });
+    EXPECT_GT(sn, 10);
+    writer->WriteFirst();
+    auto const reopened = OpenWriter();
+    EXPECT_EQ(reopened->store()->GetIndexNumber(), sn);
+    for (int each = 1; each <= sn; ++each)
+        EXPECT_EQ(FindIn(*reopened, each).file, Stored("/a", each));
+}
+
+TEST_F(DLPCacheTaskFaultTest, EachFailedAttemptIsLoggedAndLaterFilesWait) {
+    auto const writer = OpenWriter();
+    for (char const* path : {"/a", "/b"})
+        ASSERT_EQ(writer->AddNumbered(MakeFile(path)), 1);
+    LogLines log;
+    {
+        FaultInjection faults;
+        faults.OnlyBelow(Dir());
+        faults.FailFrom(SystemCall::kOpen, 1, ENOSPC);
+        for (int i = 0; i < 3; ++i)
+            writer->WriteFirst();
+    }
+    EXPECT_THAT(TakeOwn(log), testing::ElementsAre("1 asyn write cache failed, task id: task-1, sn: 1, ret: -5",
+                                                   "1 asyn write cache failed, task id: task-1, sn: 1, ret: -5",
+                                                   "1 asyn write cache failed, task id: task-1, sn: 1, ret: -5"));
+    writer->WriteFirst();
+    writer->WriteFirst();
+    EXPECT_EQ(FindIn(*writer->store(), 1).file, Stored("/a", 1));
+    EXPECT_EQ(FindIn(*writer->store(), 2).file, Stored("/b", 2));
+}
+
+TEST_F(DLPCacheTaskFaultTest, FaultyFindIsNeverAWrongAnswer) {
+    ExpectUsable();
+    auto const writer = OpenWriter();
+    FoundFile found;
+    WithEveryFault([] {}, [&] { found = FindIn(*writer, 1); },
+                   [&] {
+                       // An integer key's slot that cannot be read counts as absent.
+                       EXPECT_THAT(found.code, AnyOf(2, 0, Lt(0)));
+                       EXPECT_EQ(found.file, found.code == 2 ? Stored("/next", 1) : SensFile());
+                   });
+}
+
+TEST_F(DLPCacheTaskFaultTest, CallsDoNotReachTheDiskWhenAFileIsAdded) {
+    auto const writer = OpenWriter();
+    FaultInjection const faults;
+    ASSERT_EQ(writer->AddNumbered(MakeFile("/a")), 1);
+    ASSERT_EQ(writer->Add(MakeFile("/b")), 1);
+    EXPECT_EQ(CodeOf(*writer, 1), 2);
+    EXPECT_EQ(faults.CountAll(), 0);
+}
+
+TEST_F(DLPCacheTaskFaultTest, SnapshotThatCannotBeReadForNowIsToldFromAMissingOne) {
+    HString const md5 = CurrentMd5("T1");
+    (void)OpenWriter();
+    {
+        FaultInjection faults;
+        faults.OnlyBelow(Dir() + "KeywordTemplate.arc");
+        faults.FailFrom(SystemCall::kOpen, 1, EIO);
+        DLPCache::TaskDefinitions const unread("task-1", nullptr);
+        EXPECT_EQ(unread.error(), EIO);
+        EXPECT_EQ(unread.get()->get_tpl_by_id("T1"), nullptr);
+        EXPECT_FALSE(OpenWriter()->store()->complete());
+    }
+    DLPCache::TaskDefinitions const task("task-1", nullptr);
+    EXPECT_EQ(task.error(), 0);
+    EXPECT_EQ(task.get()->get_md5_by_tpl(*task.get()->get_tpl_by_id("T1")), md5);
+    EXPECT_EQ(DLPCache::TaskDefinitions("unknown", nullptr).error(), 0);
+    EXPECT_EQ(DLPCache::TaskDefinitions("", nullptr).error(), 0);
+}
+
+class OpenedTaskFaultTest : public OpenedTaskFixture, public testing::WithParamInterface<char const*> {};
+INSTANTIATE_TEST_SUITE_P(EachFile, OpenedTaskFaultTest, testing::Values("index", "KeywordTemplate.arc"));
+
+TEST_P(OpenedTaskFaultTest, TaskThatCannotBeOpenedForNowHasNoWriterAndTheNextCallTriesAgain) {
+    {
+        FaultInjection faults;
+        faults.OnlyBelow(Dir());
+        faults.FailFrom(SystemCall::kRename, GetParam() == std::string("index") ? 1 : 5, ENOSPC);
+        EXPECT_EQ(registry_->GetCache("task-1"), nullptr);
+        EXPECT_EQ(faults.Fired(), 1);
+    }
+    EXPECT_FALSE(Exists(Dir() + GetParam()));
+    EXPECT_EQ(registry_->GetOpenedCache("task-1"), nullptr);
+    Record(MakeFile("/a"));
+    EXPECT_EQ(FindIn(*registry_->GetCache("task-1")->store(), 1).file, Stored("/a", 1));
+}
+
+TEST_F(DLPCacheTaskFaultTest, KilledWhileOpeningTheTaskOpensAgain) {
+    WithEveryKill([this] { (void)OpenWriter(); },
+                  [this] {
+                      ExpectUsable();
+                      RemoveTask();
+                  });
+}
+
+TEST_F(DLPCacheTaskFaultTest, KilledWhileWritingWhatWasWrittenStaysAndTheRestGoesOn) {
+    ExpectUsable();
+    WithEveryKill(
+        [this] {
+            auto const writer = OpenWriter();
+            for (char const* path : {"/lost", "/lost"})
+                (void)writer->AddNumbered(MakeFile(path));
+            writer->WriteFirst();
+            writer->WriteFirst();
+        },
+        [this] {
+            ExpectUsable();
+            auto const writer = OpenWriter();
+            EXPECT_EQ(FindIn(*writer, 1).file, Stored("/next", 1));
+            for (int sn = 2; sn < writer->store()->GetIndexNumber(); ++sn)
+                EXPECT_EQ(CodeOf(*writer, sn), 2);
+        });
+}
+
+}  // namespace
