@@ -1,7 +1,8 @@
 #include <algorithm>
 #include <new>
 #include <string_view>
-#include <utility>
+#include <unordered_map>
+#include <vector>
 
 #include "host/base/HAutoMutex.h"
 #include "host/base/NoThrow.h"
@@ -21,30 +22,26 @@ class PoliciesInForce {
         QVKPolicySensitiveFileAuditVTMgr* const policies = QVKPolicySensitiveFileAuditVTMgr::pins();
         if (!policies || !policies->get(table_, false)) throw std::bad_alloc();
         versions_.reserve(table_.nodes.size());
-        for (auto const& node : table_.nodes)
-            versions_.push_back({node.header().id.view(), DLPCache::GetPolicyHash(node), node.keep});
-        std::stable_sort(versions_.begin(), versions_.end(), IsBefore);  // of equal ids the first counts
+        for (auto const& node : table_.nodes)  // of equal ids the first counts
+            versions_.try_emplace(node.header().id.view(), Version{DLPCache::GetPolicyHash(node), node.keep});
     }
 
     [[nodiscard]] bool KeepOpen(ScanTask const& task) const {
-        std::u16string_view const id = task.audit_node().header().id.view();
-        auto const found = std::lower_bound(versions_.begin(), versions_.end(), Version{id, {}, false}, IsBefore);
-        if (found != versions_.end() && found->id == id)
-            return found->keep || found->hash == DLPCache::GetPolicyHash(task.audit_node());
+        auto const found = versions_.find(task.audit_node().header().id.view());
+        if (found != versions_.end())
+            return found->second.keep || found->second.hash == DLPCache::GetPolicyHash(task.audit_node());
         // A policy that is gone: the last one of the table decides. Kept on purpose, agents rely on it.
         return !table_.nodes.empty() && table_.nodes.back().keep;
     }
 
   private:
     struct Version {
-        std::u16string_view id;
         HString hash;
         bool keep;
     };
-    static bool IsBefore(Version const& a, Version const& b) noexcept { return a.id < b.id; }
 
     QVKPolicySensitiveFileAuditVT table_;
-    std::vector<Version> versions_;  // by id
+    std::unordered_map<std::u16string_view, Version> versions_;  // by policy id; the texts are those of table_
 };
 
 bool IsOver(ScanTask const& task) noexcept {
