@@ -77,11 +77,11 @@ std::vector<std::size_t> MissingTemplates(std::vector<HString> const& ids, QVKKe
     return missing;
 }
 
-QVKKeywordMatchNode MakeStoreNode(Policy const& policy, QVKKeywordMatchNode const& asked,
+QVKKeywordMatchNode MakeStoreNode(Policy const& policy, QVKKeywordFileNode const& file,
                                   std::vector<Answer> const& answers) {
     QVKKeywordMatchNode node;
-    *node.file_node = *asked.file_node;
-    node.tips->stored_name = asked.file_node->file_path.get_short_name();
+    *node.file_node = file;
+    node.tips->stored_name = file.file_path.get_short_name();
     for (Answer const& answer : answers)
         Append(policy.templates()[answer.template_index], answer, node);
     return node;
@@ -90,6 +90,7 @@ QVKKeywordMatchNode MakeStoreNode(Policy const& policy, QVKKeywordMatchNode cons
 QVKKeywordMatchNode Merge(Policy const& policy, QVKKeywordMatchNode const& cached, std::vector<Answer> const& answers) {
     QVKKeywordMatchNode node;
     *node.file_node = *cached.file_node;
+    node.tips->stored_name = cached.file_node->file_path.get_short_name();
     IdCursor matched(cached.matched_tpl_ids);
     auto answer = answers.begin();
     for (std::size_t i = 0; i < policy.ids().size(); ++i) {
@@ -99,6 +100,7 @@ QVKKeywordMatchNode Merge(Policy const& policy, QVKKeywordMatchNode const& cache
         } else if (matched.Take(id)) {
             node.matched_tpl_ids.push_back(id);
             node.attach_nodes.push_back(cached.attach_nodes[matched.taken()]);
+            node.texts.push_back(cached.texts[matched.taken()]);
         } else {
             node.unmatched_tpl_ids.push_back(id);
         }

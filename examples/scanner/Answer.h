@@ -5,6 +5,7 @@
 
 #include "examples/scanner/Policy.h"
 #include "examples/scanner/Rule.h"
+#include "host/policy/QVKKeywordFileNode.h"
 #include "host/policy/QVKKeywordMatchNode.h"
 #include "host/policy/QVKKeywordText.h"
 #include "host/policy/QVKReportKeywordAttachNode.h"
@@ -26,11 +27,11 @@ struct Answer {
 [[nodiscard]] std::vector<std::size_t> MissingTemplates(std::vector<HString> const& ids,
                                                         QVKKeywordMatchNode const& node);
 
-// The node that stores `answers` and nothing else, for the file of `asked`.
-[[nodiscard]] QVKKeywordMatchNode MakeStoreNode(Policy const& policy, QVKKeywordMatchNode const& asked,
+// The node that stores `answers` and nothing else, for `file`.
+[[nodiscard]] QVKKeywordMatchNode MakeStoreNode(Policy const& policy, QVKKeywordFileNode const& file,
                                                 std::vector<Answer> const& answers);
 
-// The answers of `cached` and the scanned ones as one node, its matches in template order.
+// The answers of `cached` and the scanned ones as one node, its matches with their texts in template order.
 [[nodiscard]] QVKKeywordMatchNode Merge(Policy const& policy, QVKKeywordMatchNode const& cached,
                                         std::vector<Answer> const& answers);
 

@@ -7,7 +7,7 @@ Counters& Counters::operator+=(Counters const& other) {
          {&Counters::files, &Counters::bytes, &Counters::full_hits, &Counters::partial_hits, &Counters::misses,
           &Counters::answers_from_cache, &Counters::sensitive_files, &Counters::unstorable_files,
           &Counters::outdated_answers, &Counters::too_large, &Counters::not_regular, &Counters::unreadable,
-          &Counters::damaged, &Counters::texts_cut}) {
+          &Counters::damaged, &Counters::texts_cut, &Counters::texts_kept}) {
         this->*figure += other.*figure;
     }
     for (std::size_t i = 0; i < kStages; ++i)

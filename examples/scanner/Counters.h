@@ -37,6 +37,7 @@ struct Counters {
     std::uint64_t unreadable = 0;
     std::uint64_t damaged = 0;  // compressed data that ends in an error
     std::uint64_t texts_cut = 0;
+    std::uint64_t texts_kept = 0;  // not extracted, since an earlier scan of the task had kept them
     std::array<Seconds, kStages> seconds{};
     std::vector<TemplateCounters> templates;
 

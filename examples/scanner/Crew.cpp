@@ -8,10 +8,11 @@
 
 namespace scanner {
 
-Crew::Crew(Policy const& policy, Options const& options, std::vector<std::string> const& files)
+Crew::Crew(Policy const& policy, Options const& options, std::vector<std::string> const& files, TaskRun* task)
     : policy_(policy),
       options_(options),
       files_(files),
+      task_(task),
       outcomes_(files.size()),
       counters_(policy.templates().size()) {}
 
@@ -60,7 +61,7 @@ void Crew::Work() noexcept {
 }
 
 void Crew::WorkThrough() {
-    FileScanner scanner(policy_, options_, gate_);
+    FileScanner scanner(policy_, options_, gate_, task_);
     for (std::size_t i = next_++; i < files_.size(); i = next_++)
         outcomes_[i] = scanner.Work(files_[i]);
     std::lock_guard const lock(mutex_);

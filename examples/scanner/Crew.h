@@ -16,7 +16,8 @@ namespace scanner {
 // Works through a list of files with a number of threads, drawing the progress bar meanwhile. Used once, by one thread.
 class Crew {
   public:
-    Crew(Policy const& policy, Options const& options, std::vector<std::string> const& files);
+    // `task`: null when nothing is recorded.
+    Crew(Policy const& policy, Options const& options, std::vector<std::string> const& files, TaskRun* task);
 
     // The outcome of each file, by index. Rethrows what ended a thread; the others stop at their next file.
     [[nodiscard]] std::vector<FileOutcome> Run(unsigned jobs);
@@ -31,6 +32,7 @@ class Crew {
     Policy const& policy_;
     Options const& options_;
     std::vector<std::string> const& files_;
+    TaskRun* task_;
     std::vector<FileOutcome> outcomes_;  // each written by the thread that took the file
     ContentGate gate_;
     std::atomic<std::size_t> next_{0};

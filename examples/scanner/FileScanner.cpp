@@ -2,12 +2,20 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 #include "front/DLPCacheMgr.h"
 
 namespace scanner {
 namespace {
+
+// What is recorded must mean the same file wherever it is read.
+std::string AbsolutePath(std::string const& directory, std::string const& path) {
+    if (path.starts_with('/')) return path;
+    return (std::filesystem::path(directory) / path).lexically_normal().string();
+}
 
 std::string_view ShortName(std::string_view path) {
     return path.substr(path.rfind('/') + 1);
@@ -15,11 +23,14 @@ std::string_view ShortName(std::string_view path) {
 
 }  // namespace
 
-FileScanner::FileScanner(Policy const& policy, Options const& options, ContentGate& gate)
+FileScanner::FileScanner(Policy const& policy, Options const& options, ContentGate& gate, TaskRun* task)
     : policy_(policy),
       options_(options),
       gate_(gate),
+      task_(task),
       counters_(policy.templates().size()),
+      store_(policy, task, counters_),
+      directory_(std::filesystem::current_path().string()),
       reader_(options.most_file_bytes) {
     // One item with one node, every template looked up whatever was found before: then a full hit is a complete answer.
     QVKKeywordFileItem& item = param_.file_items.emplace_back();
@@ -29,6 +40,7 @@ FileScanner::FileScanner(Policy const& policy, Options const& options, ContentGa
     item.threshold = 1;
     item.lookup_flag = true;
     item.check_every_node = true;
+    if (task != nullptr) param_.task_id = task->id();
 }
 
 FileOutcome FileScanner::Work(std::string const& path) {
@@ -37,25 +49,26 @@ FileOutcome FileScanner::Work(std::string const& path) {
     bool const read = Read(path, outcome);
     stopwatch.Mark(kRead);
     if (!read) return outcome;
-    std::string const md5 = md5_.Of(reader_.content());
+    md5_of_file_ = md5_.Of(reader_.content());
     stopwatch.Mark(kMd5);
 
     QVKKeywordFileNode& file = param_.file_items[0].file_nodes[0];
-    file.file_path = HString(path);
-    file.file_md5 = HString(md5);
-    ContentGate::Pass const pass(gate_, md5);
+    file.file_path = HString(AbsolutePath(directory_, path));
+    file.file_md5 = HString(md5_of_file_);
+    ContentGate::Pass const pass(gate_, md5_of_file_);
     Ask(stopwatch);
     QVKKeywordMatchNode node = std::move(result_.match_items[0].match_nodes[0]);
     std::vector<std::size_t> const missing = MissingTemplates(policy_.ids(), node);
     counters_.answers_from_cache += policy_.ids().size() - missing.size();
+    std::vector<Answer> answers;
     if (!missing.empty()) {
-        std::vector<Answer> answers = Scan(path, missing, stopwatch);
-        QVKKeywordMatchNode merged = Merge(policy_, node, answers);
+        answers = Scan(path, missing, stopwatch);
+        node = Merge(policy_, node, answers);
         stopwatch.Mark(kScan);
-        if (options_.use_cache) Store(node, std::move(answers));
-        stopwatch.Mark(kStore);
-        node = std::move(merged);
+        KeepText(node);
     }
+    if (options_.use_cache) outcome.found_times = store_.Take(param_, node, std::move(answers));
+    stopwatch.Mark(kStore);
     CountAnswers(node);
     if (!node.matched_tpl_ids.empty()) {
         outcome.sensitive = true;
@@ -121,7 +134,7 @@ void FileScanner::CountAnswers(QVKKeywordMatchNode const& answered) {
 
 std::vector<Answer> FileScanner::Scan(std::string const& path, std::vector<std::size_t> const& missing,
                                       Stopwatch& stopwatch) {
-    FileView const view{ShortName(path), reader_.content(), ExtractFor(missing)};
+    FileView const view{ShortName(path), reader_.content(), TextFor(missing)};
     stopwatch.Mark(kExtract);
     std::vector<Answer> answers;
     for (std::size_t const index : missing) {
@@ -131,40 +144,27 @@ std::vector<Answer> FileScanner::Scan(std::string const& path, std::vector<std::
     return answers;
 }
 
-std::string_view FileScanner::ExtractFor(std::vector<std::size_t> const& missing) {
+std::string_view FileScanner::TextFor(std::vector<std::size_t> const& missing) {
+    kept_text_.reset();
+    extracted_ = ExtractedText();
     auto const needs_text = [this](std::size_t index) { return policy_.templates()[index].needs_text; };
     if (std::none_of(missing.begin(), missing.end(), needs_text)) return {};
-    ExtractedText const extracted = extractor_.Extract(reader_.content());
-    if (extracted.damaged) ++counters_.damaged;
-    if (extracted.cut) ++counters_.texts_cut;
-    return extracted.text;
-}
-
-void FileScanner::Store(QVKKeywordMatchNode const& asked, std::vector<Answer> answers) {
-    counters_.outdated_answers += std::erase_if(answers, [this](Answer const& answer) {
-        return !Policy::IsCurrent(policy_.templates()[answer.template_index]);
-    });
-    QVKKeywordMatchResult result;
-    *result.check_param = param_;
-    QVKKeywordMatchNode node = MakeStoreNode(policy_, asked, answers);
-    result.match_items.emplace_back().match_nodes.push_back(node);
-    if (int const code = DLPCacheMgr::pins()->AddTpl(result); code != DLPCache::kStored) {
-        throw std::runtime_error("the cache refuses a result (code " + std::to_string(code) + ")");
+    if (task_ != nullptr) kept_text_ = task_->texts().Find(md5_of_file_);
+    if (kept_text_) {
+        ++counters_.texts_kept;
+        return *kept_text_;
     }
-    CountUnstorable(node, answers);
+    extracted_ = extractor_.Extract(reader_.content());
+    if (extracted_.damaged) ++counters_.damaged;
+    if (extracted_.cut) ++counters_.texts_cut;
+    return extracted_.text;
 }
 
-// A cache that cannot take an answer logs it and goes on, so whether it did shows only when it is asked again.
-void FileScanner::CountUnstorable(QVKKeywordMatchNode const& stored, std::vector<Answer> const& answers) {
-    std::vector<HString> ids;
-    for (Answer const& answer : answers)
-        ids.push_back(policy_.ids()[answer.template_index]);
-    QVKKeywordMatchNode found;
-    DLPCacheMgr::pins()->QueryMatchNode(*stored.file_node, ids, true, found);
-    std::vector<std::size_t> const missing = MissingTemplates(ids, found);
-    for (std::size_t const index : missing)
-        ++counters_.templates[answers[index].template_index].unstorable;
-    if (!missing.empty()) ++counters_.unstorable_files;
+// Keeps a text that was inflated whole, if the file has matches. Any other text is the content itself, which was read
+// for its MD5 in any case, or would hide that there is something to tell of it.
+void FileScanner::KeepText(QVKKeywordMatchNode const& whole) {
+    if (task_ == nullptr || !extracted_.inflated || extracted_.damaged || extracted_.cut) return;
+    if (whole.sensitive) task_->texts().Keep(md5_of_file_, extracted_.text, whole.texts);
 }
 
 }  // namespace scanner

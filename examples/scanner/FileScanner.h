@@ -1,6 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "examples/scanner/Answer.h"
 #include "examples/scanner/ContentGate.h"
@@ -9,6 +12,8 @@
 #include "examples/scanner/FileReader.h"
 #include "examples/scanner/Options.h"
 #include "examples/scanner/Policy.h"
+#include "examples/scanner/ResultStore.h"
+#include "examples/scanner/TaskRun.h"
 #include "examples/scanner/TextExtractor.h"
 #include "host/policy/QVKKeywordCheckParam.h"
 #include "host/policy/QVKKeywordMatchResult.h"
@@ -19,15 +24,18 @@ namespace scanner {
 struct FileOutcome {
     bool read = false;
     bool sensitive = false;
+    int found_times = 0;  // of a sensitive file, this time included; 0: not counted
     std::string verdict;  // one line per matched rule; empty when nothing was found
     std::string trouble;  // for the user, when the file was not read
 };
 
 // Works on files one after the other, with buffers of its own: reads a file, asks the cache, scans with the templates
-// that were not answered, stores those answers. One object per thread; `policy` and `gate` are shared.
+// that were not answered, hands over those answers and what is sensitive. One object per thread; the arguments are
+// shared.
 class FileScanner {
   public:
-    FileScanner(Policy const& policy, Options const& options, ContentGate& gate);
+    // `task`: null when nothing is recorded.
+    FileScanner(Policy const& policy, Options const& options, ContentGate& gate, TaskRun* task);
 
     // Throws std::bad_alloc or std::runtime_error when the run cannot go on.
     [[nodiscard]] FileOutcome Work(std::string const& path);
@@ -39,19 +47,24 @@ class FileScanner {
     void CountAnswers(QVKKeywordMatchNode const& answered);
     [[nodiscard]] std::vector<Answer> Scan(std::string const& path, std::vector<std::size_t> const& missing,
                                            Stopwatch& stopwatch);
-    [[nodiscard]] std::string_view ExtractFor(std::vector<std::size_t> const& missing);
-    void Store(QVKKeywordMatchNode const& asked, std::vector<Answer> answers);
-    void CountUnstorable(QVKKeywordMatchNode const& stored, std::vector<Answer> const& answers);
+    [[nodiscard]] std::string_view TextFor(std::vector<std::size_t> const& missing);
+    void KeepText(QVKKeywordMatchNode const& whole);
 
     Policy const& policy_;
     Options const& options_;
     ContentGate& gate_;
+    TaskRun* task_;
     Counters counters_;
+    ResultStore store_;
+    std::string directory_;  // that relative paths begin in
     FileReader reader_;
     Digest md5_{Digest::Kind::kMd5};
     TextExtractor extractor_;
-    QVKKeywordCheckParam param_;    // with every template; only the file changes
-    QVKKeywordMatchResult result_;  // emptied before each query
+    std::string md5_of_file_;
+    std::optional<std::string> kept_text_;  // of the file at hand, when it was kept
+    ExtractedText extracted_;               // of the file at hand, when it was extracted
+    QVKKeywordCheckParam param_;            // with every template; only the file changes
+    QVKKeywordMatchResult result_;          // emptied before each query
 };
 
 }  // namespace scanner

@@ -5,42 +5,52 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <functional>
 #include <future>
 #include <iostream>
+#include <memory>
 #include <stdexcept>
 #include <thread>
 
+#include "examples/scanner/AuditPolicy.h"
 #include "examples/scanner/Crew.h"
 #include "examples/scanner/FileWalker.h"
-#include "examples/scanner/LockFile.h"
 #include "examples/scanner/Policy.h"
+#include "examples/scanner/Root.h"
 #include "examples/scanner/Summary.h"
+#include "examples/scanner/TaskRun.h"
 #include "examples/scanner/TemplateFile.h"
 #include "front/DLPCacheMgr.h"
-#include "host/base/LocateMgr.h"
-#include "host/policy/KwLocateMgr.h"
-#include "storage/DLPCacheLog.h"
 
 namespace scanner {
 namespace {
 
 constexpr std::size_t kMostTroubles = 20;
+constexpr std::chrono::seconds kWaitForFindings{60};  // to reach the disk after the last file
 
 using Clock = std::chrono::steady_clock;
 
-// Puts the root in force and gives its path. Must come before the first use of a cache.
-std::string SetRoot(Options const& options) {
-    if (!options.root.empty()) KwLocateMgr::pins()->set_root(HString(std::filesystem::absolute(options.root).string()));
-    return Varnok::LocateMgr::pins()->get_root(false).get_str();
-}
-
 // Makes everything ready for the first file.
 void OpenCaches(Policy const& policy, Options const& options) {
-    if (options.log) DLPCacheLog::pins()->set_check_mark_file(false);
     if (DLPCacheMgr::pins() == nullptr) throw std::bad_alloc();
     if (options.use_cache) policy.OpenCaches();
+}
+
+// The run as a task, for people: what was scanned.
+HString TaskName(Options const& options) {
+    HString name;
+    for (std::string const& path : options.paths) {
+        if (name.not_empty()) name << " ";
+        name << HString(path);
+    }
+    return name;
+}
+
+std::unique_ptr<TaskRun> BeginTask(Policy const& policy, Options const& options) {
+    if (!options.HasTask()) return nullptr;
+    auto const audit = PutPolicyInForce(HString(options.policy), policy.ids());
+    HString const id = options.task.empty() ? FreshTaskId() : HString(options.task);
+    return std::make_unique<TaskRun>(id, TaskName(options), audit, kWaitForFindings);
 }
 
 // The files to scan, and how long it took to list them.
@@ -95,23 +105,29 @@ int StatusOf(Counters const& counters, WalkResult const& walk) {
 int RunScan(Options const& options) {
     auto const begin = Clock::now();
     KwDefinitions const definitions = LoadTemplates(options.templates_file);
-    std::string const root = SetRoot(options);
-    LockFile const lock(root);
+    Root const root(options);
     Policy policy(definitions);
-    std::future<Listing> listing = std::async(std::launch::async, ListFiles, std::cref(options), std::cref(root));
+    std::future<Listing> listing =
+        std::async(std::launch::async, ListFiles, std::cref(options), std::cref(root.path()));
     policy.Install(definitions);
     OpenCaches(policy, options);
+    std::unique_ptr<TaskRun> const task = BeginTask(policy, options);
     auto const opened = Clock::now();
     auto const [walk, walk_seconds] = listing.get();
     auto const walked = Clock::now();
-    Crew crew(policy, options, walk.files);
+    Crew crew(policy, options, walk.files, task.get());
     unsigned const jobs = JobCount(options);
     std::vector<FileOutcome> const outcomes = crew.Run(jobs);
     auto const worked = Clock::now();
 
     Summary summary(policy.templates().size());
     summary.paths = options.paths;
-    summary.root = root;
+    summary.root = root.path();
+    if (task) {
+        task->Finish();
+        summary.task = task->id().get_str();
+        summary.policy = options.policy;
+    }
     summary.use_cache = options.use_cache;
     summary.jobs = jobs;
     summary.counters = crew.counters();

@@ -47,7 +47,7 @@ void Summarize(std::vector<std::string> const& files, std::vector<FileOutcome> c
              {std::string_view(files[i]), zero, std::string_view(outcome.verdict), zero}) {
             digest.Add(piece);
         }
-        if (outcome.sensitive) summary.findings.emplace_back(files[i], outcome.verdict);
+        if (outcome.sensitive) summary.sensitive.push_back({files[i], outcome.verdict, outcome.found_times});
     }
     summary.digest = digest.End();
     CountLines(outcomes, summary);

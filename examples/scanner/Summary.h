@@ -14,6 +14,12 @@
 
 namespace scanner {
 
+struct SensitiveFile {
+    std::string path;
+    std::string verdict;
+    int found_times = 0;  // 0: not counted
+};
+
 // What a run tells its user. A value.
 struct Summary {
     using Seconds = Counters::Seconds;
@@ -22,6 +28,8 @@ struct Summary {
 
     std::vector<std::string> paths;  // as given
     std::string root;
+    std::string task;    // empty: nothing was recorded
+    std::string policy;  // of the task
     bool use_cache = true;
     unsigned jobs = 1;
     Counters counters;
@@ -33,16 +41,15 @@ struct Summary {
     std::vector<std::pair<std::string, std::uint64_t>> top_verdicts;  // line and number of files, most frequent first
     std::string
         digest;  // SHA-256 over path, zero byte, verdict, zero byte of each file read, in byte order of the paths
-    std::vector<std::pair<std::string, std::string>> findings;  // path and verdict of each sensitive file, in order
+    std::vector<SensitiveFile> sensitive;  // in byte order of the paths
 };
 
-// Fills what follows from the outcomes: findings, verdict lines, digest.
+// Fills what follows from the outcomes: sensitive files, verdict lines, digest.
 void Summarize(std::vector<std::string> const& files, std::vector<FileOutcome> const& outcomes, Summary& summary);
 
 // As a table for people; sensitive files are listed with `verbose`, `colour` allows escape sequences.
 void PrintText(Summary const& summary, bool verbose, bool colour, std::ostream& out);
-// As one JSON object, sensitive files included. A name that is not UTF-8 has replacement characters in "path" and its
-// bytes as hexadecimal digits in "path_hex".
+// As one JSON object, sensitive files included (their paths as JsonText.h has them).
 void PrintJson(Summary const& summary, std::ostream& out);
 
 // Control characters as \xNN, so that no file name can steer a terminal.

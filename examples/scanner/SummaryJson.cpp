@@ -1,7 +1,7 @@
-#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
+#include "examples/scanner/JsonText.h"
 #include "examples/scanner/Summary.h"
 
 namespace scanner {
@@ -26,7 +26,8 @@ ordered_json Figures(Summary const& summary) {
             {"too_large", counters.too_large},
             {"not_regular", counters.not_regular},
             {"damaged", counters.damaged},
-            {"texts_cut", counters.texts_cut}};
+            {"texts_cut", counters.texts_cut},
+            {"texts_kept", counters.texts_kept}};
 }
 
 ordered_json Times(Summary const& summary) {
@@ -53,32 +54,13 @@ ordered_json Templates(Summary const& summary) {
     return templates;
 }
 
-bool IsUtf8(std::string const& text) {
-    bool const ascii =
-        std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-    if (ascii) return true;
-    try {
-        return !ordered_json(text).dump().empty();
-    } catch (ordered_json::exception const&) {
-        return false;
-    }
-}
-
-std::string Hex(std::string const& bytes) {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string hex;
-    for (char const c : bytes) {
-        hex += kDigits[static_cast<unsigned char>(c) >> 4];
-        hex += kDigits[static_cast<unsigned char>(c) & 15];
-    }
-    return hex;
-}
-
 ordered_json Findings(Summary const& summary) {
     ordered_json findings = ordered_json::array();
-    for (auto const& [path, verdict] : summary.findings) {
-        ordered_json& finding = findings.emplace_back(ordered_json{{"path", path}, {"verdict", verdict}});
-        if (!IsUtf8(path)) finding["path_hex"] = Hex(path);
+    for (SensitiveFile const& file : summary.sensitive) {
+        ordered_json& finding = findings.emplace_back(ordered_json::object());
+        PutPath(file.path, finding);
+        finding["verdict"] = file.verdict;
+        if (file.found_times > 0) finding["found_times"] = file.found_times;
     }
     return findings;
 }
@@ -88,6 +70,8 @@ ordered_json Findings(Summary const& summary) {
 void PrintJson(Summary const& summary, std::ostream& out) {
     ordered_json json{
         {"paths", summary.paths}, {"root", summary.root}, {"cache", summary.use_cache}, {"jobs", summary.jobs}};
+    json["task"] = summary.task.empty() ? ordered_json() : ordered_json(summary.task);
+    json["policy"] = summary.task.empty() ? ordered_json() : ordered_json(summary.policy);
     json["summary"] = Figures(summary);
     json["seconds"] = Times(summary);
     json["templates"] = Templates(summary);
@@ -97,7 +81,7 @@ void PrintJson(Summary const& summary, std::ostream& out) {
     }
     json["digest"] = summary.digest;
     json["sensitive"] = Findings(summary);
-    out << json.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+    WriteJson(json, out);
 }
 
 }  // namespace scanner

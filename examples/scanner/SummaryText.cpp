@@ -28,11 +28,12 @@ class TextPrinter {
         if (value > 0) Row(name, value);
     }
 
-    void Finding(std::string const& path, std::string const& verdict) {
-        out_ << bold_ << Printable(path) << plain_ << '\n';
-        std::istringstream lines(verdict);
+    void Finding(SensitiveFile const& file) {
+        out_ << bold_ << Printable(file.path) << plain_ << '\n';
+        std::istringstream lines(file.verdict);
         for (std::string line; std::getline(lines, line);)
             out_ << "    " << Printable(line) << '\n';
+        if (file.found_times > 0) out_ << "    times found: " << file.found_times << '\n';
     }
 
   private:
@@ -59,6 +60,8 @@ void PrintFigures(Summary const& summary, TextPrinter& printer) {
     printer.RareRow("too large, skipped", counters.too_large);
     printer.RareRow("damaged gzip data", counters.damaged);
     printer.RareRow("texts cut", counters.texts_cut);
+    printer.RareRow("texts kept by the task", counters.texts_kept);
+    if (!summary.task.empty()) printer.Row("task", Printable(summary.task));
 }
 
 void PrintTimes(Summary const& summary, TextPrinter& printer) {
@@ -87,8 +90,8 @@ void PrintTemplates(Summary const& summary, TextPrinter& printer) {
 void PrintText(Summary const& summary, bool verbose, bool colour, std::ostream& out) {
     TextPrinter printer(colour, out);
     if (verbose) {
-        for (auto const& [path, verdict] : summary.findings)
-            printer.Finding(path, verdict);
+        for (SensitiveFile const& file : summary.sensitive)
+            printer.Finding(file);
     }
     printer.Heading("Summary");
     PrintFigures(summary, printer);

@@ -49,6 +49,7 @@ ExtractedText TextExtractor::Inflate(std::string_view content) {
     stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(content.data()));  // zlib does not write there
     stream_.avail_in = static_cast<uInt>(content.size());
     ExtractedText result;
+    result.inflated = true;
     std::size_t length = 0;
     while (true) {
         if (length == capacity_) {

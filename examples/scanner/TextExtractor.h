@@ -11,6 +11,7 @@ namespace scanner {
 // What was extracted. The view lasts until the extractor's next call, or as long as the content where that is the text.
 struct ExtractedText {
     std::string_view text;  // empty for what is no text
+    bool inflated = false;  // the text is not the content itself
     bool damaged = false;   // compressed data ended in an error; the text is what came before it
     bool cut = false;       // the text is longer than TextExtractor::kMostText
 };

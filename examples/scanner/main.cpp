@@ -5,19 +5,35 @@
 
 #include "examples/scanner/Options.h"
 #include "examples/scanner/ScanCommand.h"
+#include "examples/scanner/TaskCommands.h"
 #include "examples/scanner/TemplateFile.h"
 
 namespace {
+
+int PrintTemplates() {
+    std::cout << scanner::BuiltInTemplates() << std::flush;
+    return std::cout ? scanner::kNothingFound : scanner::kFailed;
+}
 
 int Run(int argc, char const* const* argv) {
     int exit_status = scanner::kFailed;
     std::optional<scanner::Options> const options = scanner::ParseOptions(argc, argv, exit_status);
     if (!options) return exit_status;
-    if (options->command == scanner::Command::kTemplates) {
-        std::cout << scanner::BuiltInTemplates() << std::flush;
-        return std::cout ? scanner::kNothingFound : scanner::kFailed;
+    switch (options->command) {
+        case scanner::Command::kScan:
+            return scanner::RunScan(*options);
+        case scanner::Command::kTemplates:
+            return PrintTemplates();
+        case scanner::Command::kTasks:
+            return scanner::RunTasks(*options);
+        case scanner::Command::kFindings:
+            return scanner::RunFindings(*options);
+        case scanner::Command::kRemove:
+            return scanner::RunRemove(*options);
+        case scanner::Command::kPrune:
+            return scanner::RunPrune(*options);
     }
-    return scanner::RunScan(*options);
+    return scanner::kFailed;
 }
 
 }  // namespace

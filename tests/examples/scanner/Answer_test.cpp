@@ -52,6 +52,8 @@ TEST_F(Answers, AreMergedInTemplateOrder) {
     cached.matched_tpl_ids = {"names", "mails"};
     cached.attach_nodes = {ScanWithTemplate(policy_, 0, File("a.pem", "")).attach,
                            ScanWithTemplate(policy_, 2, File("a.pem", "x@example.com")).attach};
+    cached.texts.resize(2);
+    cached.texts[1].text = "cached";
     QVKKeywordMatchNode const merged = Merge(policy_, cached, {ScanWithTemplate(policy_, 1, File("a.pem", "plan"))});
     EXPECT_TRUE(merged.sensitive);
     EXPECT_THAT(merged.matched_tpl_ids, ElementsAre(HString("names"), HString("words"), HString("mails")));
@@ -59,6 +61,9 @@ TEST_F(Answers, AreMergedInTemplateOrder) {
     EXPECT_EQ(merged.attach_nodes[0].items[0].rule_id, "n");
     EXPECT_EQ(merged.attach_nodes[1].items[0].rule_id, "w");
     EXPECT_EQ(merged.attach_nodes[2].items[0].rule_id, "m");
+    ASSERT_EQ(merged.texts.size(), 3U);
+    EXPECT_EQ(merged.texts[1].text, "plan");
+    EXPECT_EQ(merged.texts[2].text, "cached");
 }
 
 TEST_F(Answers, ToBeStoredDoNotIncludeCachedOnes) {
@@ -68,7 +73,7 @@ TEST_F(Answers, ToBeStoredDoNotIncludeCachedOnes) {
     cached.attach_nodes.emplace_back();
     std::vector<Answer> const scanned{ScanWithTemplate(policy_, 1, File("a.txt", "plan")),
                                       ScanWithTemplate(policy_, 2, File("a.txt", "plan"))};
-    QVKKeywordMatchNode const stored = MakeStoreNode(policy_, cached, scanned);
+    QVKKeywordMatchNode const stored = MakeStoreNode(policy_, *cached.file_node, scanned);
     EXPECT_THAT(stored.matched_tpl_ids, ElementsAre(HString("words")));
     EXPECT_THAT(stored.unmatched_tpl_ids, ElementsAre(HString("mails")));
     EXPECT_EQ(stored.attach_nodes.size(), 1U);

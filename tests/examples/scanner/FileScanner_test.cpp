@@ -26,7 +26,7 @@ class FileScanning : public testing::Test {
     Policy policy_ = PolicyRoot::InForce("plan");
     Options options_ = OneMebibyte();
     ContentGate gate_;
-    FileScanner scanner_{policy_, options_, gate_};
+    FileScanner scanner_{policy_, options_, gate_, nullptr};
 };
 
 TEST_F(FileScanning, IsAnsweredTheSecondTime) {
@@ -69,7 +69,7 @@ TEST_F(FileScanning, DropsAnswersWhoseDefinitionChangedMeanwhile) {
     EXPECT_EQ(outcome.verdict, "plan(1)\n");
     EXPECT_EQ(Figures().outdated_answers, 1U);
 
-    FileScanner again(policy_, options_, gate_);
+    FileScanner again(policy_, options_, gate_, nullptr);
     (void)again.Work(tree_ / "a.txt");
     EXPECT_EQ(again.counters().partial_hits, 1U);
     EXPECT_EQ(again.counters().templates[1].scanned, 1U);

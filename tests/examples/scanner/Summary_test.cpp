@@ -69,5 +69,30 @@ TEST(Summaries, AsTextListFilesOnlyWhenAsked) {
     EXPECT_THAT(out.str(), Not(HasSubstr("/a")));
 }
 
+TEST(Summaries, TellHowOftenAFileWasFoundWhereThatIsCounted) {
+    FileOutcome twice = Read("x\n");
+    twice.found_times = 2;
+    Summary const summary = SummaryOf({"/a", "/b"}, {twice, Read("x\n")});
+    std::ostringstream text;
+    PrintText(summary, true, false, text);
+    EXPECT_THAT(text.str(), HasSubstr("/a\n    x\n    times found: 2\n/b\n    x\n\n"));
+    std::ostringstream out;
+    PrintJson(summary, out);
+    auto const sensitive = nlohmann::json::parse(out.str()).at("sensitive");
+    EXPECT_EQ(sensitive.at(0).at("found_times"), 2);
+    EXPECT_FALSE(sensitive.at(1).contains("found_times"));
+}
+
+TEST(Summaries, NameTheTaskWhenThereIsOne) {
+    Summary summary = SummaryOf({}, {});
+    std::ostringstream without;
+    PrintText(summary, false, false, without);
+    EXPECT_THAT(without.str(), Not(HasSubstr("task")));
+    summary.task = "monday";
+    std::ostringstream with;
+    PrintText(summary, false, false, with);
+    EXPECT_THAT(with.str(), HasSubstr("  task                    monday\n"));
+}
+
 }  // namespace
 }  // namespace scanner

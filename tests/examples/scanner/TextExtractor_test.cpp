@@ -22,6 +22,7 @@ class TextExtraction : public testing::Test {
 
 TEST_F(TextExtraction, TakesPlainTextAsItIs) {
     EXPECT_EQ(Text("plain"), "plain");
+    EXPECT_FALSE(last_.inflated);
     EXPECT_EQ(Text(""), "");
 }
 
@@ -37,6 +38,7 @@ TEST_F(TextExtraction, ProbesOnlyTheBeginningForZeroBytes) {
 
 TEST_F(TextExtraction, InflatesGzip) {
     EXPECT_EQ(Text(Gzip("packed text")), "packed text");
+    EXPECT_TRUE(last_.inflated);
     EXPECT_FALSE(last_.damaged);
 }
 

@@ -1,0 +1,68 @@
+#include "examples/scanner/AuditPolicy.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include "host/policy/KwLocateMgr.h"
+#include "host/policy/QVKPolicySensitiveFileAuditVTMgr.h"
+
+namespace scanner {
+namespace {
+
+using Node = QVKPolicySensitiveFileAuditNode;
+
+void Require(int error, char const* what) {
+    if (error == 0) return;
+    std::string const path = KwLocateMgr::pins()->get_policy_keyword_sens().get_str();
+    throw std::runtime_error(std::string("cannot ") + what + " the policies in " + path + ": " + std::strerror(error));
+}
+
+QVKPolicySensitiveFileAuditVT ReadPolicies() {
+    QVKPolicySensitiveFileAuditVT table;
+    int const error = table.from_file(KwLocateMgr::pins()->get_policy_keyword_sens());
+    if (error != ENOENT) Require(error, "read");
+    return table;
+}
+
+Node& FindOrAdd(HString const& id, QVKPolicySensitiveFileAuditVT& table) {
+    auto const found =
+        std::find_if(table.nodes.begin(), table.nodes.end(), [&](Node const& node) { return node.header().id == id; });
+    return found != table.nodes.end() ? *found : table.nodes.emplace_back();
+}
+
+// A version is told by its second, so a second change within one counts into the next.
+void Renew(Node& node, HString const& id, std::vector<HString> const& tpl_ids) {
+    auto const header = std::make_shared<QVKPolicyCommon>();
+    header->time_stamp = std::max<long long>(std::time(nullptr), node.header().time_stamp + 1);
+    header->id = id;
+    header->name = id;
+    header->record_key = id;
+    node.policy = header;
+    node.tpl_ids = tpl_ids;
+    node.keep = false;  // a scan that was cut short is over when its policy has changed
+}
+
+}  // namespace
+
+Node PutPolicyInForce(HString const& id, std::vector<HString> const& tpl_ids) {
+    auto* const policies = QVKPolicySensitiveFileAuditVTMgr::pins();
+    if (policies == nullptr) throw std::bad_alloc();
+    QVKPolicySensitiveFileAuditVT table = ReadPolicies();
+    Node& node = FindOrAdd(id, table);
+    bool const known = node.header().id == id;
+    if (known && std::is_permutation(node.tpl_ids.begin(), node.tpl_ids.end(), tpl_ids.begin(), tpl_ids.end())) {
+        if (!policies->set_no_write_to_arc(table)) throw std::bad_alloc();
+        return node;
+    }
+    Renew(node, id, tpl_ids);
+    Require(policies->set(table), "write");
+    return node;
+}
+
+}  // namespace scanner

@@ -1,0 +1,78 @@
+#include "examples/scanner/TaskRun.h"
+
+#include <unistd.h>
+
+#include <ctime>
+#include <memory>
+#include <stdexcept>
+
+#include "examples/scanner/Registry.h"
+#include "host/base/HTimeValueEx.h"
+#include "host/policy/KwLocateMgr.h"
+#include "sensrecord/DLPCachePolicyHash.h"
+
+namespace scanner {
+namespace {
+
+void Register(HString const& id, HString const& name, QVKPolicySensitiveFileAuditNode const& policy) {
+    auto task = std::make_unique<ScanTask>();
+    task->id = id;
+    task->name = name;
+    task->start_time = std::time(nullptr);
+    *task->policy->audit_node = policy;
+    *task->policy->kind = kScanTaskByPolicy;
+    TaskRegistry().AddTask(task.release());  // the registry's as long as the process lives
+}
+
+bool IsSameVersion(QVKPolicySensitiveFileAuditNode const& a, QVKPolicySensitiveFileAuditNode const& b) {
+    return a.header().id == b.header().id && DLPCache::GetPolicyHash(a) == DLPCache::GetPolicyHash(b);
+}
+
+// Registering reports nothing, so whether the task is kept shows in its record.
+void RequireRecord(HString const& id) {
+    ScanTask record;
+    HString const path = KwLocateMgr::pins()->get_task_arc(id);
+    if (record.from_file(path) == 0 && record.id == id && record.status == kTaskRunning) return;
+    throw std::runtime_error("the task cannot be recorded in " + path.get_str());
+}
+
+void Begin(HString const& id, HString const& name, QVKPolicySensitiveFileAuditNode const& policy) {
+    ScanTask const* const remembered = TaskRegistry().GetTask(id);
+    if (remembered == nullptr) {
+        Register(id, name, policy);
+    } else if (!IsSameVersion(remembered->audit_node(), policy)) {
+        throw std::runtime_error("the task " + id.get_str() +
+                                 " was a scan under another policy or other templates; give this scan another --task");
+    }
+    TaskRegistry().UpdateTaskStatus(id, kTaskRunning);
+    RequireRecord(id);
+}
+
+}  // namespace
+
+TaskRun::TaskRun(HString const& id, HString const& name, QVKPolicySensitiveFileAuditNode const& policy,
+                 std::chrono::milliseconds wait)
+    : id_(id), policy_(policy), wait_(wait), texts_((Begin(id, name, policy), id)) {}
+
+TaskRun::~TaskRun() {
+    if (!waited_) (void)TaskRegistry().WaitWritten(id_, static_cast<int>(wait_.count()));
+}
+
+void TaskRun::Finish() {
+    waited_ = true;
+    if (!TaskRegistry().WaitWritten(id_, static_cast<int>(wait_.count()))) {
+        throw std::runtime_error("findings of the task " + id_.get_str() + " are not written after " +
+                                 std::to_string(wait_.count()) + " ms; --log tells why");
+    }
+    TaskRegistry().UpdateTaskStatus(id_, kTaskFinished);
+}
+
+HString FreshTaskId() {
+    HTimeValueEx now;
+    now.set_time_t(std::time(nullptr));
+    HString id("scan-");
+    id << now.to_long2() << "-" << static_cast<int>(::getpid());
+    return id;
+}
+
+}  // namespace scanner

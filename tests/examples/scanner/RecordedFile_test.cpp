@@ -1,0 +1,90 @@
+#include "examples/scanner/RecordedFile.h"
+
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+namespace scanner {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+RecordedFile Finding(std::string const& rebuilt, std::string const& recorded) {
+    RecordedFile finding;
+    finding.file.sn = 7;
+    finding.file.file_path = "/d/a.txt";
+    finding.file.file_attrs = {10, 20, 30, 40};
+    finding.file.tpl_ids = {"words", "mails"};
+    finding.file.tpl_names = {"Words", "Mails"};
+    finding.file.tpl_md5s = {"M1", "M2"};
+    finding.file.extra_1 = HString(recorded);
+    finding.file.extra_2 = "3";
+    finding.level = "Secret";
+    finding.classes = "A|B";
+    finding.verdict = rebuilt;
+    finding.whole = true;
+    return finding;
+}
+
+std::string Text(std::vector<RecordedFile> const& findings) {
+    std::ostringstream out;
+    PrintText(findings, out);
+    return out.str();
+}
+
+nlohmann::json Json(RecordedFile const& finding) {
+    std::ostringstream out;
+    PrintJson("job", {finding}, out);
+    return nlohmann::json::parse(out.str());
+}
+
+TEST(RecordedFiles, AreShownWithWhatIsKnownOfThem) {
+    EXPECT_EQ(Text({Finding("plan(1)\nx(2)\n", "plan(1)\nx(2)\n")}),
+              "7  /d/a.txt\n"
+              "    level: Secret, classes: A|B, templates: Words|Mails, times found: 3\n"
+              "      plan(1)\n"
+              "      x(2)\n");
+}
+
+TEST(RecordedFiles, ShowTheRecordedVerdictWhereItDiffers) {
+    EXPECT_THAT(Text({Finding("", "plan(1)\n")}),
+                HasSubstr("times found: 3\n    recorded at the time of the scan:\n      plan(1)\n"));
+}
+
+TEST(RecordedFiles, ShowNoControlCharacters) {
+    RecordedFile finding = Finding("a\x1b(1)\n", "a\x1b(1)\n");
+    finding.file.file_path = "/d/\x1b[2J";
+    EXPECT_THAT(Text({finding}), Not(HasSubstr("\x1b")));
+}
+
+TEST(RecordedFiles, OfAScanWithoutFindingsAreASentence) {
+    EXPECT_EQ(Text({}), "The scan found nothing.\n");
+}
+
+TEST(RecordedFiles, AsJsonHaveEverything) {
+    nlohmann::json const json = Json(Finding("plan(1)\n", "x\n"));
+    EXPECT_EQ(json.at("task"), "job");
+    EXPECT_EQ(json.at("findings"), nlohmann::json::parse(R"([{"sn": 7, "path": "/d/a.txt", "md5": "", "length": 10,
+        "created": 20, "modified": 30, "found": 40, "times_found": "3", "level": "Secret", "classes": "A|B",
+        "templates": [{"id": "words", "name": "Words", "md5": "M1"}, {"id": "mails", "name": "Mails", "md5": "M2"}],
+        "verdict": "plan(1)\n", "whole": true, "recorded_verdict": "x\n"}])"));
+}
+
+TEST(RecordedFiles, AsJsonNameNoTemplateWhenSomeAreUnknown) {
+    RecordedFile finding = Finding("", "");
+    finding.file.tpl_names = {"Mails"};
+    finding.file.tpl_md5s = {"M2"};
+    EXPECT_EQ(Json(finding).at("findings").at(0).at("templates"),
+              nlohmann::json::parse(R"([{"id": "words"}, {"id": "mails"}])"));
+}
+
+TEST(RecordedFiles, AsJsonParseWhateverTheFileNames) {
+    RecordedFile finding = Finding("\xfe\n", "\xfe\n");
+    finding.file.file_path = HString(std::string("/\xff"));
+    EXPECT_EQ(Json(finding).at("findings").at(0).at("path_hex"), "2fff");
+}
+
+}  // namespace
+}  // namespace scanner
