@@ -12,9 +12,9 @@ namespace scanner {
 namespace {
 
 // What is recorded must mean the same file wherever it is read.
-std::string AbsolutePath(std::string const& directory, std::string const& path) {
-    if (path.starts_with('/')) return path;
-    return (std::filesystem::path(directory) / path).lexically_normal().string();
+HString AbsolutePath(std::string const& directory, std::string const& path) {
+    if (path.starts_with('/')) return HString(path);
+    return HString((std::filesystem::path(directory) / path).lexically_normal().string());
 }
 
 std::string_view ShortName(std::string_view path) {
@@ -53,7 +53,7 @@ FileOutcome FileScanner::Work(std::string const& path) {
     stopwatch.Mark(kMd5);
 
     QVKKeywordFileNode& file = param_.file_items[0].file_nodes[0];
-    file.file_path = HString(AbsolutePath(directory_, path));
+    file.file_path = AbsolutePath(directory_, path);
     file.file_md5 = HString(md5_of_file_);
     ContentGate::Pass const pass(gate_, md5_of_file_);
     Ask(stopwatch);
