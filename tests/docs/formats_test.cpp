@@ -1,6 +1,7 @@
 // Holds docs/formats.md and the code together: the worked examples of the page are files that the library reads.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <fstream>
 #include <regex>
 #include <string>
@@ -8,7 +9,10 @@
 
 #include "host/policy/QVKConfigKeywordDataClassVT.h"
 #include "host/policy/QVKKeywordText.h"
+#include "host/policy/ScanTask.h"
+#include "sensrecord/DLPCacheSensRecordNode.h"
 #include "storage/DLPCacheIndex.h"
+#include "task/DLPCacheSensFileNode.h"
 #include "template/DLPCacheTplNode.h"
 #include "tests/support/TempRoot.h"
 
@@ -37,7 +41,27 @@ std::vector<Dump> DumpsOfThePage() {
     return dumps;
 }
 
-enum DumpOrder : std::size_t { kIndexHead, kIndexSlot3, kIndexSlot5, kTplRecord, kKeywordText, kArchive, kDumps };
+enum DumpOrder : std::size_t {
+    kIndexHead,
+    kIndexSlot3,
+    kIndexSlot5,
+    kTplRecord,
+    kFinding,
+    kFoundTimes,
+    kKeywordText,
+    kArchive,
+    kTask,
+    kDumps
+};
+
+std::string Encoded(DLPCache::SerialBasic& record) {
+    unsigned char* bytes = nullptr;
+    int length = 0;
+    EXPECT_TRUE(record.ToBuffer(bytes, length));
+    std::string encoded(reinterpret_cast<char const*>(bytes), static_cast<std::size_t>(length));
+    delete[] bytes;
+    return encoded;
+}
 
 class FormatsPage : public testing::Test {
   protected:
@@ -97,6 +121,45 @@ TEST_F(FormatsPage, TemplateRecordHoldsTheRuleAndTheText) {
     EXPECT_EQ(node.items[0].file_short_name, HString("a.txt"));
     EXPECT_EQ(record.stored_name, HString("a.txt"));
     EXPECT_EQ(text.tpl_id, HString("T1"));
+}
+
+TEST_F(FormatsPage, FindingReadsBackAndIsEncodedTheSame) {
+    std::string bytes = Bytes(kFinding);
+    DLPCache::SensFileNode record;
+    ASSERT_TRUE(record.FromBuffer(reinterpret_cast<unsigned char*>(bytes.data()), static_cast<int>(bytes.size())));
+    EXPECT_EQ(record.file_path, HString("/a"));
+    EXPECT_EQ(record.file_md5, HString("M1"));
+    EXPECT_EQ(record.file_attrs, (std::array<long long, 4>{1, 2, 3, -1}));
+    EXPECT_EQ(record.extra_1, HString("v"));
+    EXPECT_EQ(record.tpl_ids, std::vector<HString>{"T1"});
+    EXPECT_EQ(Encoded(record), bytes);
+}
+
+TEST_F(FormatsPage, FoundTimesReadBackAndAreEncodedTheSame) {
+    std::string bytes = Bytes(kFoundTimes);
+    DLPCache::SensRecordNode record;
+    ASSERT_TRUE(record.FromBuffer(reinterpret_cast<unsigned char*>(bytes.data()), static_cast<int>(bytes.size())));
+    EXPECT_EQ(record.realtime_count, 0);
+    EXPECT_EQ(record.policy_count, 2);
+    EXPECT_EQ(record.tool_count, 1);
+    EXPECT_EQ(Encoded(record), bytes);
+}
+
+TEST_F(FormatsPage, TaskRecordReadsBackAndIsWrittenTheSame) {
+    WriteBytes(root_ / "page.arc", Bytes(kTask));
+    ScanTask task;
+    ASSERT_EQ(task.from_file(HString(root_ / "page.arc")), 0);
+    EXPECT_EQ(task.id, HString("t1"));
+    EXPECT_EQ(task.name, HString("n"));
+    EXPECT_EQ(task.start_time, 1700000000);
+    EXPECT_EQ(task.handle, 7);
+    EXPECT_EQ(task.status, kTaskRunning);
+    EXPECT_EQ(task.audit_node().header().id, HString("p1"));
+    EXPECT_EQ(task.audit_node().tpl_ids, std::vector<HString>{"T1"});
+    EXPECT_TRUE(task.audit_node().keep);
+
+    ASSERT_EQ(task.to_file(HString(root_ / "again.arc")), 0);
+    EXPECT_EQ(ReadBytes(root_ / "again.arc"), Bytes(kTask));
 }
 
 TEST_F(FormatsPage, KeywordTextReadsBackAndIsEncodedTheSame) {
