@@ -73,16 +73,9 @@ bool MakeFiles(Place const& place) noexcept {
     return HFile::GetFileLen(place.index) >= 0;
 }
 
-// Null when it cannot be opened whole, so that the next count tries again.
-std::unique_ptr<Manager> OpenStore(Place const& place) {
-    if (!MakeFiles(place)) {
-        kSensRecordLog.Write(kLogError, 160, "make sens record store failed, dir: ", place.directory);
-        return nullptr;
-    }
-    auto store = std::make_unique<Manager>(kCapacity, place.index, place.data);
-    // Without memory it has no index, though the file has slots.
-    bool const has_index = store->GetIndexNumber() != 0 || HFile::GetFileLen(place.index) < kLeastIndex;
-    return has_index ? std::move(store) : nullptr;
+// Without memory a store has no index, though the file has slots.
+bool HasIndex(Manager const& store, Place const& place) noexcept {
+    return store.GetIndexNumber() != 0 || HFile::GetFileLen(place.index) < kLeastIndex;
 }
 
 }  // namespace
@@ -102,12 +95,23 @@ void DLPCacheSensRecord::PointAt(QVKPolicySensitiveFileAuditNode const& node) {
     if (version == Version::kUnknown) return;
     if (version == Version::kMissing) {
         bool const removed = RemoveCounts(place);
-        stores_.erase(place.directory);
+        Forget(place.directory);
         if (!removed) return;
     }
     auto& store = stores_[place.directory];
-    if (!store) store = OpenStore(place);
+    if (!store) {
+        if (!MakeFiles(place)) {
+            return kSensRecordLog.Write(kLogError, 160, "make sens record store failed, dir: ", place.directory);
+        }
+        store = std::make_unique<Manager>(kCapacity, place.index, place.data);
+        // The next count tries again.
+        if (!HasIndex(*store, place)) return Forget(place.directory);
+    }
     manager_ = store.get();
+}
+
+void DLPCacheSensRecord::Forget(HString const& directory) noexcept {
+    forgotten_.insert(stores_.extract(directory));
 }
 
 int DLPCacheSensRecord::Find(HString const& key, SensRecordNode& node) const noexcept {

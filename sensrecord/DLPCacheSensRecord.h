@@ -47,10 +47,12 @@ class TORVANE_API DLPCacheSensRecord {
 
   private:
     void PointAt(QVKPolicySensitiveFileAuditNode const& node);
+    void Forget(HString const& directory) noexcept;
 
-    HMutex mutex_;  // guards all below
-    // By directory. One that is destroyed leaves a little memory behind, so they are kept from one policy to the next.
-    std::map<HString, std::unique_ptr<Manager>> stores_;
+    HMutex mutex_;                                        // guards all below
+    std::map<HString, std::unique_ptr<Manager>> stores_;  // the open ones, by directory
+    // Those of earlier versions: nobody uses them, but to let one go takes memory, so they wait for the destructor.
+    std::multimap<HString, std::unique_ptr<Manager>> forgotten_;
     Manager* manager_ = nullptr;  // the one of the last Update; null until the first, or when that failed
 };
 

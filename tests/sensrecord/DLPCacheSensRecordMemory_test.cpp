@@ -1,6 +1,6 @@
 // Memory that runs out.
 #include <filesystem>
-#include <functional>
+#include <optional>
 
 #include "sensrecord/DLPCacheSensRecord.h"
 #include "tests/sensrecord/SensRecordFixture.h"
@@ -54,12 +54,11 @@ TEST_F(SensRecordMemoryTest, CountIsMadeOrLost) {
 }
 
 TEST_F(SensRecordMemoryTest, FirstCountLeavesNothingUnusable) {
-    Mgr* manager = nullptr;
+    std::optional<Mgr> manager;
     int counted = 0;
     WithEveryFailure(
         [&] {
-            delete manager;
-            manager = new Mgr;
+            manager.emplace();
             fs::remove_all(root_ / "cache");
         },
         [&] { counted = manager->GetRealTimeFileFoundTimes(a_, policy_); },
@@ -70,14 +69,14 @@ TEST_F(SensRecordMemoryTest, FirstCountLeavesNothingUnusable) {
             EXPECT_EQ(manager->GetRealTimeFileFoundTimes(a_, policy_), next + 1);
             EXPECT_EQ(CountA(), next + 2);
         });
-    delete manager;
 }
 
 TEST_F(SensRecordMemoryTest, NothingIsDeletedThatShouldStay) {
     CountTimes(3, "/of others");
     WriteBytes(root_ / "cache/sensrecord/file", "stays");
     int others = 3;
-    WithEveryFailure([] {}, [&] { (void)Mgr().GetRealTimeFileFoundTimes(a_, policy_); },
+    std::optional<Mgr> later;
+    WithEveryFailure([&] { later.emplace(); }, [&] { (void)later->GetRealTimeFileFoundTimes(a_, policy_); },
                      [&] { EXPECT_EQ(CountLater("/of others"), ++others); });
     EXPECT_EQ(ReadBytes(root_ / "cache/sensrecord/file"), "stays");
 }
