@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "host/policy/ArchiveReader.h"
+#include "host/policy/ArchiveWriter.h"
 #include "host/policy/KwDefineMgr.h"
 #include "tests/host/policy/DefinitionBuilder.h"
 #include "tests/support/TempRoot.h"
@@ -96,6 +98,16 @@ TEST_F(KwDefineMgrStampTest, NeitherArchivesNorComparisonsKnowOfIt) {
     EXPECT_EQ(stamped.nodes[0], Small().templates.nodes[0]);
     ASSERT_EQ(stamped.from_file(root / "stamped.arc"), 0);
     EXPECT_TRUE(stamped.nodes[0].get_data_md5().empty());
+}
+
+TEST_F(KwDefineMgrStampTest, WhatIsReadIntoARecordBearsNone) {
+    ASSERT_TRUE(mgr.install(Small()));
+    QVKConfigKeywordTemplateNode record = Held("T1");
+    Varnok::ArchiveWriter writer;
+    record.Encode(writer);
+    Varnok::ArchiveReader reader(writer.bytes());
+    ASSERT_TRUE(record.Decode(reader));
+    EXPECT_TRUE(record.get_data_md5().empty());
 }
 
 TEST_F(KwDefineMgrStampTest, TheListIsInIdOrderAndAppended) {
