@@ -69,19 +69,20 @@ DLPCacheTpl::~DLPCacheTpl() {
 }
 
 void DLPCacheTpl::Retire() noexcept {
-    if (manager_) manager_->Retire();
+    if (DLPCache::Manager* const store = manager_.load(std::memory_order_acquire)) store->Retire();
 }
 
 bool DLPCacheTpl::IsDependFileAttr() const noexcept {
-    return depends_on_file_attr_;
+    return depends_on_file_attr_.load(std::memory_order_relaxed);
 }
 
 int DLPCacheTpl::Add(HString const& key, QVKReportKeywordAttachNode const& node, QVKKeywordText const& text,
                      HString const& stored_name) const noexcept {
     using namespace DLPCache;
-    if (!manager_) return kTplLog.Failed("Add", 555, kAssertNull, kTplNoStore);
+    Manager* const store = manager_.load(std::memory_order_acquire);
+    if (!store) return kTplLog.Failed("Add", 555, kAssertNull, kTplNoStore);
     if (node.items.empty()) {
-        int const stored = manager_->Add(key, nullptr, 0);
+        int const stored = store->Add(key, nullptr, 0);
         return stored <= 0 ? stored : kTplStoredEmpty;
     }
     return NoThrow<int>(kTplNotEncoded, [&]() -> int {
@@ -94,25 +95,29 @@ int DLPCacheTpl::Add(HString const& key, QVKReportKeywordAttachNode const& node,
         if (record.Size() <= 0) return kTplLog.Failed("Add", 577, kAssertFalse, kTplNotEncoded);
         if (!record.ToBuffer(bytes, length)) return kTplLog.Failed("Add", 583, kAssertFalse, kTplNotEncoded);
         std::unique_ptr<unsigned char[]> const owner(bytes);
-        int const stored = manager_->Add(key, bytes, length);
+        int const stored = store->Add(key, bytes, length);
         return stored < 0 ? stored : kTplStored;
     });
 }
 
 int DLPCacheTpl::Add(Key const& key, QVKReportKeywordAttachNode const& node, QVKKeywordText const& text,
                      HString const& stored_name) const noexcept {
+    using namespace DLPCache;
+    // Without a store it is not known yet which key counts.
+    if (!HasStore()) return kTplLog.Failed("Add", 555, kAssertNull, kTplNoStore);
     if (!IsDependFileAttr()) return Add(key.md5, node, text, stored_name);
-    return NoThrow<int>(DLPCache::kTplNotEncoded, [&] { return Add(key.Hash(), node, text, stored_name); });
+    return NoThrow<int>(kTplNotEncoded, [&] { return Add(key.Hash(), node, text, stored_name); });
 }
 
 int DLPCacheTpl::Find(HString const& key, QVKReportKeywordAttachNode& node, QVKKeywordText& text,
                       HString& stored_name) const noexcept {
     using namespace DLPCache;
-    if (!manager_) return kTplLog.Failed("Find", 489, kAssertNull, kTplNoStore);
+    Manager* const store = manager_.load(std::memory_order_acquire);
+    if (!store) return kTplLog.Failed("Find", 489, kAssertNull, kTplNoStore);
     node.reset_to_default();
     unsigned char* bytes = nullptr;
     int length = 0;
-    int const found = manager_->Find(key, bytes, length);
+    int const found = store->Find(key, bytes, length);
     std::unique_ptr<unsigned char[]> const owner(bytes);
     if (found <= 0) return found;
     if (found == kFound || !bytes || length == 0) return kTplNotMatched;
@@ -129,10 +134,12 @@ int DLPCacheTpl::Find(HString const& key, QVKReportKeywordAttachNode& node, QVKK
 
 int DLPCacheTpl::Find(Key const& key, QVKReportKeywordAttachNode& node, QVKKeywordText& text,
                       HString& stored_name) const noexcept {
-    return NoThrow<int>(DLPCache::kTplNotDecoded, [&] {
+    using namespace DLPCache;
+    if (!HasStore()) return kTplLog.Failed("Find", 489, kAssertNull, kTplNoStore);
+    return NoThrow<int>(kTplNotDecoded, [&] {
         int const found =
             IsDependFileAttr() ? Find(key.Hash(), node, text, stored_name) : Find(key.md5, node, text, stored_name);
-        if (found == DLPCache::kTplMatched) {
+        if (found == kTplMatched) {
             for (auto& item : node.items)
                 SetFileShortName(key.short_name, item.file_short_name);
         }
@@ -145,7 +152,7 @@ void DLPCacheTpl::FillAttachTplInfo(QVKReportKeywordAttachNode& node) const noex
 }
 
 void DLPCacheTpl::FillInfo(QVKReportKeywordAttachNode& node) const {
-    if (tpl_) FillTplNames(*tpl_, node);
+    if (auto const* tpl = tpl_.load(std::memory_order_acquire)) FillTplNames(*tpl, node);
     if (define_mgr_) FillRules(*define_mgr_, node);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "host/base/Export.h"
 #include "host/base/HString.h"
 #include "host/policy/QVKConfigKeywordTemplateNode.h"
@@ -49,6 +51,10 @@ class TORVANE_API DLPCacheTpl {
     DLPCacheTpl& operator=(DLPCacheTpl const&) = delete;
 
     void Init(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) noexcept;
+    // For the manager: tries once more to open a cache that has no store, when its snapshot is there by now or `md5` is
+    // that of the process-wide definitions again. Others may use the cache meanwhile.
+    void OpenAgain(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) noexcept;
+    [[nodiscard]] bool HasStore() const noexcept { return manager_.load(std::memory_order_acquire) != nullptr; }
 
     // Whether a rule of the template looks at file attributes (sub-type 2001 or 2002): then the file's name is part of
     // the key.
@@ -92,8 +98,9 @@ class TORVANE_API DLPCacheTpl {
     void OpenStore(HString const& directory, int bucket_count);
     void FillInfo(QVKReportKeywordAttachNode& node) const;
 
-    DLPCache::Manager* manager_ = nullptr;
+    // The store is published last, so that whoever sees it sees the rest; from then on nothing changes.
+    std::atomic<DLPCache::Manager*> manager_{nullptr};
     KwDefineMgr* define_mgr_ = nullptr;
-    QVKConfigKeywordTemplateNode const* tpl_ = nullptr;  // held by define_mgr_
-    bool depends_on_file_attr_ = false;                  // of tpl_, which does not change
+    std::atomic<QVKConfigKeywordTemplateNode const*> tpl_{nullptr};  // held by define_mgr_
+    std::atomic<bool> depends_on_file_attr_{false};                  // of tpl_, which does not change
 };

@@ -154,7 +154,11 @@ DLPCacheTpl* DLPCacheTplMgr::GetCache(QVKConfigKeywordTemplateNode const& tpl, H
     HAutoMutex const lock(mutex_);
     return NoThrow<DLPCacheTpl*>(nullptr, [&] {
         auto const [entry, added] = caches_.try_emplace(md5, nullptr);
-        if (!entry->second) entry->second = new (std::nothrow) DLPCacheTpl(tpl, md5);
+        if (!entry->second) {
+            entry->second = new (std::nothrow) DLPCacheTpl(tpl, md5);
+        } else if (!entry->second->HasStore()) {
+            entry->second->OpenAgain(tpl, md5);
+        }
         return entry->second;
     });
 }

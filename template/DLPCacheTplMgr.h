@@ -29,7 +29,8 @@ class TORVANE_API DLPCacheTplMgr {
     void InitTpl(HString const& tpl_id) noexcept;
     void InitTplMD5(HString const& dir) noexcept;
 
-    // The cache under `md5`, made when there is none (it may have no store, see DLPCacheTpl). Null only without memory.
+    // The cache under `md5`, made when there is none (it may have no store, see DLPCacheTpl; each call tries again to
+    // give it one). Null only without memory.
     [[nodiscard]] DLPCacheTpl* GetCache(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) noexcept;
     // Deletes the cache's directory and forgets the cache: who still holds it gets a code of the store from then on,
     // and GetCache makes a new one. False when there is none under `md5`, or when its directory does not lie below the
@@ -48,8 +49,8 @@ class TORVANE_API DLPCacheTplMgr {
   private:
     void OpenFound(HString const& directory);  // InitTplMD5, but throws without memory
 
-    HMutex mutex_;  // guards what follows; re-entrant. Taken under it: a store's locks, those of the definitions, of
-                    // the root's path and of the log
+    HMutex mutex_;  // guards what follows; re-entrant. Taken under it: the task registry's lock and what comes after it
+                    // (docs/threads.md), a store's locks, those of the definitions, of the root's path and of the log
     std::map<HString, DLPCacheTpl*> caches_;          // by template MD5
     std::multimap<HString, DLPCacheTpl*> forgotten_;  // deleted, but callers may still hold them
 };

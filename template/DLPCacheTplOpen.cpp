@@ -62,11 +62,18 @@ int ReadBucketCount(HString const& tpl_id) {
 
 void DLPCacheTpl::Init(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) noexcept {
     Retire();
-    Varnok::Retain(manager_);
-    manager_ = nullptr;
+    Varnok::Retain(manager_.exchange(nullptr));
     tpl_ = nullptr;
     depends_on_file_attr_ = false;
     NoThrow(false, [&] { return Open(tpl, md5), true; });
+}
+
+void DLPCacheTpl::OpenAgain(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) noexcept {
+    NoThrow(false, [&] {
+        HString const tpl_file = DLPCache::TplSnapshotFile(DLPCache::TplDirectory(IdOf(tpl), md5));
+        if (!IsCurrent(tpl, md5) && !HFile::IsFileExistFile(tpl_file)) return false;
+        return Open(tpl, md5), true;
+    });
 }
 
 void DLPCacheTpl::Open(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) {
@@ -101,8 +108,9 @@ DLPCacheTpl::Snapshot DLPCacheTpl::LoadSnapshot(QVKConfigKeywordTemplateNode con
     }
     HString const found = define_mgr_->get_md5_by_tpl(tpl);
     if (found.empty()) return Snapshot::kUnknown;  // without memory
-    tpl_ = found == md5 ? define_mgr_->get_tpl_by_id(IdOf(tpl)) : nullptr;
-    return tpl_ ? Snapshot::kMatches : Snapshot::kDiffers;
+    auto const* const own = found == md5 ? define_mgr_->get_tpl_by_id(IdOf(tpl)) : nullptr;
+    tpl_.store(own, std::memory_order_release);
+    return own ? Snapshot::kMatches : Snapshot::kDiffers;
 }
 
 bool DLPCacheTpl::MakeSnapshot(QVKConfigKeywordTemplateNode const& tpl, HString const& md5, HString const& directory) {
@@ -123,7 +131,8 @@ void DLPCacheTpl::OpenStore(HString const& directory, int bucket_count) {
     index_path << "index";
     HString data_path = directory;
     data_path << "cache";
+    auto const& tpl = *tpl_.load(std::memory_order_relaxed);
     depends_on_file_attr_ = std::any_of(std::begin(kFileAttrSubTypes), std::end(kFileAttrSubTypes),
-                                        [this](int type) { return define_mgr_->is_exist_rule_sub_type(*tpl_, type); });
-    manager_ = new DLPCache::Manager(bucket_count, index_path, data_path);
+                                        [&](int type) { return define_mgr_->is_exist_rule_sub_type(tpl, type); });
+    manager_.store(new DLPCache::Manager(bucket_count, index_path, data_path), std::memory_order_release);
 }
