@@ -94,6 +94,34 @@ TEST_F(DLPCacheTplMgrTest, CacheForAnOutOfDateMd5IsGivenWithoutStore) {
     EXPECT_EQ(FindIn(*cache, HString("key")).code, -2);
 }
 
+TEST_F(DLPCacheTplMgrTest, CacheAskedForTooEarlyHasAStoreWhenItsDefinitionsComeBack) {
+    DLPCacheTplMgr manager;
+    QVKConfigKeywordTemplateNode const tpl = Current();
+    HString const md5 = CurrentMd5();
+    HString const text = Rule(0).rule_text;
+    Rule(0).rule_text = "edited";
+    Install();
+    DLPCacheTpl* const cache = manager.GetCache(tpl, md5);
+    ASSERT_EQ(FindIn(*cache, HString("key")).code, -2);
+    Rule(0).rule_text = text;
+    Install();
+    ASSERT_EQ(manager.GetCache(Current(), md5), cache);
+    EXPECT_EQ(cache->Add(HString("key"), TwoItems(), MakeText("text"), "name"), 1);
+    EXPECT_EQ(FindIn(*cache, HString("key")).code, 2);
+}
+
+TEST_F(DLPCacheTplMgrTest, CacheWhosePlaceWasTakenHasAStoreOnceItIsFree) {
+    DLPCacheTplMgr manager;
+    std::filesystem::create_directories(TplPath("T1"));
+    std::string const place = TplPath("T1") + "/" + CurrentMd5().get_str();
+    WriteBytes(place, "in the way");
+    DLPCacheTpl* const cache = manager.GetCache(Current(), CurrentMd5());
+    ASSERT_EQ(FindIn(*cache, HString("key")).code, -2);
+    std::filesystem::remove(place);
+    ASSERT_EQ(manager.GetCache(Current(), CurrentMd5()), cache);
+    EXPECT_EQ(FindIn(*cache, HString("key")).code, 0);
+}
+
 TEST_F(DLPCacheTplMgrTest, CachesAreFoundAgainAtStart) {
     Prepare();
     DLPCacheTplMgr manager;
