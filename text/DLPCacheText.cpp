@@ -1,5 +1,7 @@
 #include "text/DLPCacheText.h"
 
+#include <cstddef>
+
 #include "host/base/HFile.h"
 #include "host/base/NoThrow.h"
 #include "host/policy/KwIdName.h"
@@ -20,10 +22,30 @@ bool IsKeepable(QVKKeywordText const& text) noexcept {
     return has_content && !text.second_positions.empty();
 }
 
+constexpr int kOwnLevels = 3;  // <task path>/<task id>/text
+
+// Whether no file or symbolic link stands where the directory, its task's or that of all tasks belongs.
+bool IsPlaceFree(HString const& directory) {
+    HString path = directory;
+    for (int level = 0; level < kOwnLevels; ++level) {
+        // Both are true of what cannot be looked at: reading and writing tell.
+        if (HFile::IsFileExistFile(path.dir_fit(false)) && !HFile::IsFileExistDir(path)) return false;
+        path.cut_to(static_cast<std::size_t>(path.length() - path.get_short_name().length()));
+    }
+    return directory.not_empty();
+}
+
+// The same without memory: then nothing is touched.
+bool MayUse(HString const& directory) noexcept {
+    return NoThrow(false, [&] { return IsPlaceFree(directory); });
+}
+
 }  // namespace
 
 DLPCacheText::DLPCacheText(HString const& taskId) noexcept
     : directory_(NoThrow(HString(), [&] {
+          // A task without an id is one whose record could not be read: nothing is ever written for it.
+          if (taskId.empty()) return HString();
           HString directory = KwLocateMgr::pins()->get_task_path(taskId, true);
           if (directory.empty()) return directory;  // never a path of its own: that would be relative
           directory << "text";
@@ -40,14 +62,13 @@ HString DLPCacheText::GetFileArcCache(HString const& name) const noexcept {
 }
 
 int DLPCacheText::Add(HString const& name, QVKKeywordText const& text) const noexcept {
-    if (!HFile::IsFileExistDir(directory_)) (void)Varnok::MakeDir(directory_);
+    if (MayUse(directory_) && !HFile::IsFileExistDir(directory_)) (void)Varnok::MakeDir(directory_);
     return IsKeepable(text) ? WriteArcCache(name, text) : kTextNotKeepable;
 }
 
 int DLPCacheText::WriteArcCache(HString const& name, QVKKeywordText const& text) const noexcept {
     HString const path = GetFileArcCache(name);
-    // A symbolic link in the directory's place: nothing behind it is touched.
-    if (path.empty() || !HFile::IsFileExistDir(directory_)) return kTextStored;
+    if (path.empty() || !MayUse(directory_) || !HFile::IsFileExistDir(directory_)) return kTextStored;
     if (HFile::IsFileExistFile(path)) {
         kLog.Write(kLogWarning, 156, "conflict exist, cover !!!!!!!!!!");
         (void)HFile::delete_file2(path);
@@ -57,7 +78,7 @@ int DLPCacheText::WriteArcCache(HString const& name, QVKKeywordText const& text)
 }
 
 int DLPCacheText::Find(HString const& name, QVKKeywordText& text) const noexcept {
-    if (!HFile::IsFileExistDir(directory_)) return kTextMissing;
+    if (!MayUse(directory_) || !HFile::IsFileExistDir(directory_)) return kTextMissing;
     HString const path = GetFileArcCache(name);
     if (!HFile::IsFileExistFile(path)) return kTextMissing;
     (void)text.from_file(path);

@@ -13,12 +13,17 @@
 //   else:                        second_text_path names an existing file, or without such a path second_text is set,
 //                                and second_positions is not empty.
 //
+// Nothing is made, read or deleted for an empty task id, nor behind a symbolic link in the place of the directory, of
+// the task's or of that of all tasks. To be used for tasks that are registered: what is added for a task that was
+// removed leaves a directory without a record behind.
+//
 // A value without a lock: any thread, but one thread at a time per name. Nothing throws; codes are TextCode.
 class TORVANE_API DLPCacheText {
   public:
     explicit DLPCacheText(HString const& taskId) noexcept;
 
-    // The file of a name, which is mapped as ids are (Varnok::IdToFileName). Empty without memory.
+    // The file of a name, which is mapped as ids are (Varnok::IdToFileName). Empty without a task id and without
+    // memory.
     [[nodiscard]] HString GetFileArcCache(HString const& name) const noexcept;
     // kTextStored (also when writing failed, see WriteArcCache) or kTextNotKeepable. Makes the directory in any case.
     int Add(HString const& name, QVKKeywordText const& text) const noexcept;
@@ -29,5 +34,5 @@ class TORVANE_API DLPCacheText {
     int WriteArcCache(HString const& name, QVKKeywordText const& text) const noexcept;
 
   private:
-    HString directory_;  // ends in a separator; empty without memory
+    HString directory_;  // ends in a separator; empty without a task id and without memory
 };

@@ -127,7 +127,7 @@ TEST_F(TextTest, TasksAreApart) {
 
 TEST_F(TextTest, PathIsTaskAndNameAsFileNames) {
     EXPECT_EQ(cache_.GetFileArcCache("a").get_str(), root_ / "cache/task/T1/text/a.arc");
-    EXPECT_EQ(DLPCacheText("").GetFileArcCache("").get_str(), root_ / "cache/task/%/text/%.arc");
+    EXPECT_EQ(cache_.GetFileArcCache("").get_str(), root_ / "cache/task/T1/text/%.arc");
     EXPECT_EQ(DLPCacheText("../T").GetFileArcCache("../a/b").get_str(),
               root_ / "cache/task/%2E.%2FT/text/%2E.%2Fa%2Fb.arc");
 }
@@ -183,6 +183,33 @@ TEST_F(TextTest, NothingBehindALinkInTheDirectorysPlaceIsTouched) {
     EXPECT_EQ(Find("a"), (Found{-4, Text("before")}));
     EXPECT_EQ(ReadBytes(root_ / "elsewhere/a.arc"), "stays");
     EXPECT_FALSE(Exists(root_ / "elsewhere/b.arc"));
+}
+
+TEST_F(TextTest, NothingBehindALinkAboveTheDirectoryIsTouched) {
+    fs::path const cache = root_ / "cache";
+    fs::path const elsewhere = root_ / "elsewhere";
+    fs::create_directories(elsewhere / "T1/text");
+    for (char const* const link : {"task", "task/T1"}) {
+        SCOPED_TRACE(link);
+        fs::remove_all(cache / "task");
+        fs::create_directories((cache / link).parent_path());
+        fs::create_directory_symlink(link == std::string("task") ? elsewhere : elsewhere / "T1", cache / link);
+        EXPECT_EQ(cache_.Add("a", Text("alpha")), 1);
+        EXPECT_EQ(cache_.WriteArcCache("a", Text("alpha")), 1);
+        EXPECT_TRUE(fs::is_empty(elsewhere / "T1/text"));
+        ASSERT_EQ(Text("alpha").to_file(HString((elsewhere / "T1/text/b.arc").string())), 0);
+        EXPECT_EQ(Find("b").code, -4);
+        fs::remove(elsewhere / "T1/text/b.arc");
+    }
+}
+
+TEST_F(TextTest, NothingIsDoneForATaskWithoutId) {
+    DLPCacheText const nobodys{HString()};
+    EXPECT_TRUE(nobodys.GetFileArcCache("a").empty());
+    EXPECT_EQ(nobodys.Add("a", Text("alpha")), 1);
+    QVKKeywordText text;
+    EXPECT_EQ(nobodys.Find("a", text), -4);
+    EXPECT_FALSE(Exists(root_ / "cache/task"));
 }
 
 TEST_F(TextTest, FileInTheDirectorysPlaceStays) {
