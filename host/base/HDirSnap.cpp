@@ -23,7 +23,9 @@ int List(HString const& directory, std::vector<HDirSnap::Entry>& entries, std::v
     prefix.dir_fit(true);
     while (auto const* entry = scan.Next()) {
         bool is_directory = false;
-        if (int const error = Varnok::IsDirectory(scan.Fd(), *entry, is_directory); error == ENOENT) continue;
+        int const error = Varnok::IsDirectory(scan.Fd(), *entry, is_directory);
+        if (error == ENOENT) continue;  // gone meanwhile
+        if (error != 0) return error;
         entries.push_back({HString(prefix) << entry->d_name, is_directory});
         if (is_directory) directories.push_back(entries.back().path);
     }

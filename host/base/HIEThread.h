@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <utility>
 
 #include "host/base/Export.h"
 
@@ -24,12 +25,18 @@ class TORVANE_API Shared {
     std::atomic<int> references_{1};
 };
 
-// A started thread, as its starter holds it: one that was neither detached nor joined must be one of the two once. A
-// value; one object, one thread.
+// A started thread, as its starter holds it: to be detached or joined once. Moved, not copied; one object, one thread.
 class TORVANE_API ThreadControl {
   public:
     ThreadControl() noexcept = default;  // no thread
     explicit ThreadControl(pthread_t thread) noexcept : thread_(thread), started_(true) {}
+    ThreadControl(ThreadControl&& other) noexcept
+        : thread_(other.thread_), started_(std::exchange(other.started_, false)) {}
+    ThreadControl& operator=(ThreadControl&& other) noexcept {
+        std::swap(thread_, other.thread_);
+        std::swap(started_, other.started_);
+        return *this;
+    }
 
     [[nodiscard]] bool started() const noexcept { return started_; }
     // Lets the thread run on by itself, or waits for its end. Without a thread, or called again: nothing.
