@@ -160,11 +160,11 @@ std::string_view FileScanner::TextFor(std::vector<std::size_t> const& missing) {
     return extracted_.text;
 }
 
-// Keeps a text that was inflated whole, if the file has matches. Any other text is the content itself, which was read
-// for its MD5 in any case, or would hide that there is something to tell of it.
+// Keeps a text that was inflated whole; without a match there is no place to keep, and it is not. Any other text is the
+// content itself, which was read for its MD5 in any case, or would hide that there is something to tell of it.
 void FileScanner::KeepText(QVKKeywordMatchNode const& whole) {
     if (task_ == nullptr || !extracted_.inflated || extracted_.damaged || extracted_.cut) return;
-    if (whole.sensitive) task_->texts().Keep(md5_of_file_, extracted_.text, whole.texts);
+    task_->texts().Keep(md5_of_file_, extracted_.text, whole.texts);
 }
 
 }  // namespace scanner

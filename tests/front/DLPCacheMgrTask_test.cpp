@@ -157,6 +157,8 @@ TEST_F(DLPCacheMgrTaskTest, TwoFileItemsAreRefusedAndNothingIsStored) {
     result.check_param->file_items.push_back(Item("b", Ids({"t1"})));
     result.match_items.push_back(result.match_items[0]);
     EXPECT_EQ(Front().AddCache(result), -50);
+    result.match_items.pop_back();
+    EXPECT_EQ(Front().AddCache(result), -50);
     EXPECT_TRUE(IsNothingStored());
 }
 

@@ -56,6 +56,15 @@ TEST_F(AuditPolicies, AreInForceAndKeptForLaterProcesses) {
     EXPECT_EQ(OnDisk().nodes[0].header().time_stamp, version);
 }
 
+TEST_F(AuditPolicies, OfAnEarlierProcessAreInForceAgain) {
+    long long const version = Version("daily", {"a"});
+    ASSERT_TRUE(QVKPolicySensitiveFileAuditVTMgr::pins()->set_no_write_to_arc(QVKPolicySensitiveFileAuditVT()));
+    EXPECT_EQ(Version("daily", {"a"}), version);
+    QVKPolicySensitiveFileAuditVT in_force;
+    ASSERT_TRUE(QVKPolicySensitiveFileAuditVTMgr::pins()->get(in_force, false));
+    EXPECT_EQ(in_force.nodes.size(), 1U);
+}
+
 TEST_F(AuditPolicies, KeepTheirVersionWhileTheirTemplatesStay) {
     long long const version = Version("daily", {"a", "b"});
     EXPECT_EQ(Version("daily", {"a", "b"}), version);

@@ -75,7 +75,7 @@ TEST_F(KeptTextsTest, WithoutAPlaceAreNotKept) {
     texts.Keep(kMd5, "plan", {});
     texts.Keep(kMd5, "plan", {QVKKeywordText()});
     EXPECT_EQ(texts.Find(kMd5), std::nullopt);
-    EXPECT_FALSE(std::filesystem::exists(tree_ / kFile));
+    EXPECT_FALSE(std::filesystem::exists(tree_ / "root/cache/task"));
 }
 
 TEST_F(KeptTextsTest, ThatAreThereAreNotWrittenAgain) {

@@ -1,6 +1,7 @@
 // What a scan that is a task hands over besides answers: findings, counts, texts.
 #include <gmock/gmock.h>
 
+#include <cstdint>
 #include <filesystem>
 
 #include "examples/scanner/AuditPolicy.h"
@@ -44,6 +45,13 @@ class TaskScanning : public testing::Test {
         for (SensFile file; cache.Find(static_cast<int>(findings.size()) + 1, file) != 0;)
             findings.push_back(file);
         return findings;
+    }
+    // Bytes of every file of a template's caches.
+    [[nodiscard]] std::uintmax_t StoredBytes(std::string const& tpl) const {
+        std::uintmax_t bytes = 0;
+        for (auto const& entry : std::filesystem::recursive_directory_iterator(tree_ / ("root/cache/template/" + tpl)))
+            bytes += entry.is_regular_file() ? entry.file_size() : 0;
+        return bytes;
     }
     [[nodiscard]] bool IsKept(std::string const& content) const {
         std::string const md5 = Digest(Digest::Kind::kMd5).Of(content);
@@ -93,6 +101,14 @@ TEST_F(TaskScanning, RecordsAPartlyAnsweredFileOnceWithAllItsTemplates) {
     EXPECT_EQ(Findings()[1].extra_1, "File name: *.pem\nplan(1)\n");
     Scan(tree_ / "b.pem");
     EXPECT_EQ(Figures().full_hits, 1U);
+}
+
+TEST_F(TaskScanning, StoresOnlyTheAnswersThatWereMissing) {
+    Scan(tree_.Write("a.txt", "the plan"));
+    std::uintmax_t const stored = StoredBytes("words");
+    Scan(tree_.Write("b.pem", "the plan"));
+    EXPECT_EQ(Figures().partial_hits, 1U);
+    EXPECT_EQ(StoredBytes("words"), stored);
 }
 
 TEST_F(TaskScanning, RecordsNothingOfOtherFiles) {
@@ -162,6 +178,14 @@ TEST_F(TaskScanning, KeepsNoTextOfPlainContent) {
     EXPECT_FALSE(IsKept("the plan"));
     EXPECT_TRUE(ScanEdited(file, "pla").sensitive);
     EXPECT_EQ(edited_counters_.texts_kept, 0U);
+}
+
+TEST_F(TaskScanning, KeepsNoTextOfTheFileBefore) {
+    Scan(tree_.Write("b.txt", "another plan"));
+    Scan(tree_.Write("a.gz", Gzip("the plan")));
+    Scan(tree_.Write("b.pem", "another plan"));  // asks for its name alone, no text is extracted
+    EXPECT_EQ(Figures().partial_hits, 1U);
+    EXPECT_FALSE(IsKept("another plan"));
 }
 
 TEST_F(TaskScanning, KeepsNoTextWithoutAMatch) {
