@@ -111,6 +111,20 @@ TEST_F(HIEThreadTest, ADetachedThreadIsNotJoined) {
     destroyed.wait();
 }
 
+TEST_F(HIEThreadTest, AMovedControlIsTheOnlyOne) {
+    Worker* const worker = Make([] {});
+    HIEUtil::ThreadControl first = worker->start();
+    HIEUtil::ThreadControl second(std::move(first));
+    EXPECT_FALSE(first.started());
+    HIEUtil::ThreadControl third;
+    third = std::move(second);
+    EXPECT_FALSE(second.started());
+    EXPECT_TRUE(third.started());
+    third.join();
+    EXPECT_EQ(fate.runs, 1);
+    worker->release();
+}
+
 TEST_F(HIEThreadTest, NoThreadIsNeitherJoinedNorDetached) {
     HIEUtil::ThreadControl none;
     EXPECT_FALSE(none.started());
