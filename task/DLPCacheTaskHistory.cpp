@@ -79,8 +79,7 @@ bool DLPCacheTaskMgr::AppendHistory(Tasks& out) const noexcept {
         out.reserve(out.size() + tasks_.size());
         PoliciesInForce const policies;
         for (auto const& [id, task] : tasks_) {
-            if (!IsOver(*task) && !DLPCache::IsRealtimeTask(*task) && !policies.KeepOpen(*task))
-                CloseTask(*task, kTaskFinished);
+            if (!IsOver(*task) && !DLPCache::IsRealtimeTask(*task) && !policies.KeepOpen(*task)) CloseTask(*task);
             out.push_back(task);
         }
         return true;

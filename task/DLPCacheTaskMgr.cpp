@@ -77,6 +77,18 @@ bool IsFinal(int status) noexcept {
     return status == kTaskFinished || status == kTaskEnded;
 }
 
+// What the scanner keeps while the task runs; it need not be there.
+void DeleteSnapCache(ScanTask const& task) noexcept {
+    NoThrow(false, [&] {
+        if (!DLPCache::IsTaskDirectoryFree(task.id)) return false;
+        HString const file = KwLocateMgr::pins()->get_task_snap_cache(task.id);
+        int const failed = file.empty() ? ENOMEM : HFile::delete_file2(file);
+        if (failed == 0) return true;
+        kTaskLog.Write(DLPCache::kLogError, 98, "delete snap cache failed, errno: ", failed, ", file: ", file);
+        return false;
+    });
+}
+
 }  // namespace
 
 DLPCacheTaskMgr* DLPCacheTaskMgr::pins() noexcept {
@@ -178,23 +190,20 @@ void DLPCacheTaskMgr::UpdateTaskStatus(HString const& id, int status) noexcept {
     HAutoMutex const lock(mutex_);
     auto const entry = tasks_.find(id);
     if (entry == tasks_.end()) return;  // removed meanwhile
-    if (IsFinal(status)) return CloseTask(*entry->second, status);
-    entry->second->status = status;
-    TaskToArc(entry->second);
+    ScanTask& task = *entry->second;
+    if (IsFinal(status)) {
+        task.end_time = std::time(nullptr);
+        DeleteSnapCache(task);
+    }
+    task.status = status;
+    TaskToArc(&task);
 }
 
-void DLPCacheTaskMgr::CloseTask(ScanTask& task, int status) const noexcept {
-    task.status = status;
+void DLPCacheTaskMgr::CloseTask(ScanTask& task) const noexcept {
+    task.status = kTaskFinished;
     task.end_time = std::time(nullptr);
     TaskToArc(&task);
-    NoThrow(false, [&] {
-        if (!DLPCache::IsTaskDirectoryFree(task.id)) return false;
-        HString const file = KwLocateMgr::pins()->get_task_snap_cache(task.id);
-        int const failed = file.empty() ? ENOMEM : HFile::delete_file2(file);
-        if (failed == 0) return true;
-        kTaskLog.Write(DLPCache::kLogError, 198, "delete snap cache failed, errno: ", failed, ", file: ", file);
-        return false;
-    });
+    DeleteSnapCache(task);
 }
 
 void DLPCacheTaskMgr::TaskToArc(ScanTask const* task) const noexcept {

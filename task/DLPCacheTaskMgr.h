@@ -138,7 +138,7 @@ class TORVANE_API DLPCacheTaskMgr {
     // Registers what from_file made of a record, under the id in it. Null without memory for the reading.
     ScanTask* TakeTask(std::unique_ptr<ScanTask> task, int failed, HString const& record, Registered earlier);
     void Register(HString const& id, ScanTask* task);
-    void CloseTask(ScanTask& task, int status) const noexcept;
+    void CloseTask(ScanTask& task) const noexcept;
     [[nodiscard]] bool AppendHistory(std::vector<ScanTask const*>& out) const noexcept;
     template <class Wanted>
     [[nodiscard]] bool AppendTasks(Wanted const& wanted, std::vector<ScanTask const*>& out) const noexcept;

@@ -48,12 +48,10 @@ void DLPCacheTaskMgr::DelTask(ScanTask const& task) noexcept {
         std::set<ScanTask const*> released;
         auto const entry = tasks_.find(removed.id);
         if (entry != tasks_.end()) released.insert(entry->second);
-        if (removed.id.not_empty()) {
-            DeleteTplCaches(removed, GetOpenedCache(removed.id), *caches);
-            if (int const failed = DLPCache::DeleteTaskDirectory(removed.id))
-                DLPCache::kTaskLog.Write(DLPCache::kLogError, 64, "delete task failed, errno: ", failed,
-                                         ", id: ", removed.id);
-        }
+        DeleteTplCaches(removed, GetOpenedCache(removed.id), *caches);
+        if (int const failed = DLPCache::DeleteTaskDirectory(removed.id))
+            DLPCache::kTaskLog.Write(DLPCache::kLogError, 64, "delete task failed, errno: ", failed,
+                                     ", id: ", removed.id);
         // Nothing throws from here on: the task is out of the one set and in the other.
         released_.merge(released);
         if (entry != tasks_.end()) tasks_.erase(entry);

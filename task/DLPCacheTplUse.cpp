@@ -24,8 +24,7 @@ bool TplUse::Load() {
     std::vector<HString> task_ids;
     if (!registry || !registry->GetHistoryIds(task_ids)) return false;
     for (HString const& id : task_ids) {
-        // A task without a readable record has no id, and used nothing that is known.
-        if (id.empty() || (without_task_ && id == *without_task_)) continue;
+        if (without_task_ && id == *without_task_) continue;
         TaskDefinitions const definitions(id, registry->GetOpenedCache(id));
         if (definitions.error() != 0 || !definitions.get() || !Note(*definitions.get())) return false;
     }

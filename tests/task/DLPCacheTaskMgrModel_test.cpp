@@ -3,10 +3,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <map>
-#include <optional>
 #include <random>
 #include <set>
 
@@ -15,49 +13,20 @@
 #include "task/DLPCacheTaskMgr.h"
 #include "template/DLPCacheTplMgr.h"
 #include "tests/storage/Seed.h"
+#include "tests/task/TaskModel.h"
 #include "tests/template/TplFixture.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using task_model::Model;
+using task_model::Policy;
+using task_model::Task;
 
 constexpr int kLives = 6;
 constexpr int kOperations = 150;  // of one life
 constexpr int kTemplates = 3;
 constexpr int kPatience = 60000;  // milliseconds until a queue must be written
-
-struct ModelPolicy {
-    std::string id;
-    long long version = 0;
-    bool keep = false;
-
-    [[nodiscard]] QVKPolicySensitiveFileAuditNode Node(std::vector<int> const& tpls) const {
-        QVKPolicySensitiveFileAuditNode node;
-        node.policy->id = HString(id);
-        node.policy->time_stamp = version;
-        node.keep = keep;
-        for (int const tpl : tpls)
-            node.tpl_ids.emplace_back("T" + std::to_string(tpl));
-        return node;
-    }
-};
-
-struct ModelTask {
-    long long start_time = 0;
-    int status = kTaskRunning;
-    bool has_end_time = false;
-    long long handle = 0;
-    long long recorded_handle = 0;
-    unsigned char kind = 0;
-    bool realtime = false;
-    ModelPolicy policy;
-    std::vector<int> tpls;
-    std::optional<std::map<int, std::string>> snapshot;  // MD5 by template
-    int findings = 0;
-    bool snap_cache = false;
-
-    [[nodiscard]] bool IsOver() const { return status == kTaskFinished || status == kTaskEnded; }
-};
 
 // The model, and the operations on it. In a child process they are done on the library as well, and compared; the
 // parent then draws the same random numbers and keeps the model alone.
@@ -68,9 +37,7 @@ class World {
     void Live(bool real) {
         real_ = real;
         removed_.clear();
-        policies_ = stored_policies_;
-        for (auto& [id, task] : tasks_)
-            task.handle = task.recorded_handle;
+        model_.Restart();
         if (real_) {
             Install();
             ASSERT_NE(DLPCacheTaskMgr::pins(), nullptr);
@@ -156,50 +123,41 @@ class World {
 
     // Policies.
 
-    ModelPolicy DrawPolicy() {
+    Policy DrawPolicy() {
         return {"P" + std::to_string(Draw(3)), 60 * (1 + Draw(3)), Draw(3) == 0};  // a version is a minute of 1970
     }
+    static QVKPolicySensitiveFileAuditNode Node(Policy const& policy, std::vector<int> const& tpls) {
+        QVKPolicySensitiveFileAuditNode node;
+        node.policy->id = HString(policy.id);
+        node.policy->time_stamp = policy.version;
+        node.keep = policy.keep;
+        for (int const tpl : tpls)
+            node.tpl_ids.emplace_back(TplId(tpl));
+        return node;
+    }
     void ReplacePolicies() {
-        policies_.clear();
+        model_.policies.clear();
         for (int left = Draw(4); left > 0; --left)
-            policies_.push_back(DrawPolicy());
+            model_.policies.push_back(DrawPolicy());
         bool const stored = Draw(2) == 0;
-        if (stored) stored_policies_ = policies_;
+        if (stored) model_.stored_policies = model_.policies;
         if (!real_) return;
         QVKPolicySensitiveFileAuditVT table;
-        for (ModelPolicy const& policy : policies_)
-            table.nodes.push_back(policy.Node({}));
+        for (Policy const& policy : model_.policies)
+            table.nodes.push_back(Node(policy, {}));
         if (stored) {
             EXPECT_EQ(QVKPolicySensitiveFileAuditVTMgr::pins()->set(table), 0);
         } else {
             EXPECT_TRUE(QVKPolicySensitiveFileAuditVTMgr::pins()->set_no_write_to_arc(table));
         }
     }
-    [[nodiscard]] bool StaysOpen(ModelTask const& task) const {
-        for (ModelPolicy const& policy : policies_) {
-            if (policy.id == task.policy.id) return policy.keep || policy.version == task.policy.version;
-        }
-        return !policies_.empty() && policies_.back().keep;
-    }
-    void Close(ModelTask& task, int status) {
-        task.status = status;
-        task.has_end_time = true;
-        task.snap_cache = false;
-        task.recorded_handle = task.handle;
-    }
-    void CloseOutdated() {
-        for (auto& [id, task] : tasks_) {
-            if (!task.realtime && !task.IsOver() && !StaysOpen(task)) Close(task, kTaskFinished);
-        }
-    }
-
     // Tasks.
 
     std::string DrawId() {
-        if (Draw(4) == 0 || tasks_.empty()) return "unknown";
-        return std::next(tasks_.begin(), Draw(static_cast<int>(tasks_.size())))->first;
+        if (Draw(4) == 0 || model_.tasks.empty()) return "unknown";
+        return std::next(model_.tasks.begin(), Draw(static_cast<int>(model_.tasks.size())))->first;
     }
-    static ScanTask* MakeObject(std::string const& id, ModelTask const& task) {
+    static ScanTask* MakeObject(std::string const& id, Task const& task) {
         auto* const object = new ScanTask;  // the registry wants it for the life of the process
         object->id = HString(id);
         object->start_time = task.start_time;
@@ -207,11 +165,11 @@ class World {
         object->handle = task.handle;
         object->note = "never written";
         *object->policy->kind = task.kind;
-        *object->policy->audit_node = task.policy.Node(task.tpls);
+        *object->policy->audit_node = Node(task.policy, task.tpls);
         return object;
     }
     void AddTask() {
-        ModelTask task;
+        Task task;
         task.start_time = ++clock_;
         task.handle = task.recorded_handle = Draw(1000);
         task.kind = static_cast<unsigned char>(Draw(4) == 0);
@@ -222,18 +180,18 @@ class World {
         task.realtime = Draw(6) == 0;
         std::string id = "task/" + std::to_string(Draw(30));
         if (task.realtime) id = "000000000000000-19700101000" + std::to_string(task.policy.version / 60) + "00";
-        if (tasks_.contains(id) || removed_.contains(id)) return;
-        tasks_[id] = task;
+        if (model_.tasks.contains(id) || removed_.contains(id)) return;
+        model_.tasks[id] = task;
         if (real_) Registry().AddTask(MakeObject(id, task));
     }
     // With other values, which the record must replace.
     void AddKnownTask() {
         std::string const id = DrawId();
-        auto const entry = tasks_.find(id);
-        if (entry == tasks_.end()) return;
+        auto const entry = model_.tasks.find(id);
+        if (entry == model_.tasks.end()) return;
         entry->second.handle = Draw(1000);
         if (!real_) return;
-        ModelTask other;
+        Task other;
         other.handle = entry->second.handle;
         other.start_time = -1;
         Registry().AddTask(MakeObject(id, other));
@@ -243,11 +201,7 @@ class World {
         std::string const id = DrawId();
         int const status = Draw(7) - 1;
         if (real_) Registry().UpdateTaskStatus(HString(id), status);
-        auto const entry = tasks_.find(id);
-        if (entry == tasks_.end() || status < 1 || status > 4) return;
-        if (status >= kTaskFinished) return Close(entry->second, status);
-        entry->second.status = status;
-        entry->second.recorded_handle = entry->second.handle;
+        model_.UpdateStatus(id, status);
     }
     void GetTask() {
         std::string const id = DrawId();
@@ -255,10 +209,10 @@ class World {
     }
     void ExpectTask(std::string const& id) const {
         ScanTask const* const found = Registry().GetTask(HString(id));
-        auto const entry = tasks_.find(id);
-        ASSERT_EQ(found != nullptr, entry != tasks_.end()) << id;
+        auto const entry = model_.tasks.find(id);
+        ASSERT_EQ(found != nullptr, entry != model_.tasks.end()) << id;
         if (!found) return;
-        ModelTask const& task = entry->second;
+        Task const& task = entry->second;
         EXPECT_EQ(found->id.get_str(), id);
         EXPECT_EQ(found->start_time, task.start_time);
         EXPECT_EQ(found->status, task.status);
@@ -272,18 +226,6 @@ class World {
 
     // Queries. Start times differ, so that there is one order.
 
-    template <class Wanted>
-    std::vector<std::string> Ids(Wanted const& wanted, bool newest_first) const {
-        std::vector<std::pair<long long, std::string>> found;
-        for (auto const& [id, task] : tasks_) {
-            if (wanted(task)) found.emplace_back(newest_first ? -task.start_time : task.start_time, id);
-        }
-        std::sort(found.begin(), found.end());
-        std::vector<std::string> ids;
-        for (auto const& [time, id] : found)
-            ids.push_back(id);
-        return ids;
-    }
     using Tasks = std::vector<ScanTask const*>;
     static std::vector<std::string> Ids(Tasks const& tasks) {
         std::vector<std::string> ids;
@@ -292,37 +234,37 @@ class World {
         return ids;
     }
     void History() {
-        CloseOutdated();
+        model_.CloseOutdated();
         if (!real_) return;
         Tasks tasks;
         Registry().GetTaskHistory(tasks);
-        EXPECT_EQ(Ids(tasks), Ids([](ModelTask const&) { return true; }, true));
+        EXPECT_EQ(Ids(tasks), model_.Ids([](Task const&) { return true; }, true));
         EXPECT_EQ(Registry().GetTaskLast(), tasks.empty() ? nullptr : tasks.front());
         for (ScanTask const* task : tasks)
-            EXPECT_EQ(task->status, tasks_.at(task->id.get_str()).status) << task->id.get_str();
+            EXPECT_EQ(task->status, model_.tasks.at(task->id.get_str()).status) << task->id.get_str();
     }
     void QueryByPolicy() {
         std::string const policy = "P" + std::to_string(Draw(4));
         if (!real_) return;
         Tasks all;
         Registry().GetTaskByPolicyID(HString(policy), all);
-        EXPECT_EQ(Ids(all), Ids([&](ModelTask const& task) { return task.policy.id == policy; }, false));
+        EXPECT_EQ(Ids(all), model_.Ids([&](Task const& task) { return task.policy.id == policy; }, false));
         EXPECT_EQ(Registry().GetTaskLastByPolicyID(HString(policy)), all.empty() ? nullptr : all.back());
         Tasks scans;
         Registry().GetPolicyTaskByPolicyID(HString(policy), scans);
-        auto const is_scan = [&](ModelTask const& task) {
+        auto const is_scan = [&](Task const& task) {
             return task.policy.id == policy && task.kind == 0 && !task.realtime;
         };
-        EXPECT_EQ(Ids(scans), Ids(is_scan, false));
+        EXPECT_EQ(Ids(scans), model_.Ids(is_scan, false));
         Tasks realtime;
         Registry().GetTaskRealtime(realtime);
-        EXPECT_EQ(Ids(realtime), Ids([](ModelTask const& task) { return task.realtime; }, true));
+        EXPECT_EQ(Ids(realtime), model_.Ids([](Task const& task) { return task.realtime; }, true));
         for (ScanTask const* task : all) {
-            auto const is_like = [&](ModelTask const& other) {
+            auto const is_like = [&](Task const& other) {
                 return other.policy.id == policy && other.kind == task->kind() &&
                        other.policy.version == task->audit_node().header().time_stamp;
             };
-            EXPECT_EQ(Registry().GetTaskCountByTask(*task), Ids(is_like, false).size());
+            EXPECT_EQ(Registry().GetTaskCountByTask(*task), model_.Ids(is_like, false).size());
         }
     }
 
@@ -330,19 +272,14 @@ class World {
 
     void Record() {
         std::string const id = DrawId();
-        auto const entry = tasks_.find(id);
-        if (entry == tasks_.end()) {
+        auto const entry = model_.tasks.find(id);
+        if (entry == model_.tasks.end()) {
             EXPECT_TRUE(!real_ || Registry().GetCache(HString(id)) == nullptr);
             return;
         }
-        ModelTask& task = entry->second;
+        Task& task = entry->second;
         bool const leaves_snap_cache = Draw(2) == 0;
-        if (!task.snapshot) {
-            task.snapshot.emplace();
-            for (int const tpl : task.tpls) {
-                if (edits_.contains(tpl)) (*task.snapshot)[tpl] = Md5(tpl);
-            }
-        }
+        model_.Open(task);
         task.findings += 1;
         task.snap_cache = task.snap_cache || leaves_snap_cache;
         if (!real_) return;
@@ -366,11 +303,7 @@ class World {
         std::string const id = DrawId();
         int const tpl = Draw(kTemplates);
         if (!real_) return;
-        std::string expected;
-        auto const entry = tasks_.find(id);
-        if (entry != tasks_.end() && entry->second.snapshot && entry->second.snapshot->contains(tpl))
-            expected = entry->second.snapshot->at(tpl);
-        EXPECT_EQ(Registry().GetTaskTplMd5(HString(id), HString(TplId(tpl))).get_str(), expected);
+        EXPECT_EQ(Registry().GetTaskTplMd5(HString(id), HString(TplId(tpl))).get_str(), model_.UsedMd5(id, tpl));
     }
 
     // Template caches.
@@ -379,7 +312,7 @@ class World {
         int const tpl = Draw(kTemplates);
         std::string const md5 = Md5(tpl);
         if (md5.empty()) return;
-        bool const added = caches_.emplace(tpl, md5).second;
+        bool const added = model_.caches.emplace(tpl, md5).second;
         if (!real_) return;
         auto const& node = *KwDefineMgr::pins()->get_tpl_by_id(HString(TplId(tpl)));
         DLPCacheTpl* const cache = Caches().GetCache(node, HString(md5));
@@ -387,39 +320,15 @@ class World {
         EXPECT_TRUE(!added || cache->Add(HString("key"), TwoItems(), MakeText("text"), "name") == 1);
         EXPECT_EQ(FindIn(*cache, HString("key")).code, 2);
     }
-    [[nodiscard]] bool IsUsed(int tpl, std::string const& md5, std::string const& without_task = "") const {
-        return std::any_of(tasks_.begin(), tasks_.end(), [&](auto const& entry) {
-            auto const& snapshot = entry.second.snapshot;
-            return entry.first != without_task && snapshot && snapshot->contains(tpl) && snapshot->at(tpl) == md5;
-        });
-    }
     void Prune() {
-        bool history_asked = false;
-        for (auto next = caches_.begin(); next != caches_.end();) {
-            auto const entry = next++;
-            auto const& [tpl, md5] = *entry;
-            if (Md5(tpl) == md5) continue;
-            history_asked = true;
-            if (!IsUsed(tpl, md5)) caches_.erase(entry);
-        }
-        if (history_asked) CloseOutdated();
+        model_.Prune();
         if (real_) Caches().UpdataCache();
     }
     void Remove() {
         std::string const id = DrawId();
-        auto const entry = tasks_.find(id);
-        if (entry == tasks_.end()) return;
-        ModelTask const task = entry->second;
-        bool history_asked = false;
-        for (int const tpl : task.tpls) {
-            if (!task.snapshot || !task.snapshot->contains(tpl) || !edits_.contains(tpl)) continue;
-            std::string const md5 = task.snapshot->at(tpl);
-            if (Md5(tpl) == md5) continue;
-            history_asked = true;
-            if (!IsUsed(tpl, md5, id)) caches_.erase({tpl, md5});
-        }
-        if (history_asked) CloseOutdated();
-        tasks_.erase(id);
+        auto const entry = model_.tasks.find(id);
+        if (entry == model_.tasks.end()) return;
+        model_.Remove(id);
         removed_.insert(id);
         if (!real_) return;
         EXPECT_TRUE(Registry().WaitWritten(HString(id), kPatience));
@@ -445,7 +354,7 @@ class World {
     }
     void ExpectFiles() const {
         std::set<std::string> directories;
-        for (auto const& [id, task] : tasks_) {
+        for (auto const& [id, task] : model_.tasks) {
             directories.insert(fs::path(TaskPath(id)).filename().string());
             EXPECT_EQ(Exists(TaskPath(id) + "/SnapCache"), task.snap_cache) << id;
             ScanTask recorded;
@@ -457,7 +366,7 @@ class World {
         EXPECT_EQ(List(root_ / "cache/task"), directories);
         for (int tpl = 0; tpl < kTemplates; ++tpl) {
             std::set<std::string> md5s;
-            for (auto const& [of, md5] : caches_) {
+            for (auto const& [of, md5] : model_.caches) {
                 if (of == tpl) md5s.insert(md5);
             }
             EXPECT_EQ(List(root_ / "cache/template/" + TplId(tpl)), md5s) << TplId(tpl);
@@ -469,11 +378,8 @@ class World {
     bool real_ = false;
     long long clock_ = 0;
     std::map<int, int> edits_;  // what each defined template's rule looks for
-    std::vector<ModelPolicy> policies_;
-    std::vector<ModelPolicy> stored_policies_;
-    std::map<std::string, ModelTask> tasks_;
+    Model model_{[this](int tpl) { return Md5(tpl); }};
     std::set<std::string> removed_;  // in this life
-    std::set<std::pair<int, std::string>> caches_;
 };
 
 TEST(DLPCacheTaskMgrModelTest, RegistryAndPruningDoWhatAPlainModelDoesOverSeveralLives) {
