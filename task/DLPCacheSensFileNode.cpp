@@ -33,8 +33,9 @@ long long LengthOf(Source const& file) noexcept {
     return length;
 }
 
-bool IsShort(HString const& text) noexcept {
-    return text.length() <= kLongestText;
+// A text comes back from a record up to its first zero, and a record of another length is refused.
+bool ComesBack(HString const& text) noexcept {
+    return text.length() <= kLongestText && text.find(u'\0') < 0;
 }
 
 }  // namespace
@@ -48,8 +49,9 @@ SensFileNode::SensFileNode(SensFile const& file)
       extra_2(file.extra_2) {}
 
 bool SensFileNode::IsEncodable(SensFile const& file) noexcept {
-    return IsShort(file.file_path) && IsShort(file.file_md5) && IsShort(file.extra_1) && IsShort(file.extra_2) &&
-           std::all_of(file.tpl_ids.begin(), file.tpl_ids.end(), IsShort) && LengthOf(file) < INT_MAX;
+    return ComesBack(file.file_path) && ComesBack(file.file_md5) && ComesBack(file.extra_1) &&
+           ComesBack(file.extra_2) && std::all_of(file.tpl_ids.begin(), file.tpl_ids.end(), ComesBack) &&
+           LengthOf(file) < INT_MAX;
 }
 
 int SensFileNode::Size() const {

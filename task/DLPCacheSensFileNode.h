@@ -17,8 +17,8 @@ class TORVANE_API SensFileNode final : public SerialBasic {
     SensFileNode() noexcept = default;
     explicit SensFileNode(SensFile const& file);  // copies what is stored; throws std::bad_alloc
 
-    // Whether the file has a record: no text of it is longer than 32767 units, and its length can be told in 32 bits.
-    // Exactly when ToBuffer would succeed, but for memory; takes none.
+    // Whether the file has a record that can be read again: no text of it is longer than 32767 units or holds a zero
+    // (at which it would end), and the length can be told in 32 bits. Takes no memory.
     [[nodiscard]] static bool IsEncodable(SensFile const& file) noexcept;
 
     using SerialBasic::Size;

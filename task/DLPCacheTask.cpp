@@ -3,6 +3,7 @@
 #include <chrono>
 #include <climits>
 #include <new>
+#include <thread>
 #include <utility>
 
 #include "host/base/HAutoMutex.h"
@@ -25,7 +26,7 @@ constexpr unsigned kLastNumber = INT_MAX;
 
 DLPCacheTask::DLPCacheTask(ScanTask const* task) noexcept
     : store_(NoThrow<DLPCacheTaskStore*>(nullptr, [&] { return new DLPCacheTaskStore(task ? *task : ScanTask()); })) {
-    if (store_) counter_ = static_cast<unsigned>(store_->GetIndexNumber());
+    if (store_) counter_ = static_cast<unsigned>(store_->number_at_opening_);
 }
 
 DLPCacheTask::~DLPCacheTask() = default;
@@ -48,6 +49,9 @@ int DLPCacheTask::Add(SensFile const& file) noexcept {
 int DLPCacheTask::AddNumbered(SensFile const& file) noexcept {
     if (int const refused = DLPCacheTaskStore::Check(file)) {
         return kTaskLog.Failed("AddNumbered", 421, kAssertFalse, refused);
+    }
+    if (!store_ || !store_->HasStore()) {
+        return kTaskLog.Failed("AddNumbered", 424, kAssertNull, int{DLPCache::kTaskNoStore});
     }
     return NoThrow<int>(DLPCache::kTaskFileNotEncoded, [&]() -> int {
         SensFile numbered = file;
@@ -87,28 +91,31 @@ bool DLPCacheTask::WaitWritten(int milliseconds) const noexcept {
 
 void DLPCacheTask::run() {
     for (;;) {
-        while (count_.load(std::memory_order_acquire) != 0)
-            WriteFirst();
+        while (count_.load(std::memory_order_acquire) != 0) {
+            // Tried again at once, but whoever waits for the queue comes first.
+            if (!WriteFirst()) std::this_thread::yield();
+        }
         HEnvironment::Sleep(kPauseMilliseconds);
     }
 }
 
-void DLPCacheTask::WriteFirst() noexcept {
+bool DLPCacheTask::WriteFirst() noexcept {
     bool all_written = false;
     {
         HAutoMutex const lock(mutex_);
         auto const first = queue_.begin();
-        if (first == queue_.end()) return;
+        if (first == queue_.end()) return true;
         int const written = TryWrite(first->second);
         if (written < DLPCache::kTaskFileStored) {
             kTaskLog.Write(DLPCache::kLogError, 479, "asyn write cache failed, task id: ", first->second.task_id,
                            ", sn: ", first->first, ", ret: ", written);
-            return;
+            return false;
         }
         queue_.erase(first);
         all_written = count_.fetch_sub(1, std::memory_order_acq_rel) == 1;
     }
     if (all_written) WakeWaiters();
+    return true;
 }
 
 // Without memory a write that failed.

@@ -30,23 +30,25 @@ class TORVANE_API DLPCacheTask : public virtual HIEUtil::Thread {
 
     // Queues a copy of `file` under the next number, which the caller has set as its `sn` already: the store files it
     // under that. No disk access but for the log. kTaskFileStored; kTaskFileNotEncoded without memory (nothing queued,
-    // no number used).
+    // no number used). Not to be used beyond the number INT_MAX.
     int Add(SensFile const& file) noexcept;
     // The same, but sets the copy's `sn` to the number that it gets. Refuses what no store could ever take, since that
-    // would hold up the queue for ever: kTaskFileRefused, kTaskFileNotEncoded; kStoreKeyRefused when the numbers are
-    // used up.
+    // would hold up the queue for ever: kTaskFileRefused, kTaskFileNotEncoded, kTaskNoStore; kStoreKeyRefused when the
+    // numbers are used up. A text with a zero character counts as not encodable: it would not be read back.
     int AddNumbered(SensFile const& file) noexcept;
-    // From the queue: kTaskFileFound, whatever the task's definitions know. Else as DLPCacheTaskStore::Find.
+    // From the queue: kTaskFileFound, whatever the task's definitions know (without memory kTaskFileNotDecoded). Else
+    // as DLPCacheTaskStore::Find.
     [[nodiscard]] int Find(int sn, SensFile& file) const noexcept;
 
-    // Waits until the queue is empty, at most so many milliseconds (0 or less: only looks). True when it is.
+    // Waits until the queue is empty, at most so many milliseconds (0 or less: only looks). True when it is. While
+    // others keep adding that may never be.
     [[nodiscard]] bool WaitWritten(int milliseconds) const noexcept;
 
     // The thread's body: writes, then sleeps 500 ms, for ever.
     void run() override;
     // One pass of it: tries to write the first file of the queue. For run, and for tools and tests that drive a writer
-    // without its thread.
-    void WriteFirst() noexcept;
+    // without its thread. False when that failed.
+    bool WriteFirst() noexcept;
 
     // Null only without memory.
     [[nodiscard]] DLPCacheTaskStore const* store() const noexcept { return store_.get(); }

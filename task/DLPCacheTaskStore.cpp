@@ -8,7 +8,7 @@
 #include "host/base/NoThrow.h"
 #include "host/policy/KwDefineMgr.h"
 #include "host/policy/KwLocateMgr.h"
-#include "storage/DLPCacheIndexFormat.h"
+#include "storage/DLPCacheIndex.h"
 #include "storage/DLPCacheManager.h"
 #include "task/DLPCacheSensFileNode.h"
 #include "task/DLPCacheTaskLog.h"
@@ -23,6 +23,14 @@ namespace {
 constexpr int kNoBuckets = 0;  // integer keys: the index grows slot by slot
 constexpr int kFirstNumber = 1;
 
+// The slots in an index file of this length, cut to 32 bits as DLPCache::Manager::GetIndexNumber does. 0 of a file that
+// has no head, or could not be looked at, where that number would be meaningless.
+int NumberOf(long long index_length) noexcept {
+    constexpr auto kHeadSize = static_cast<long long>(DLPCache::IndexHead::kSize);
+    constexpr auto kSlotSize = static_cast<long long>(DLPCache::IndexKey::kSize);
+    return index_length < kHeadSize ? 0 : static_cast<int>((index_length - kHeadSize) / kSlotSize);
+}
+
 // The task's templates as the process-wide definitions hold them, in id order, each once.
 std::vector<QVKConfigKeywordTemplateNode const*> CurrentTemplates(ScanTask const& task) {
     KwDefineMgr const* const current = KwDefineMgr::pins();
@@ -35,6 +43,16 @@ std::vector<QVKConfigKeywordTemplateNode const*> CurrentTemplates(ScanTask const
     auto const same = [](auto const* a, auto const* b) { return *a == *b; };
     templates.erase(std::unique(templates.begin(), templates.end(), same), templates.end());
     return templates;
+}
+
+// Whether something stands there for certain that is no regular file: a directory, a link.
+bool IsNoFile(HString const& path) noexcept {
+    return HFile::IsFileExistDir(path) && !HFile::IsFileExistFile(path);
+}
+
+// Whether something stands there that is no directory. What cannot be looked at is not known to be one.
+bool IsTaken(HString const& path) noexcept {
+    return HFile::IsFileExistFile(path) && !HFile::IsFileExistDir(path);
 }
 
 }  // namespace
@@ -55,10 +73,10 @@ bool DLPCacheTaskStore::Open() {
     HString const directory = paths.get_task_path(task_.id, true);
     if (tasks_path.empty() || path.empty() || directory.empty()) throw std::bad_alloc();
     // Something else stands there, a symbolic link for instance: it is not followed.
-    bool const blocked = HFile::IsFileExistFile(tasks_path) || HFile::IsFileExistFile(path);
-    if (blocked || !Varnok::MakeDir(path)) {
+    bool const taken = IsTaken(tasks_path) || IsTaken(path);
+    if (taken || !Varnok::MakeDir(path)) {
         kTaskLog.Write(DLPCache::kLogError, 214, "make task dir failed, dir: ", directory);
-        return blocked;
+        return taken;
     }
     return OpenManager(directory) && TakeSnapshot(directory);
 }
@@ -68,6 +86,9 @@ bool DLPCacheTaskStore::OpenManager(HString const& directory) {
     index_path_ << "index";
     HString data_path = directory;
     data_path << "cache";
+    // Made here, since a record store that is given up leaves some memory behind: an attempt that fails does not.
+    bool const missing = !HFile::IsFileExistFile(index_path_) && !HFile::IsFileExistDir(index_path_);
+    if (missing && DLPCache::Index(index_path_).Init(kNoBuckets) != DLPCache::kDone) return false;
     manager_ = std::make_unique<DLPCache::Manager>(kNoBuckets, index_path_, data_path);
     // Without memory for its index a record store answers everything with this code.
     unsigned char* bytes = nullptr;
@@ -75,8 +96,10 @@ bool DLPCacheTaskStore::OpenManager(HString const& directory) {
     int const probed = manager_->Find(kFirstNumber, bytes, length);
     delete[] bytes;
     if (probed == DLPCache::kNoIndex) throw std::bad_alloc();
-    // The record store never makes it again.
-    return HFile::IsFileExistFile(index_path_) || HFile::IsFileExistDir(index_path_);
+    // An index that cannot be looked at must not begin at 1 again: findings would be replaced.
+    long long const index_length = HFile::GetFileLen(index_path_);
+    number_at_opening_ = NumberOf(index_length);
+    return index_length >= 0 || IsNoFile(index_path_);
 }
 
 bool DLPCacheTaskStore::TakeSnapshot(HString const& directory) {
@@ -159,8 +182,5 @@ void DLPCacheTaskStore::Fill(SensFile& file) const {
 }
 
 int DLPCacheTaskStore::GetIndexNumber() const noexcept {
-    // Of a file that has no head the number would be meaningless.
-    bool const has_head =
-        manager_ && HFile::GetFileLen(index_path_) >= static_cast<long long>(DLPCache::IndexHead::kSize);
-    return has_head ? manager_->GetIndexNumber() : 0;
+    return manager_ ? NumberOf(HFile::GetFileLen(index_path_)) : 0;
 }

@@ -32,7 +32,7 @@ class TORVANE_API DLPCacheTaskStore {
     // Stores `file` under its serial number. kTaskFileStored, kTaskNoStore, kTaskFileRefused, kTaskFileNotEncoded, or a
     // negative code of the record store.
     int Add(SensFile const& file) const noexcept;
-    // Why no store could ever take `file`: kTaskFileRefused, kTaskFileNotEncoded, or 0.
+    // Why no store could ever take `file` and give it back: kTaskFileRefused, kTaskFileNotEncoded, or 0.
     [[nodiscard]] static int Check(SensFile const& file) noexcept;
     // Resets `file`, then kTaskFileFound or kTaskTplGone with `file` filled (its `sn` with kTaskFileFound only),
     // kTaskFileEmpty, kTaskFileAbsent, kTaskNoStore, kTaskFileNotDecoded (also without memory), or a negative code of
@@ -46,8 +46,11 @@ class TORVANE_API DLPCacheTaskStore {
     [[nodiscard]] int GetIndexNumber() const noexcept;
     // The task's definitions; null only without memory. They live as long as the store.
     [[nodiscard]] KwDefineMgr const* definitions() const noexcept { return define_mgr_.get(); }
-    // False when the store could not be opened for now (no memory, no descriptor, no space): then it lacks something
-    // that the next attempt may have, and must not serve the task for ever.
+    // Whether there is a record store at all; without one every Add and Find gives kTaskNoStore, for ever.
+    [[nodiscard]] bool HasStore() const noexcept { return manager_ != nullptr; }
+    // False when the store could not be opened for now (no memory, no descriptor, no space, a file or directory that
+    // cannot be looked at): then it lacks something that the next attempt may have, and must not serve the task for
+    // ever.
     [[nodiscard]] bool complete() const noexcept { return complete_; }
 
   private:
@@ -61,6 +64,7 @@ class TORVANE_API DLPCacheTaskStore {
 
     ScanTask task_;
     HString index_path_;
+    int number_at_opening_ = 0;
     std::unique_ptr<KwDefineMgr> define_mgr_;
     std::unique_ptr<DLPCache::Manager> manager_;
     bool complete_ = false;

@@ -315,6 +315,7 @@ TEST_F(DLPCacheTaskStoreTest, HostileIdStaysInTheTaskPath) {
 }
 
 TEST_F(DLPCacheTaskStoreTest, IdTooLongForANameHasNoStore) {
+    fs::create_directories(root_ / "cache/task");
     task_.id = std::string(256, 'x');
     auto const store = OpenStore();
     EXPECT_EQ(store.Add(Numbered("/a", 1)), -2);

@@ -182,14 +182,29 @@ TEST_F(DLPCacheTaskTest, NumbersEndWhereTheKeysEnd) {
 TEST_F(DLPCacheTaskTest, WithoutAStoreNothingIsEverWritten) {
     task_.id.clear();
     Restart();
-    ASSERT_EQ(writer_->AddNumbered(MakeFile("/a")), 1);
+    ASSERT_EQ(writer_->Add(MakeFile("/a")), 1);
     LogLines log;
+    EXPECT_EQ(writer_->AddNumbered(MakeFile("/b")), -2);
     Write(1);
-    EXPECT_THAT(TakeOwn(log), ElementsAre("1 Add, Line:252, ASSERT_NULL",
+    EXPECT_THAT(TakeOwn(log), ElementsAre("1 AddNumbered, Line:424, ASSERT_NULL", "1 Add, Line:252, ASSERT_NULL",
                                           "1 asyn write cache failed, task id: task-1, sn: 1, ret: -2"));
     EXPECT_EQ(CodeOf(*writer_, 1), 2);
     EXPECT_EQ(CodeOf(*writer_, 2), -2);
     EXPECT_FALSE(writer_->WaitWritten(1));
+}
+
+TEST_F(DLPCacheTaskTest, TextWithAZeroIsRefusedSinceItWouldNotComeBack) {
+    std::string const zero("a\0b", 3);
+    for (HString SensFile::*const text :
+         {&SensFile::file_path, &SensFile::file_md5, &SensFile::extra_1, &SensFile::extra_2}) {
+        SensFile file = MakeFile("/a");
+        file.*text = HString(zero);
+        EXPECT_EQ(writer_->AddNumbered(file), -17);
+    }
+    SensFile file = MakeFile("/a");
+    file.tpl_ids.push_back(HString(zero));
+    EXPECT_EQ(writer_->AddNumbered(file), -17);
+    EXPECT_TRUE(writer_->WaitWritten(0));
 }
 
 TEST_F(DLPCacheTaskTest, NullTaskIsATaskWithoutId) {
