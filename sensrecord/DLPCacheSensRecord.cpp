@@ -1,5 +1,7 @@
 #include "sensrecord/DLPCacheSensRecord.h"
 
+#include <cstddef>
+
 #include "host/base/HFile.h"
 #include "host/base/NoThrow.h"
 #include "host/policy/KwIdName.h"
@@ -18,7 +20,8 @@ constexpr long long kLeastIndex = IndexHead::kSize + IndexKey::kSize;  // bytes 
 
 // Where a policy's counts lie. All empty without memory for the path above them.
 struct Place {
-    HString top;        // the directory of all policies
+    HString all;        // the directory of every way of counting
+    HString top;        // in it that of all policies
     HString directory;  // the policy's own
     HString marker;     // the file in it that is named by the policy's version
     HString index;
@@ -29,6 +32,9 @@ Place PlaceOf(QVKPolicySensitiveFileAuditNode const& node) {
     Place place;
     place.top = KwLocateMgr::pins()->get_sens_record_path(HString(true), true);
     if (place.top.empty()) return place;  // never a path of its own: that would be relative
+    place.all = place.top;
+    place.all.dir_fit(false);
+    place.all.cut_to(static_cast<std::size_t>(place.all.length() - place.all.get_short_name().length()));
     place.directory = place.top;
     place.directory << Varnok::IdToFileName(node.header().id);
     place.directory.dir_fit(true);
@@ -46,14 +52,16 @@ enum class Version {
 };
 
 Version LookFor(Place const& place) noexcept {
-    bool const ours = HFile::IsFileExistDir(place.top) && HFile::IsFileExistDir(place.directory);
+    bool const ours =
+        HFile::IsFileExistDir(place.all) && HFile::IsFileExistDir(place.top) && HFile::IsFileExistDir(place.directory);
     if (ours && HFile::GetFileLen(place.marker) >= 0) return Version::kThere;
     return ours && HFile::IsFileExistFile(place.marker) ? Version::kUnknown : Version::kMissing;
 }
 
 // True when there is no such directory any more.
 bool RemoveCounts(Place const& place) noexcept {
-    if (!Varnok::MakeDir(place.top) || !HFile::IsFileExistDir(place.top)) {
+    // Each on its own: nothing behind a symbolic link in their place is touched.
+    if (!Varnok::MakeDir(place.all) || !Varnok::MakeDir(place.top)) {
         kSensRecordLog.Write(kLogError, 141, "make sens record dir failed, dir: ", place.top);
         return false;
     }

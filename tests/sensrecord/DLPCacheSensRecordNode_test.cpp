@@ -2,6 +2,8 @@
 
 #include <climits>
 
+#include "host/base/Reader.h"
+#include "host/base/Writer.h"
 #include "tests/sensrecord/SensRecordFixture.h"
 #include "tests/storage/SerialFixture.h"
 
@@ -36,6 +38,23 @@ constexpr Sample kSamples[] = {
     {1, 2, 3, "10000000 01000000 02000000 03000000"},
     {INT_MAX, INT_MIN, -1, "10000000 FFFFFF7F 00000080 FFFFFFFF"},
     {0x01020304, 0, 0x0A0B0C0D, "10000000 04030201 00000000 0D0C0B0A"},
+};
+
+// Takes and gives half of an integer.
+struct HalfWriter final : Varnok::Writer {
+    int write_int16(short) noexcept override { return 1; }
+    int write_uint16(unsigned short) noexcept override { return 1; }
+    int write_int32(int) noexcept override { return 2; }
+    int write_int64(long long) noexcept override { return 4; }
+    long long write_buffer(void const*, long long) noexcept override { return 0; }
+};
+struct HalfReader final : Varnok::Reader {
+    int read_int16(short&) noexcept override { return 1; }
+    int read_int32(int& value) noexcept override { return value = 16, 2; }
+    int read_int64(long long&) noexcept override { return 4; }
+    long long read_buffer(void*, long long) noexcept override { return 0; }
+    [[nodiscard]] long long data_length() const noexcept override { return 16; }
+    [[nodiscard]] long long remaining() const noexcept override { return 16; }
 };
 
 class SensRecordNodeTest : public testing::Test {
@@ -96,6 +115,16 @@ TEST_F(SensRecordNodeTest, EveryFailedReadHasItsLine) {
         EXPECT_FALSE(FromBytes(record, whole.substr(0, c.length)));
         EXPECT_THAT(Own(), ElementsAre(Assertion("Read", c.line, "READ_INT32 Ret: 0")));
     }
+}
+
+TEST_F(SensRecordNodeTest, HalfAnIntegerIsNone) {
+    SensRecordNode record;
+    HalfWriter writer;
+    HalfReader reader;
+    EXPECT_FALSE(record.Write(&writer));
+    EXPECT_FALSE(record.Read(&reader, 16));
+    EXPECT_THAT(Own(),
+                ElementsAre(Assertion("Write", 36, "WRITE_INT32 Ret: 2"), Assertion("Read", 49, "READ_INT32 Ret: 2")));
 }
 
 TEST_F(SensRecordNodeTest, WithoutAWriterOrReaderThereIsNothing) {

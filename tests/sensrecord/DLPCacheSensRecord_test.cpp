@@ -244,14 +244,22 @@ TEST_P(LinkedSensRecordTest, NothingBehindItIsTouched) {
 
 TEST_P(LinkedSensRecordTest, NothingBehindALinkAboveIsTouched) {
     std::string const elsewhere = root_ / "elsewhere/";
-    Prepare(elsewhere + "P1/");
-    fs::rename(root_ / "cache/sensrecord/1", root_ / "kept");
-    fs::create_directory_symlink(elsewhere, root_ / "cache/sensrecord/1");
-    EXPECT_EQ(Count("/a.txt"), 1);
-    EXPECT_EQ(Count("/a.txt"), 1);
-    fs::remove(root_ / "cache/sensrecord/1");
-    fs::rename(root_ / "kept", root_ / "cache/sensrecord/1");
-    ExpectUntouched(elsewhere + "P1/");
+    Prepare(elsewhere + "1/P1/");
+    struct {
+        std::string link;
+        std::string target;
+    } const links[] = {{root_ / "cache/sensrecord/1", elsewhere + "1"}, {root_ / "cache/sensrecord", elsewhere}};
+    for (auto const& [link, target] : links) {
+        SCOPED_TRACE(link);
+        fs::rename(link, root_ / "kept");
+        fs::create_directory_symlink(target, link);
+        EXPECT_EQ(Count("/a.txt"), 1);
+        EXPECT_EQ(Count("/a.txt"), 1);
+        fs::remove(link);
+        fs::rename(root_ / "kept", link);
+        ExpectUntouched(elsewhere + "1/P1/");
+        EXPECT_THAT(Files(elsewhere), ElementsAre("1"));
+    }
 }
 
 TEST_P(LinkedSensRecordTest, LinkThatComesLaterIsSeen) {

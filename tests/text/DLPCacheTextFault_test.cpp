@@ -80,7 +80,7 @@ TEST_F(TextFaultTest, TextIsFoundOrNot) {
 }
 
 TEST_F(TextFaultTest, FullDiskLeavesNothingBehind) {
-    std::filesystem::create_directories(Dir());
+    cache_.Add("a", Text("older"));
     {
         FaultInjection faults;
         faults.OnlyBelow(root_.Path());
