@@ -1,6 +1,7 @@
 #include "task/DLPCacheTaskDirectory.h"
 
 #include <cerrno>
+#include <new>
 
 #include "host/base/HDirSnap.h"
 #include "host/base/HFile.h"
@@ -14,6 +15,11 @@ namespace {
 // Not even a link or a file stands there.
 bool IsDirOrMissing(HString const& path) {
     return path.not_empty() && !HFile::IsFileExistFile(path);
+}
+
+// What cannot be looked at is not known to be anything else.
+bool IsTaken(HString const& path) noexcept {
+    return HFile::IsFileExistFile(path) && !HFile::IsFileExistDir(path);
 }
 
 bool IsTaskDirectory(HString const& directory, HString const& task_id) {
@@ -42,6 +48,14 @@ bool IsTaskDirectoryFree(HString const& task_id) {
     KwLocateMgr const& paths = *KwLocateMgr::pins();
     return task_id.not_empty() && IsDirOrMissing(paths.get_task_path(false)) &&
            IsDirOrMissing(paths.get_task_path(task_id, false));
+}
+
+bool IsTaskDirectoryTaken(HString const& task_id) {
+    KwLocateMgr const& paths = *KwLocateMgr::pins();
+    HString const tasks_path = paths.get_task_path(false);
+    HString const path = paths.get_task_path(task_id, false);
+    if (tasks_path.empty() || path.empty()) throw std::bad_alloc();
+    return IsTaken(tasks_path) || IsTaken(path);
 }
 
 int DeleteTaskDirectory(HString const& task_id) {

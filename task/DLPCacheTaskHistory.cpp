@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <functional>
 #include <new>
 #include <string_view>
 #include <unordered_map>
@@ -44,18 +45,20 @@ class PoliciesInForce {
     std::unordered_map<std::u16string_view, Version> versions_;  // by policy id; the texts are those of table_
 };
 
-bool IsOver(ScanTask const& task) noexcept {
-    return task.status == kTaskFinished || task.status == kTaskEnded;
+// Null entries, which callers may have put in, come last.
+template <class Before>
+void SortByStart(Tasks& tasks, Before const& before) noexcept {
+    std::sort(tasks.begin(), tasks.end(), [&](ScanTask const* a, ScanTask const* b) {
+        return a && b ? before(a->start_time, b->start_time) : a && !b;
+    });
 }
 
 void SortNewestFirst(Tasks& tasks) noexcept {
-    std::sort(tasks.begin(), tasks.end(),
-              [](ScanTask const* a, ScanTask const* b) { return a->start_time > b->start_time; });
+    SortByStart(tasks, std::greater<>());
 }
 
 void SortOldestFirst(Tasks& tasks) noexcept {
-    std::sort(tasks.begin(), tasks.end(),
-              [](ScanTask const* a, ScanTask const* b) { return a->start_time < b->start_time; });
+    SortByStart(tasks, std::less<>());
 }
 
 bool IsOfPolicy(ScanTask const& task, HString const& policy_id) noexcept {
@@ -79,7 +82,8 @@ bool DLPCacheTaskMgr::AppendHistory(Tasks& out) const noexcept {
         out.reserve(out.size() + tasks_.size());
         PoliciesInForce const policies;
         for (auto const& [id, task] : tasks_) {
-            if (!IsOver(*task) && !DLPCache::IsRealtimeTask(*task) && !policies.KeepOpen(*task)) CloseTask(*task);
+            if (!IsFinal(task->status) && !DLPCache::IsRealtimeTask(*task) && !policies.KeepOpen(*task))
+                CloseTask(*task);
             out.push_back(task);
         }
         return true;
@@ -95,10 +99,7 @@ void DLPCacheTaskMgr::GetTaskHistory(Tasks& out) const noexcept {
 bool DLPCacheTaskMgr::GetHistoryIds(std::vector<HString>& ids) noexcept {
     HAutoMutex const lock(mutex_);
     return NoThrow(false, [&] {
-        if (!all_read_) {
-            all_read_ = true;
-            if (!ReadTasks(Registered::kKeep)) all_read_ = false;
-        }
+        if (!all_read_) ReadTasks(Registered::kKeep);
         Tasks tasks;
         if (!all_read_ || !AppendHistory(tasks)) return false;
         for (ScanTask const* task : tasks)

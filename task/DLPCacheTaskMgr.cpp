@@ -1,9 +1,11 @@
 #include "task/DLPCacheTaskMgr.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 #include <memory>
 #include <new>
+#include <string_view>
 #include <utility>
 
 #include "front/DLPCacheVersion.h"
@@ -69,12 +71,25 @@ bool FindTasks(std::vector<Place>& places) {
     return true;
 }
 
-void LogUnread(int line, HString const& record, int failed) noexcept {
-    kTaskLog.Write(DLPCache::kLogError, line, "read task record failed, errno: ", failed, ", file: ", record);
+// Removes a directory that holds nothing, or only records that were never finished: their writer was killed. False when
+// there is anything else.
+bool RemoveUnfinished(HString const& directory) {
+    if (HFile::del_empty_dir(directory) == 0) return true;
+    HDirSnap snap;
+    snap.set_file(directory);
+    if (!snap.snap()) return false;
+    auto const is_unfinished = [](HDirSnap::Entry const& entry) {
+        std::u16string_view const path = entry.path.view();
+        return !entry.is_dir && path.ends_with(u".tmp") && path.find(u"/ScanTask.arc.") != path.npos;
+    };
+    if (!std::all_of(snap.entries().begin(), snap.entries().end(), is_unfinished)) return false;
+    for (HDirSnap::Entry const& entry : snap.entries())
+        (void)HFile::delete_file(entry.path);
+    return HFile::del_empty_dir(directory) == 0;
 }
 
-bool IsFinal(int status) noexcept {
-    return status == kTaskFinished || status == kTaskEnded;
+void LogUnread(int line, HString const& record, int failed) noexcept {
+    kTaskLog.Write(DLPCache::kLogError, line, "read task record failed, errno: ", failed, ", file: ", record);
 }
 
 // What the scanner keeps while the task runs; it need not be there.
@@ -104,6 +119,8 @@ DLPCacheTaskMgr::DLPCacheTaskMgr() noexcept {
 DLPCacheTaskMgr::~DLPCacheTaskMgr() {
     for (auto const& [id, task] : tasks_)
         Varnok::Retain(task);
+    for (ScanTask const* task : replaced_)
+        Varnok::Retain(task);
     for (ScanTask const* task : released_)
         Varnok::Retain(task);
     for (auto const& [id, cache] : caches_)
@@ -112,11 +129,15 @@ DLPCacheTaskMgr::~DLPCacheTaskMgr() {
 
 void DLPCacheTaskMgr::Init() noexcept {
     HAutoMutex const lock(mutex_);
-    all_read_ = true;
-    if (!NoThrow(false, [&] { return ReadTasks(Registered::kReplace); })) all_read_ = false;
+    ReadTasks(Registered::kReplace);
 }
 
-bool DLPCacheTaskMgr::ReadTasks(Registered earlier) {
+void DLPCacheTaskMgr::ReadTasks(Registered earlier) noexcept {
+    all_read_ = true;  // TakeTask says otherwise
+    if (!NoThrow(false, [&] { return TakeTasks(earlier); })) all_read_ = false;
+}
+
+bool DLPCacheTaskMgr::TakeTasks(Registered earlier) {
     std::vector<Place> places;
     if (!FindTasks(places)) {
         HString const directory = KwLocateMgr::pins()->get_task_path(true);
@@ -127,7 +148,7 @@ bool DLPCacheTaskMgr::ReadTasks(Registered earlier) {
         auto task = std::make_unique<ScanTask>();
         int const failed = task->from_file(place.record);
         // Whether a directory is empty is asked only where it may be.
-        if (failed == ENOENT && HFile::del_empty_dir(place.directory) == 0) continue;
+        if (failed == ENOENT && RemoveUnfinished(place.directory)) continue;
         (void)TakeTask(std::move(task), failed, place.record, earlier);
     }
     return true;
@@ -146,7 +167,9 @@ ScanTask* DLPCacheTaskMgr::TakeTask(std::unique_ptr<ScanTask> task, int failed, 
 
 void DLPCacheTaskMgr::Register(HString const& id, ScanTask* task) {
     auto const [entry, added] = tasks_.try_emplace(id, task);
-    if (!added && entry->second != task) Varnok::Retain(std::exchange(entry->second, task));
+    if (added || entry->second == task) return;
+    replaced_.insert(entry->second);
+    entry->second = task;
 }
 
 void DLPCacheTaskMgr::AddTask(ScanTask* task) noexcept {
@@ -154,9 +177,10 @@ void DLPCacheTaskMgr::AddTask(ScanTask* task) noexcept {
     HAutoMutex const lock(mutex_);
     NoThrow(false, [&] {
         HString const record = KwLocateMgr::pins()->get_task_arc(task->id);
+        bool const has_place = task->id.not_empty() && !DLPCache::IsTaskDirectoryTaken(task->id);
         ScanTask read;
-        int const failed = task->id.empty() ? EINVAL : record.empty() ? ENOMEM : read.from_file(record);
-        if (failed == ENOMEM) return false;
+        int const failed = !has_place ? EINVAL : record.empty() ? ENOMEM : read.from_file(record);
+        if (failed == ENOMEM) return LogUnread(159, record, failed), false;
         Register(task->id, task);
         if (failed == ENOENT) {
             TaskToArc(task);
@@ -165,8 +189,7 @@ void DLPCacheTaskMgr::AddTask(ScanTask* task) noexcept {
         } else if (read.id != task->id) {
             kTaskLog.Write(DLPCache::kLogError, 165, "task record of another id: ", read.id, ", file: ", record);
         } else {
-            read.handle = task->handle;
-            *task = std::move(read);
+            TakeRecord(std::move(read), *task);
         }
         return true;
     });
@@ -178,9 +201,10 @@ ScanTask* DLPCacheTaskMgr::GetTask(HString const& id) noexcept {
         auto const entry = tasks_.find(id);
         if (entry != tasks_.end()) return entry->second;
         HString const record = KwLocateMgr::pins()->get_task_arc(id);
-        if (record.empty() || !HFile::IsFileExistFile(record)) return nullptr;
+        if (record.empty() || !HFile::IsFileExistFile(record) || DLPCache::IsTaskDirectoryTaken(id)) return nullptr;
         auto task = std::make_unique<ScanTask>();
         int const failed = task->from_file(record);
+        if (failed == ENAMETOOLONG) return nullptr;  // no task has such an id
         return TakeTask(std::move(task), failed, record, Registered::kReplace);
     });
 }

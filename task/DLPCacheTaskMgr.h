@@ -23,8 +23,10 @@ class TplUse;
 // itself from the task directories at start, opens tasks' stores, closes tasks whose policy has changed, removes tasks.
 //
 // Task objects are never freed: those that callers add stay theirs and must live as long as the process, those that the
-// registry makes stay valid for as long. An object's status, times and note change under the registry's lock only
-// (UpdateTaskStatus, GetTaskHistory); who reads them while other threads do that takes a copy at a quiet moment.
+// registry makes stay valid for as long. All of an object but its id and handle may change under the registry's lock:
+// in UpdateTaskStatus, AddTask, and whatever loads the history and so closes tasks (GetTaskHistory, GetTaskLast,
+// DelTask, DLPCacheTplMgr::UpdataCache). Who reads an object while other threads do that takes a copy at a quiet
+// moment.
 //
 // A task whose record could not be read has an empty id: it shows in the queries, and nothing is ever written, opened
 // or deleted for it. Any thread may call; nothing throws (without memory an operation does nothing, or a part of a list
@@ -67,7 +69,8 @@ class TORVANE_API DLPCacheTaskMgr {
     // How many registered tasks have the kind, the policy version and the policy id of `task`.
     [[nodiscard]] unsigned GetTaskCountByTask(ScanTask const& task) const noexcept;
 
-    // The queries append to `out` and then sort the whole of it by start time (no order among equal ones).
+    // The queries append to `out` and then sort the whole of it by start time (no order among equal ones; null entries
+    // come last).
     // Every task, newest first. Closes (status, end time, record) those whose policy has changed meanwhile, unless the
     // policy is set to keep them.
     void GetTaskHistory(std::vector<ScanTask const*>& out) const noexcept;
@@ -106,9 +109,9 @@ class TORVANE_API DLPCacheTaskMgr {
     // that is not open is answered from the snapshot in its directory; no thread is started.
     [[nodiscard]] HString GetTaskTplMd5(HString const& task_id, HString const& tpl_id) const noexcept;
 
-    // Waits until everything queued for a task, or for every opened task, is written, at most so many milliseconds (0
-    // or less: only looks). True when it is; a task that is not open has nothing queued. An agent that ends in good
-    // order calls this last. Without the registry's lock.
+    // Waits until everything queued for a task (the id in its record), or for every opened task, is written, at most so
+    // many milliseconds (0 or less: only looks). True when it is; a task that is not open has nothing queued. An agent
+    // that ends in good order calls this last. Without the registry's lock.
     [[nodiscard]] bool WaitWritten(HString const& task_id, int milliseconds) const noexcept;
     [[nodiscard]] bool WaitAllWritten(int milliseconds) const noexcept;
 
@@ -134,7 +137,9 @@ class TORVANE_API DLPCacheTaskMgr {
     // The steps of the operations above. The caller holds the lock; they throw without memory, the noexcept ones do
     // nothing or give false.
     enum class Registered { kReplace, kKeep };
-    bool ReadTasks(Registered earlier);
+    void ReadTasks(Registered earlier) noexcept;
+    bool TakeTasks(Registered earlier);
+    static void TakeRecord(ScanTask read, ScanTask& task) noexcept;
     // Registers what from_file made of a record, under the id in it. Null without memory for the reading.
     ScanTask* TakeTask(std::unique_ptr<ScanTask> task, int failed, HString const& record, Registered earlier);
     void Register(HString const& id, ScanTask* task);
@@ -158,6 +163,7 @@ class TORVANE_API DLPCacheTaskMgr {
     // manager's lock is taken before it and never under it.
     mutable HMutex mutex_;
     std::map<HString, ScanTask*> tasks_;  // never null; the key is the task's id
+    std::set<ScanTask const*> replaced_;  // by another object with the same id; callers may still hold them
     std::set<ScanTask const*> released_;
     bool all_read_ = true;  // every task directory's record was read, or found to be missing or damaged
 

@@ -1,4 +1,5 @@
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "host/base/HAutoMutex.h"
@@ -40,21 +41,24 @@ void DeleteTplCaches(ScanTask const& task, DLPCacheTask const* opened, DLPCacheT
 
 void DLPCacheTaskMgr::DelTask(ScanTask const& task) noexcept {
     DLPCacheTplMgr* const caches = DLPCacheTplMgr::pins();
-    if (!caches) return;
+    if (!caches) return DLPCache::kTaskLog.Write(DLPCache::kLogError, 47, "delete task failed, id: ", task.id);
     HAutoMutex const caches_lock(caches->mutex());
     HAutoMutex const lock(mutex_);
     NoThrow(false, [&] {
         ScanTask const removed = task;  // the caller's own may be the one that is closed or read meanwhile
-        std::set<ScanTask const*> released;
-        auto const entry = tasks_.find(removed.id);
-        if (entry != tasks_.end()) released.insert(entry->second);
+        std::set<ScanTask const*> released{&removed};  // its place in the set, so that none is needed later
         DeleteTplCaches(removed, GetOpenedCache(removed.id), *caches);
         if (int const failed = DLPCache::DeleteTaskDirectory(removed.id))
             DLPCache::kTaskLog.Write(DLPCache::kLogError, 64, "delete task failed, errno: ", failed,
                                      ", id: ", removed.id);
-        // Nothing throws from here on: the task is out of the one set and in the other.
-        released_.merge(released);
-        if (entry != tasks_.end()) tasks_.erase(entry);
+        // Looked for now, since asking for the history may have registered it. Nothing throws: the task is out of the
+        // one set and in the other.
+        auto const entry = tasks_.find(removed.id);
+        if (entry == tasks_.end()) return true;
+        auto place = released.extract(released.begin());
+        place.value() = entry->second;
+        released_.insert(std::move(place));
+        tasks_.erase(entry);
         return true;
     });
 }

@@ -11,6 +11,7 @@
 #include "storage/DLPCacheIndex.h"
 #include "storage/DLPCacheManager.h"
 #include "task/DLPCacheSensFileNode.h"
+#include "task/DLPCacheTaskDirectory.h"
 #include "task/DLPCacheTaskLog.h"
 #include "template/DLPCacheTplSnapshot.h"
 
@@ -50,11 +51,6 @@ bool IsNoFile(HString const& path) noexcept {
     return HFile::IsFileExistDir(path) && !HFile::IsFileExistFile(path);
 }
 
-// Whether something stands there that is no directory. What cannot be looked at is not known to be one.
-bool IsTaken(HString const& path) noexcept {
-    return HFile::IsFileExistFile(path) && !HFile::IsFileExistDir(path);
-}
-
 }  // namespace
 
 DLPCacheTaskStore::DLPCacheTaskStore(ScanTask const& task) noexcept
@@ -68,12 +64,11 @@ bool DLPCacheTaskStore::Open() {
     // A task whose record could not be read: nothing is ever written for it.
     if (task_.id.empty()) return true;
     KwLocateMgr const& paths = *KwLocateMgr::pins();
-    HString const tasks_path = paths.get_task_path(false);
     HString const path = paths.get_task_path(task_.id, false);
     HString const directory = paths.get_task_path(task_.id, true);
-    if (tasks_path.empty() || path.empty() || directory.empty()) throw std::bad_alloc();
+    if (path.empty() || directory.empty()) throw std::bad_alloc();
     // Something else stands there, a symbolic link for instance: it is not followed.
-    bool const taken = IsTaken(tasks_path) || IsTaken(path);
+    bool const taken = DLPCache::IsTaskDirectoryTaken(task_.id);
     if (taken || !Varnok::MakeDir(path)) {
         kTaskLog.Write(DLPCache::kLogError, 214, "make task dir failed, dir: ", directory);
         return taken;

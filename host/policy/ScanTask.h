@@ -22,6 +22,11 @@ enum ScanTaskStatus : int {
     kTaskEnded = 4,
 };
 
+// Whether the task is over.
+[[nodiscard]] constexpr bool IsFinal(int status) noexcept {
+    return status == kTaskFinished || status == kTaskEnded;
+}
+
 // One run of the scanner under one policy. A value; copies share the policy binding. Null pointers in it stand for
 // empty objects.
 //
