@@ -42,7 +42,7 @@ class PrimedScanner {
     }
 
     void Run(std::string const& output) const {
-        int const status = RunProcess({TORVANE_BENCH_SCANNER, "scan", kTree, "--root", root(), "--jobs",
+        int const status = RunProcess({TORVANE_BENCH_SCANNER, "scan", kTree, "--root", root(), "--no-task", "--jobs",
                                        std::to_string(jobs_), "--format", "json"},
                                       output);
         Require(status == 0 || status == 1, "the scanner failed");
