@@ -172,6 +172,16 @@ void DLPCacheTaskMgr::Register(HString const& id, ScanTask* task) {
     entry->second = task;
 }
 
+// All but the id, which is the same, and the handle: those two may be read by anyone at any time.
+void DLPCacheTaskMgr::TakeRecord(ScanTask read, ScanTask& task) noexcept {
+    task.name = std::move(read.name);
+    task.start_time = read.start_time;
+    task.end_time = read.end_time;
+    task.policy = std::move(read.policy);
+    task.status = read.status;
+    task.note = std::move(read.note);
+}
+
 void DLPCacheTaskMgr::AddTask(ScanTask* task) noexcept {
     if (!task) return;
     HAutoMutex const lock(mutex_);
