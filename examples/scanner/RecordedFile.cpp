@@ -17,8 +17,10 @@ using nlohmann::ordered_json;
 
 std::string Join(std::vector<HString> const& texts) {
     std::string joined;
-    for (HString const& text : texts)
-        joined += (joined.empty() ? "" : "|") + text.get_str();
+    for (HString const& text : texts) {
+        if (!joined.empty()) joined += '|';
+        joined += text.get_str();
+    }
     return joined;
 }
 
