@@ -43,7 +43,8 @@ int CheckShape(QVKKeywordMatchResult const& result) noexcept {
     return kStored;
 }
 
-// The file as it lies on disk now. What is gone has the length -1 and the times 0.
+// The file as it lies on disk now. What is gone has the length -1 and the times 0; a symbolic link has the length -1
+// and its own times.
 void TakeFileAttrs(SensFile& file) {
     HFileTime times;
     HFile::get_file_time(file.file_path, times);

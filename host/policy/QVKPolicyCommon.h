@@ -7,5 +7,5 @@ struct QVKPolicyCommon {
     long long time_stamp = 0;  // seconds since 1970-01-01 UTC of the last edit: the policy's version
     HString id;
     HString name;
-    HString record_key;  // under which found-times are counted; policies that count apart differ in it
+    HString record_key;  // found-times under one key are counted one after the other, those of others meanwhile
 };
