@@ -184,6 +184,14 @@ TEST_F(DLPCacheTaskMgrFaultTest, KilledWhileRemovingItLeavesTheTaskRememberedOrG
         });
 }
 
+TEST_F(DLPCacheTaskMgrFaultTest, KilledWhileAddingItLeavesTheTaskOrNothing) {
+    WithEveryKill([&] { fs::remove_all(TaskPath()); }, [] { Registry().AddTask(&MakeTask("A", 7)); },
+                  [&] {
+                      EXPECT_FALSE(Registry().IsExistTask(""));
+                      EXPECT_EQ(Exists(TaskPath("A")), Registry().IsExistTask("A"));
+                  });
+}
+
 TEST_F(DLPCacheTaskMgrFaultTest, KilledWhileWritingARecordLeavesItWhole) {
     WithEveryKill([&] { WriteRecord("A", MakeTask("A", 7)); }, [] { Registry().UpdateTaskStatus("A", kTaskEnded); },
                   [&] {
