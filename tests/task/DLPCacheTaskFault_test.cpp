@@ -97,6 +97,31 @@ TEST_F(DLPCacheTaskFaultTest, NoFaultWhileOpeningTouchesWhatIsThere) {
                    });
 }
 
+TEST_F(DLPCacheTaskFaultTest, IndexThatCannotBeLookedAtIsNotOpenedOrItsNumbersGoOn) {
+    ExpectUsable();
+    int refused = 0;
+    bool fired = true;
+    for (int nth = 1; fired; ++nth) {
+        SCOPED_TRACE(testing::Message() << "look number " << nth);
+        std::unique_ptr<DLPCacheTask> writer;
+        {
+            FaultInjection faults;
+            faults.OnlyBelow(Dir() + "index");
+            faults.Fail(SystemCall::kStat, nth, EIO);
+            writer = OpenWriter();
+            fired = faults.Fired() > 0;
+        }
+        if (!writer->store()->complete()) {
+            ++refused;
+            continue;
+        }
+        ASSERT_EQ(writer->AddNumbered(MakeFile("/later")), 1);
+        writer->WriteFirst();
+        ASSERT_EQ(FindIn(*OpenWriter(), 1).file, Stored("/next", 1));
+    }
+    EXPECT_GT(refused, 0);
+}
+
 TEST_F(DLPCacheTaskFaultTest, FileIsWrittenAtLastWhateverFailedBefore) {
     auto const writer = OpenWriter();
     int sn = 0;

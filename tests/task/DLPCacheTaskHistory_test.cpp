@@ -221,6 +221,28 @@ TEST_F(DLPCacheTaskHistoryTest, RealtimeTasksAreNewestFirst) {
     EXPECT_THAT(Ids(tasks), ElementsAre(late.id.get_str(), "mine", early.id.get_str()));
 }
 
+TEST_F(DLPCacheTaskHistoryTest, NullsThatTheCallerHadComeLastInEveryQuery) {
+    Add("A", 1);
+    Add("B", 2);
+    ScanTask& realtime = MakeRealtime(60, "19700101000100");
+    realtime.start_time = 3;
+    registry_->AddTask(&realtime);
+    ScanTask const& mine = MakeTask("mine", 4);
+    Tasks const before{nullptr, &mine, nullptr};
+    Tasks history = before;
+    registry_->GetTaskHistory(history);
+    EXPECT_THAT(Ids(history), ElementsAre("mine", realtime.id.get_str(), "B", "A", "(null)", "(null)"));
+    Tasks of_policy = before;
+    registry_->GetTaskByPolicyID("P1", of_policy);
+    EXPECT_THAT(Ids(of_policy), ElementsAre("A", "B", realtime.id.get_str(), "mine", "(null)", "(null)"));
+    Tasks by_policy = before;
+    registry_->GetPolicyTaskByPolicyID("P1", by_policy);
+    EXPECT_THAT(Ids(by_policy), ElementsAre("A", "B", "mine", "(null)", "(null)"));
+    Tasks realtimes = before;
+    registry_->GetTaskRealtime(realtimes);
+    EXPECT_THAT(Ids(realtimes), ElementsAre("mine", realtime.id.get_str(), "(null)", "(null)"));
+}
+
 TEST_F(DLPCacheTaskHistoryTest, QueriesOfAnEmptyRegistryAreEmpty) {
     Tasks tasks;
     registry_->GetTaskHistory(tasks);

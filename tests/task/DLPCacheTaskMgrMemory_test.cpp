@@ -203,4 +203,18 @@ TEST_F(DLPCacheTaskMgrMemoryTest, PruningDeletesNoCacheInUseAndNoCurrentOne) {
     EXPECT_FALSE(Caches().DeleteCache(HString(unused)));  // forgotten, whatever could be deleted of it
 }
 
+TEST_F(DLPCacheTaskMgrMemoryTest, PruningDeletesNoCacheAfterItFailedToReadARecordAgain) {
+    std::string const md5 = MakeCache();
+    { DLPCacheTaskStore const of_an_earlier_process(MakeUser("A")); }
+    fs::create_symlink("missing", RecordPath("A"));  // nobody can read that
+    Edit("T1");
+    (void)Registry();
+    WithEveryFailure([] {}, [] { Caches().UpdataCache(); },
+                     [&] {
+                         EXPECT_TRUE(HasCache(md5));
+                         Caches().UpdataCache();
+                         EXPECT_TRUE(HasCache(md5));
+                     });
+}
+
 }  // namespace

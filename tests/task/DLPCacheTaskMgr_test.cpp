@@ -137,6 +137,26 @@ TEST_F(DLPCacheTaskMgrTest, EmptyTaskDirectoryIsRemovedAtStart) {
     EXPECT_THAT(HistoryIds(), IsEmpty());
 }
 
+TEST_F(DLPCacheTaskMgrTest, DirectoryOfNothingButAnUnfinishedRecordIsRemovedAtStart) {
+    WriteFile("A", "ScanTask.arc.123-0.tmp", "half a record");
+    Restart();
+    EXPECT_FALSE(Exists(TaskPath("A")));
+    EXPECT_THAT(HistoryIds(), IsEmpty());
+}
+
+TEST_F(DLPCacheTaskMgrTest, UnfinishedRecordBesideAnythingElseStaysAtStart) {
+    for (char const* other : {"index", "KeywordTemplate.arc.123-0.tmp", "texts/text"}) {
+        WriteFile("A", "ScanTask.arc.123-0.tmp", "half a record");
+        fs::create_directories(fs::path(TaskPath("A", other)).parent_path());
+        WriteFile("A", other, "");
+        Restart();
+        EXPECT_TRUE(Exists(TaskPath("A", "ScanTask.arc.123-0.tmp"))) << other;
+        EXPECT_TRUE(Exists(TaskPath("A", other)));
+        EXPECT_THAT(HistoryIds(), ElementsAre(""));
+        fs::remove_all(TaskPath("A"));
+    }
+}
+
 TEST_F(DLPCacheTaskMgrTest, ForeignNamesFilesAndLinksAreLeftAloneAtStart) {
     WriteRecord("%zz", MakeTask("A"));
     WriteFile(".hidden", "file", "");

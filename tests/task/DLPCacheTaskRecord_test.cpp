@@ -2,6 +2,7 @@
 #include <ctime>
 #include <filesystem>
 
+#include "task/DLPCacheTaskStore.h"
 #include "tests/task/RegistryFixture.h"
 
 namespace {
@@ -63,6 +64,21 @@ TEST_F(DLPCacheTaskRecordTest, AddedTaskTakesThePlaceOfAnEarlierOne) {
     EXPECT_NE(&earlier, &later);
     EXPECT_EQ(registry_->GetTask("A"), &later);
     EXPECT_FALSE(registry_->IsTaskRelease(&earlier));
+}
+
+// Other threads may look at these two while the object is read anew.
+TEST_F(DLPCacheTaskRecordTest, AddingARegisteredObjectAgainTouchesNeitherItsIdNorItsHandle) {
+    ScanTask& task = Add("A", 5);
+    ScanTask recorded = task;
+    recorded.handle = 1;
+    recorded.start_time = 6;
+    WriteRecord("A", recorded);
+    task.handle = 2;
+    char16_t const* const id = task.id.view().data();
+    registry_->AddTask(&task);
+    EXPECT_EQ(task.start_time, 6);
+    EXPECT_EQ(task.handle, 2);
+    EXPECT_EQ(task.id.view().data(), id);
 }
 
 TEST_F(DLPCacheTaskRecordTest, TaskWithADamagedRecordStaysAsTheCallerMadeIt) {
@@ -135,6 +151,14 @@ TEST_F(DLPCacheTaskRecordTest, UnreadableRecordsYieldOneTaskWithoutIdForAllCalls
     EXPECT_EQ(registry_->GetTask("B"), task);
     EXPECT_EQ(registry_->GetTask(""), task);
     EXPECT_FALSE(registry_->IsExistTask("A"));
+}
+
+TEST_F(DLPCacheTaskRecordTest, IdTooLongForANameIsThatOfNoTask) {
+    Add("A");
+    HString const id(std::string(300, 'x'));
+    EXPECT_EQ(registry_->GetTask(id), nullptr);
+    EXPECT_EQ(registry_->GetCache(id), nullptr);
+    EXPECT_THAT(HistoryIds(), ElementsAre("A"));
 }
 
 // UpdateTaskStatus.
@@ -249,6 +273,19 @@ TEST_F(DLPCacheTaskRecordTest, NothingIsWrittenBehindALinkedTaskPath) {
     fs::create_directory_symlink(root_ / "home", root_ / "cache/task");
     Add("A");
     EXPECT_THAT(Files(root_ / "home"), IsEmpty());
+}
+
+TEST_F(DLPCacheTaskRecordTest, NothingIsReadBehindALink) {
+    QVKPolicySensitiveFileAuditNode policy = Policy("P1");
+    policy.tpl_ids = {"T1"};
+    { DLPCacheTaskStore const with_snapshot(MakeTaskOf(policy, "A")); }
+    WriteRecord("A", MakeTask("A", 7));
+    ASSERT_EQ(registry_->GetTaskTplMd5("A", "T1"), CurrentMd5());
+    fs::rename(TaskPath("A"), root_ / "home");
+    fs::create_directory_symlink(root_ / "home", TaskPath("A"));
+    EXPECT_EQ(registry_->GetTask("A"), nullptr);
+    EXPECT_EQ(registry_->GetTaskTplMd5("A", "T1"), HString());
+    EXPECT_EQ(Add("A", 5).start_time, 5);
 }
 
 // Tasks without an id.

@@ -197,6 +197,20 @@ TEST_F(DelTaskTest, RemovedTaskIsReleasedAndForgotten) {
     EXPECT_EQ(task.id.get_str(), "A");
 }
 
+TEST_F(DelTaskTest, TaskThatAskingForTheHistoryRegistersIsForgottenAsWell) {
+    MakeCache();
+    ScanTask const& task = MakeUser("A");
+    { DLPCacheTaskStore const of_an_earlier_process(task); }
+    fs::create_symlink("missing", RecordPath("A"));  // nobody can read that
+    ASSERT_FALSE(Registry().IsExistTask("A"));
+    WriteRecord("A", task);
+    Edit("T1");
+    Registry().DelTask(task);
+    EXPECT_FALSE(Registry().IsExistTask("A"));
+    Registry().UpdateTaskStatus("A", kTaskEnded);
+    EXPECT_FALSE(Exists(TaskPath("A")));
+}
+
 TEST_F(DelTaskTest, RegisteredObjectIsReleasedWhateverCopyIsGiven) {
     ScanTask const& task = AddUser("A");
     ScanTask const copy = task;

@@ -113,6 +113,15 @@ TEST_F(UpdataCacheTest, TaskWithoutSnapshotKeepsNothing) {
     EXPECT_FALSE(HasCache(md5));
 }
 
+TEST_F(UpdataCacheTest, TaskWhoseIdIsTooLongForANameKeepsNothing) {
+    std::string const md5 = MakeCache();
+    AddUser("A", {"T2"}, Writer::kNever);
+    Registry().AddTask(&MakeUser(std::string(300, 'x')));
+    Edit("T1");
+    Caches().UpdataCache();
+    EXPECT_FALSE(HasCache(md5));
+}
+
 TEST_F(UpdataCacheTest, EveryCacheIsLookedAt) {
     std::vector<std::string> old_md5s;
     for (int edit = 0; edit < 5; ++edit) {
