@@ -5,7 +5,6 @@
 #include <ctime>
 #include <memory>
 #include <new>
-#include <string_view>
 #include <utility>
 
 #include "front/DLPCacheVersion.h"
@@ -79,8 +78,8 @@ bool RemoveUnfinished(HString const& directory) {
     snap.set_file(directory);
     if (!snap.snap()) return false;
     auto const is_unfinished = [](HDirSnap::Entry const& entry) {
-        std::u16string_view const path = entry.path.view();
-        return !entry.is_dir && path.ends_with(u".tmp") && path.find(u"/ScanTask.arc.") != path.npos;
+        HString const name = entry.path.get_short_name();
+        return !entry.is_dir && name.view().starts_with(u"ScanTask.arc.") && name.view().ends_with(u".tmp");
     };
     if (!std::all_of(snap.entries().begin(), snap.entries().end(), is_unfinished)) return false;
     for (HDirSnap::Entry const& entry : snap.entries())

@@ -157,6 +157,12 @@ TEST_F(DLPCacheTaskMgrTest, UnfinishedRecordBesideAnythingElseStaysAtStart) {
     }
 }
 
+TEST_F(DLPCacheTaskMgrTest, ForeignFileOfATaskNamedLikeARecordStaysAtStart) {
+    WriteFile("ScanTask.arc.x", "foo.tmp", "");
+    Restart();
+    EXPECT_TRUE(Exists(TaskPath("ScanTask.arc.x", "foo.tmp")));
+}
+
 TEST_F(DLPCacheTaskMgrTest, ForeignNamesFilesAndLinksAreLeftAloneAtStart) {
     WriteRecord("%zz", MakeTask("A"));
     WriteFile(".hidden", "file", "");
