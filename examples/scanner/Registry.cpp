@@ -29,6 +29,10 @@ DLPCacheTaskMgr& TaskRegistry() {
 ScanTask& RequireTask(std::string const& id) {
     ScanTask* const task = TaskRegistry().GetTask(HString(id));
     if (task == nullptr) throw std::runtime_error("there is no task \"" + Printable(id) + "\"; see scanner tasks");
+    // It was registered under the id that its record holds: none when that is damaged, or another task's.
+    if (task->id != HString(id)) {
+        throw std::runtime_error("there is a task \"" + Printable(id) + "\", but its record cannot be read");
+    }
     return *task;
 }
 

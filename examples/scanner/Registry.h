@@ -10,7 +10,8 @@ namespace scanner {
 // The registry of tasks. Throws std::bad_alloc when there is none.
 [[nodiscard]] DLPCacheTaskMgr& TaskRegistry();
 
-// A remembered task. Throws std::runtime_error when there is none of that id.
+// A remembered task. Throws std::runtime_error when there is none of that id, and when its record
+// is damaged or names another.
 [[nodiscard]] ScanTask& RequireTask(std::string const& id);
 
 // How many template caches lie on disk: one directory per template and state of its definition.

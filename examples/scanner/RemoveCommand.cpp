@@ -23,7 +23,7 @@ int RunRemove(Options const& options) {
         throw std::runtime_error("the task's findings are not written yet");
     }
     TaskRegistry().DelTask(task);
-    HString const directory = KwLocateMgr::pins()->get_task_path(task.id, false);
+    HString const directory = KwLocateMgr::pins()->get_task_path(HString(options.task), false);
     if (HFile::IsFileExistDir(directory)) throw std::runtime_error("cannot remove " + directory.get_str());
     std::cout << "Task removed: " << Printable(options.task)
               << "\nTemplate caches removed, that only it needed: " << before - CountTemplateCaches() << '\n';

@@ -40,6 +40,9 @@ void Begin(HString const& id, HString const& name, QVKPolicySensitiveFileAuditNo
     ScanTask const* const remembered = TaskRegistry().GetTask(id);
     if (remembered == nullptr) {
         Register(id, name, policy);
+    } else if (remembered->id != id) {
+        throw std::runtime_error("the record of the task " + id.get_str() +
+                                 " cannot be read; give this scan another --task");
     } else if (!IsSameVersion(remembered->audit_node(), policy)) {
         throw std::runtime_error("the task " + id.get_str() +
                                  " was a scan under another policy or other templates; give this scan another --task");

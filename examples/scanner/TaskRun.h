@@ -16,7 +16,7 @@ class TaskRun {
   public:
     // Registers the task, or takes up one that is remembered. `name`: for people. `wait`: how long the findings may
     // take to reach the disk at the end. Throws std::runtime_error when the task cannot be recorded below the root, or
-    // when it is remembered under another policy or version of it.
+    // when it is remembered under another policy or version of it, or with a record that cannot be read.
     TaskRun(HString const& id, HString const& name, QVKPolicySensitiveFileAuditNode const& policy,
             std::chrono::milliseconds wait);
     ~TaskRun();

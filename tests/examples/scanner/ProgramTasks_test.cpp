@@ -291,6 +291,23 @@ TEST_F(Tasks, UnknownTaskIsAnError) {
     EXPECT_EQ(Run("findings").status, 2);
 }
 
+TEST_F(Tasks, TaskWhoseRecordCannotBeReadIsAnErrorAndNothingIsRemoved) {
+    (void)program_.Scan("--task one");
+    (void)program_.Scan("--task two");
+    for (std::string const& record :
+         {std::string("damaged"), program_.tree().Read("root/cache/task/two/ScanTask.arc")}) {
+        program_.tree().Write("root/cache/task/one/ScanTask.arc", record);
+        for (char const* command : {"findings", "remove"}) {
+            Program::Run const run = Run(std::string(command) + " one");
+            EXPECT_EQ(run.status, 2) << command;
+            EXPECT_EQ(run.out, "");
+            EXPECT_EQ(run.err, "scanner: there is a task \"one\", but its record cannot be read\n");
+        }
+    }
+    EXPECT_TRUE(Exists("cache/task/one/index"));
+    EXPECT_EQ(Findings("two").size(), 2U);
+}
+
 TEST_F(Tasks, CommandsNeedAnEarlierScanAndMakeNoRoot) {
     for (char const* command : {"tasks", "findings one", "remove one", "prune"}) {
         Program::Run const run = program_.Execute(std::string(command) + " --root @ROOT/new");

@@ -94,6 +94,16 @@ TEST_F(TaskRuns, ThatCannotBeRecordedAreAnError) {
     EXPECT_THROW(TaskRun("taken", "/srv", AuditPolicy(), 60s), std::runtime_error);
 }
 
+TEST_F(TaskRuns, AreNotRepeatedWithARecordThatCannotBeRead) {
+    for (char const* id : {"one", "other"})
+        TaskRun(id, "/srv", AuditPolicy(), 60s).Finish();
+    for (std::string const& record : {std::string("damaged"), tree_.Read("root/cache/task/other/ScanTask.arc")}) {
+        tree_.Write("root/cache/task/job/ScanTask.arc", record);
+        EXPECT_THAT([] { TaskRun("job", "/srv", AuditPolicy(), 60s); },
+                    ThrowsMessage<std::runtime_error>(HasSubstr("the record of the task job cannot be read")));
+    }
+}
+
 TEST_F(TaskRuns, WhoseFindingsCannotBeWrittenFailLoudlyAndStayOpen) {
     (void)TaskRegistry();                                                      // a new root is cleared first
     std::filesystem::create_directories(tree_ / "root/cache/task/job/cache");  // where the findings' file should be
