@@ -47,11 +47,11 @@ int DLPCacheTask::Add(SensFile const& file) noexcept {
 }
 
 int DLPCacheTask::AddNumbered(SensFile const& file) noexcept {
-    if (int const refused = DLPCacheTaskStore::Check(file)) {
-        return kTaskLog.Failed("AddNumbered", 421, kAssertFalse, refused);
-    }
     if (!store_ || !store_->HasStore()) {
-        return kTaskLog.Failed("AddNumbered", 424, kAssertNull, int{DLPCache::kTaskNoStore});
+        return kTaskLog.Failed("AddNumbered", 421, kAssertNull, int{DLPCache::kTaskNoStore});
+    }
+    if (int const refused = DLPCacheTaskStore::Check(file)) {
+        return kTaskLog.Failed("AddNumbered", 424, kAssertFalse, refused);
     }
     return NoThrow<int>(DLPCache::kTaskFileNotEncoded, [&]() -> int {
         SensFile numbered = file;

@@ -33,7 +33,7 @@ class TORVANE_API DLPCacheTask : public virtual HIEUtil::Thread {
     // no number used). Not to be used beyond the number INT_MAX.
     int Add(SensFile const& file) noexcept;
     // The same, but sets the copy's `sn` to the number that it gets. Refuses what no store could ever take, since that
-    // would hold up the queue for ever: kTaskFileRefused, kTaskFileNotEncoded, kTaskNoStore; kStoreKeyRefused when the
+    // would hold up the queue for ever: kTaskNoStore, kTaskFileRefused, kTaskFileNotEncoded; kStoreKeyRefused when the
     // numbers are used up. A text with a zero character counts as not encodable: it would not be read back.
     int AddNumbered(SensFile const& file) noexcept;
     // From the queue: kTaskFileFound, whatever the task's definitions know (without memory kTaskFileNotDecoded). Else

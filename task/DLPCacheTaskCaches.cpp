@@ -49,7 +49,8 @@ DLPCacheTask* DLPCacheTaskMgr::GetOpenedCache(HString const& task_id) const noex
 DLPCacheTask* DLPCacheTaskMgr::GetCache(HString const& task_id) noexcept {
     if (DLPCacheTask* const opened = GetOpenedCache(task_id)) return opened;
     HAutoMutex const lock(mutex_);
-    ScanTask const* const task = GetTask(task_id);
+    // Its id is all that counts: looking up again and again must not replace what is registered.
+    ScanTask const* const task = FindTask(task_id, Registered::kKeep);
     if (!task || task->id.empty()) return nullptr;
     // Its record may name another id than its directory: the files of one task must not have two writers.
     if (DLPCacheTask* const opened = GetOpenedCache(task->id)) return opened;

@@ -60,6 +60,7 @@ bool IsTaskDirectoryTaken(HString const& task_id) {
 
 int DeleteTaskDirectory(HString const& task_id) {
     HString const directory = KwLocateMgr::pins()->get_task_path(task_id, false);
+    if (directory.empty() || KwLocateMgr::pins()->get_cache_path(true).empty()) throw std::bad_alloc();
     if (task_id.empty() || !IsTaskDirectory(directory, task_id)) return 0;
     int const failed = DeleteAllBut(KwLocateMgr::pins()->get_task_arc(task_id), directory);
     return failed != 0 ? failed : HFile::delete_dir_recur(directory);

@@ -205,6 +205,10 @@ void DLPCacheTaskMgr::AddTask(ScanTask* task) noexcept {
 }
 
 ScanTask* DLPCacheTaskMgr::GetTask(HString const& id) noexcept {
+    return FindTask(id, Registered::kReplace);
+}
+
+ScanTask* DLPCacheTaskMgr::FindTask(HString const& id, Registered earlier) noexcept {
     HAutoMutex const lock(mutex_);
     return NoThrow<ScanTask*>(nullptr, [&]() -> ScanTask* {
         auto const entry = tasks_.find(id);
@@ -214,7 +218,7 @@ ScanTask* DLPCacheTaskMgr::GetTask(HString const& id) noexcept {
         auto task = std::make_unique<ScanTask>();
         int const failed = task->from_file(record);
         if (failed == ENAMETOOLONG) return nullptr;  // no task has such an id
-        return TakeTask(std::move(task), failed, record, Registered::kReplace);
+        return TakeTask(std::move(task), failed, record, earlier);
     });
 }
 

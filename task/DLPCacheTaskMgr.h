@@ -137,6 +137,7 @@ class TORVANE_API DLPCacheTaskMgr {
     // The steps of the operations above. The caller holds the lock; they throw without memory, the noexcept ones do
     // nothing or give false.
     enum class Registered { kReplace, kKeep };
+    [[nodiscard]] ScanTask* FindTask(HString const& id, Registered earlier) noexcept;
     void ReadTasks(Registered earlier) noexcept;
     bool TakeTasks(Registered earlier);
     static void TakeRecord(ScanTask read, ScanTask& task) noexcept;

@@ -46,11 +46,6 @@ std::vector<QVKConfigKeywordTemplateNode const*> CurrentTemplates(ScanTask const
     return templates;
 }
 
-// Whether something stands there for certain that is no regular file: a directory, a link.
-bool IsNoFile(HString const& path) noexcept {
-    return HFile::IsFileExistDir(path) && !HFile::IsFileExistFile(path);
-}
-
 }  // namespace
 
 DLPCacheTaskStore::DLPCacheTaskStore(ScanTask const& task) noexcept
@@ -73,7 +68,7 @@ bool DLPCacheTaskStore::Open() {
         kTaskLog.Write(DLPCache::kLogError, 214, "make task dir failed, dir: ", directory);
         return taken;
     }
-    return OpenManager(directory) && TakeSnapshot(directory);
+    return TakeSnapshot(directory) && OpenManager(directory);
 }
 
 bool DLPCacheTaskStore::OpenManager(HString const& directory) {
@@ -81,9 +76,14 @@ bool DLPCacheTaskStore::OpenManager(HString const& directory) {
     index_path_ << "index";
     HString data_path = directory;
     data_path << "cache";
-    // Made here, since a record store that is given up leaves some memory behind: an attempt that fails does not.
+    // Looked at and made before there is a record store, since one that is given up leaves some memory behind.
     bool const missing = !HFile::IsFileExistFile(index_path_) && !HFile::IsFileExistDir(index_path_);
     if (missing && DLPCache::Index(index_path_).Init(kNoBuckets) != DLPCache::kDone) return false;
+    long long const index_length = HFile::GetFileLen(index_path_);
+    number_at_opening_ = NumberOf(index_length);
+    // In the place of a directory there is no record store. What else is no index, or cannot be looked at, is tried
+    // again: numbers that begin at 1 anew would replace findings.
+    if (index_length < 0) return HFile::IsFileExistDir(index_path_) && !HFile::IsFileExistFile(index_path_);
     manager_ = std::make_unique<DLPCache::Manager>(kNoBuckets, index_path_, data_path);
     // Without memory for its index a record store answers everything with this code.
     unsigned char* bytes = nullptr;
@@ -91,10 +91,7 @@ bool DLPCacheTaskStore::OpenManager(HString const& directory) {
     int const probed = manager_->Find(kFirstNumber, bytes, length);
     delete[] bytes;
     if (probed == DLPCache::kNoIndex) throw std::bad_alloc();
-    // An index that cannot be looked at must not begin at 1 again: findings would be replaced.
-    long long const index_length = HFile::GetFileLen(index_path_);
-    number_at_opening_ = NumberOf(index_length);
-    return index_length >= 0 || IsNoFile(index_path_);
+    return true;
 }
 
 bool DLPCacheTaskStore::TakeSnapshot(HString const& directory) {

@@ -22,8 +22,8 @@ class TORVANE_API DLPCacheTaskStore {
   public:
     // Opens the store in the task's directory, or makes it (the directory too, when it is missing). A snapshot that is
     // there is taken as it is: of a damaged one what could be read, and the templates that were lost are unknown from
-    // then on. Where there can be no directory (an empty id; a file or a symbolic link in its place) there is no record
-    // store.
+    // then on. Where there can be no directory (an empty id; a file or a symbolic link in its place) or no index (a
+    // directory in its place) there is no record store.
     explicit DLPCacheTaskStore(ScanTask const& task) noexcept;
     ~DLPCacheTaskStore();
     DLPCacheTaskStore(DLPCacheTaskStore const&) = delete;

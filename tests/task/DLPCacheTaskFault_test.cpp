@@ -216,7 +216,7 @@ TEST_P(OpenedTaskFaultTest, TaskThatCannotBeOpenedForNowHasNoWriterAndTheNextCal
     {
         FaultInjection faults;
         faults.OnlyBelow(Dir());
-        faults.FailFrom(SystemCall::kRename, GetParam() == std::string("index") ? 1 : 5, ENOSPC);
+        faults.FailFrom(SystemCall::kRename, GetParam() == std::string("index") ? 5 : 4, ENOSPC);
         EXPECT_EQ(registry_->GetCache("task-1"), nullptr);
         EXPECT_EQ(faults.Fired(), 1);
     }

@@ -298,11 +298,21 @@ TEST_F(DLPCacheTaskStoreTest, FileInThePlaceOfADirectoryIsLeftAlone) {
     EXPECT_EQ(ReadBytes(root_ / "cache/task"), "file");
 }
 
-TEST_F(DLPCacheTaskStoreTest, DirectoryInThePlaceOfTheIndexMakesTheStoreFail) {
+TEST_F(DLPCacheTaskStoreTest, LinkInThePlaceOfTheIndexIsNotFollowed) {
+    fs::create_directories(Dir());
+    WriteBytes(root_ / "elsewhere", "");
+    fs::create_symlink(root_ / "elsewhere", Dir() + "index");
+    auto const store = OpenStore();
+    EXPECT_FALSE(store.complete());
+    EXPECT_EQ(store.Add(Numbered("/a", 1)), -2);
+    EXPECT_EQ(ReadBytes(root_ / "elsewhere"), "");
+}
+
+TEST_F(DLPCacheTaskStoreTest, DirectoryInThePlaceOfTheIndexLeavesNoStore) {
     fs::create_directories(Dir() + "index");
     auto const store = OpenStore();
     EXPECT_TRUE(store.complete());
-    EXPECT_EQ(store.Add(Numbered("/a", 1)), -3);
+    EXPECT_EQ(store.Add(Numbered("/a", 1)), -2);
     EXPECT_EQ(store.GetIndexNumber(), 0);
 }
 

@@ -145,7 +145,7 @@ TEST_F(DLPCacheTaskTest, WhatNoStoreCouldTakeIsRefusedAtOnceAndUsesNoNumber) {
     EXPECT_EQ(writer_->AddNumbered(incomplete), -15);
     EXPECT_EQ(writer_->AddNumbered(too_long), -17);
     EXPECT_THAT(TakeOwn(log),
-                ElementsAre("1 AddNumbered, Line:421, ASSERT_FALSE", "1 AddNumbered, Line:421, ASSERT_FALSE"));
+                ElementsAre("1 AddNumbered, Line:424, ASSERT_FALSE", "1 AddNumbered, Line:424, ASSERT_FALSE"));
     EXPECT_TRUE(writer_->WaitWritten(0));
     ASSERT_EQ(writer_->AddNumbered(MakeFile("/b")), 1);
     EXPECT_EQ(FindIn(*writer_, 1).file, Stored("/b", 1));
@@ -186,7 +186,7 @@ TEST_F(DLPCacheTaskTest, WithoutAStoreNothingIsEverWritten) {
     LogLines log;
     EXPECT_EQ(writer_->AddNumbered(MakeFile("/b")), -2);
     Write(1);
-    EXPECT_THAT(TakeOwn(log), ElementsAre("1 AddNumbered, Line:424, ASSERT_NULL", "1 Add, Line:252, ASSERT_NULL",
+    EXPECT_THAT(TakeOwn(log), ElementsAre("1 AddNumbered, Line:421, ASSERT_NULL", "1 Add, Line:252, ASSERT_NULL",
                                           "1 asyn write cache failed, task id: task-1, sn: 1, ret: -2"));
     EXPECT_EQ(CodeOf(*writer_, 1), 2);
     EXPECT_EQ(CodeOf(*writer_, 2), -2);
