@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <iostream>
 #include <stdexcept>
 
@@ -5,19 +6,34 @@
 #include "examples/scanner/Registry.h"
 #include "examples/scanner/Root.h"
 #include "examples/scanner/TaskCommands.h"
+#include "host/policy/KwLocateMgr.h"
 #include "task/DLPCacheTaskStore.h"
 
 namespace scanner {
 namespace {
 
-// A finding that the task's store has, or why it cannot be read.
+// Whether the task has findings. Opening its store would make one, with the definitions of today as the task's.
+bool HasFindings(HString const& task_id) {
+    return std::filesystem::exists(KwLocateMgr::pins()->get_task_path(task_id, true).get_str() + "index");
+}
+
+// A finding that the task's store has, or why it cannot be read. The record store has the code of a finding without
+// some of its definitions too, for data that it cannot read: then the file is empty.
 SensFile Find(DLPCacheTask const& task, int sn) {
     SensFile file;
     int const code = task.Find(sn, file);
-    if (code != DLPCache::kTaskFileFound && code != DLPCache::kTaskTplGone) {
+    bool const lacks_definitions = code == DLPCache::kTaskTplGone && !file.file_path.empty();
+    if (code != DLPCache::kTaskFileFound && !lacks_definitions) {
         throw std::runtime_error("cannot be read (code " + std::to_string(code) + ")");
     }
+    file.sn = sn;
     return file;
+}
+
+DLPCacheTask const& Open(HString const& task_id) {
+    DLPCacheTask const* const task = TaskRegistry().GetCache(task_id);
+    if (task == nullptr) throw std::runtime_error("the task's findings cannot be opened");
+    return *task;
 }
 
 // All that can be read; the others are told of.
@@ -40,10 +56,9 @@ std::vector<RecordedFile> ReadAll(HString const& task_id, DLPCacheTask const& ta
 int RunFindings(Options const& options) {
     Root const root(options, Root::Use::kOfEarlierScans);
     HString const id = RequireTask(options.task).id;
-    DLPCacheTask const* const task = TaskRegistry().GetCache(id);
-    if (task == nullptr) throw std::runtime_error("the task's findings cannot be opened");
     bool all_read = true;
-    std::vector<RecordedFile> const findings = ReadAll(id, *task, all_read);
+    std::vector<RecordedFile> findings;
+    if (HasFindings(id)) findings = ReadAll(id, Open(id), all_read);
     if (options.format == Format::kJson)
         PrintJson(options.task, findings, std::cout);
     else

@@ -199,6 +199,38 @@ TEST_F(Tasks, FindingThatCannotBeReadIsToldAndTheOthersListed) {
     EXPECT_THAT(run.out, StartsWith("2  "));
 }
 
+TEST_F(Tasks, FindingWhoseDataIsCutOffIsTold) {
+    (void)program_.Scan("--task one --jobs 1");
+    std::filesystem::resize_file(program_.tree() / "root/cache/task/one/cache", 2);
+    Program::Run const run = Run("findings one");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.err, StartsWith("scanner: finding 1 cannot be read (code -13)\n"));
+    EXPECT_THAT(run.out, Not(HasSubstr("level: ")));
+}
+
+TEST_F(Tasks, FindingsWithoutTheirDefinitionsAreListed) {
+    (void)program_.Scan("--task one --jobs 1");
+    program_.tree().Write("root/cache/task/one/KeywordTemplate.arc", "damaged");
+    json const findings = Findings("one");
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[0].at("sn"), 1);
+    EXPECT_EQ(findings[1].at("sn"), 2);
+    EXPECT_EQ(findings[0].at("path"), program_.tree() / "docs/mails.txt");
+    EXPECT_EQ(findings[0].at("recorded_verdict"), "E-mail addresses: 5\n");
+}
+
+TEST_F(Tasks, ListingATaskThatFoundNothingGivesItNoDefinitions) {
+    Program const program;
+    (void)program.Scan("--task one");
+    Program::Run const run = program.Execute("findings --root @ROOT one");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "The scan found nothing.\n");
+    std::set<std::string> names;
+    for (auto const& entry : std::filesystem::directory_iterator(program.tree() / "root/cache/task/one"))
+        names.insert(entry.path().filename());
+    EXPECT_THAT(names, ElementsAre("ScanTask.arc"));
+}
+
 TEST_F(Tasks, ScanWithUnstorableAnswersRecordsEachSensitiveFileOnce) {
     Program const program(2);
     for (int i = 0; i < 8; ++i)
