@@ -5,7 +5,7 @@ namespace scanner {
 Counters& Counters::operator+=(Counters const& other) {
     for (auto const figure :
          {&Counters::files, &Counters::bytes, &Counters::full_hits, &Counters::partial_hits, &Counters::misses,
-          &Counters::answers_from_cache, &Counters::sensitive_files, &Counters::unstorable_files,
+          &Counters::answers_from_cache, &Counters::sensitive_files, &Counters::unrecorded, &Counters::unstorable_files,
           &Counters::outdated_answers, &Counters::too_large, &Counters::not_regular, &Counters::unreadable,
           &Counters::damaged, &Counters::texts_cut, &Counters::texts_kept}) {
         this->*figure += other.*figure;

@@ -30,6 +30,7 @@ struct Counters {
     std::uint64_t misses = 0;
     std::uint64_t answers_from_cache = 0;
     std::uint64_t sensitive_files = 0;
+    std::uint64_t unrecorded = 0;        // sensitive files that the task refused
     std::uint64_t unstorable_files = 0;  // with at least one unstorable answer
     std::uint64_t outdated_answers = 0;  // dropped because the definition changed during the scan
     std::uint64_t too_large = 0;

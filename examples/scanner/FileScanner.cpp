@@ -67,7 +67,11 @@ FileOutcome FileScanner::Work(std::string const& path) {
         stopwatch.Mark(kScan);
         KeepText(node);
     }
-    if (options_.use_cache) outcome.found_times = store_.Take(param_, node, std::move(answers));
+    if (options_.use_cache) {
+        ResultStore::Taken const taken = store_.Take(param_, node, std::move(answers));
+        outcome.found_times = taken.found_times;
+        outcome.trouble = taken.not_recorded;
+    }
     stopwatch.Mark(kStore);
     CountAnswers(node);
     if (!node.matched_tpl_ids.empty()) {

@@ -26,7 +26,7 @@ struct FileOutcome {
     bool sensitive = false;
     int found_times = 0;  // of a sensitive file, this time included; 0: not counted
     std::string verdict;  // one line per matched rule; empty when nothing was found
-    std::string trouble;  // for the user, when the file was not read
+    std::string trouble;  // for the user, when the file was not read, or found and not recorded
 };
 
 // Works on files one after the other, with buffers of its own: reads a file, asks the cache, scans with the templates

@@ -33,23 +33,33 @@ int CountFind(HString const& path, QVKPolicySensitiveFileAuditNode const& policy
 
 }  // namespace
 
-int ResultStore::Take(QVKKeywordCheckParam const& param, QVKKeywordMatchNode const& whole,
-                      std::vector<Answer> answers) {
+ResultStore::Taken ResultStore::Take(QVKKeywordCheckParam const& param, QVKKeywordMatchNode const& whole,
+                                     std::vector<Answer> answers) {
     bool const is_finding = task_ != nullptr && whole.sensitive;
-    if (answers.empty() && !is_finding) return 0;
+    if (answers.empty() && !is_finding) return {};
     DropOutdated(answers);
-    int const found_times = is_finding ? CountFind(whole.file_node->file_path, task_->policy()) : 0;
+    Taken taken;
+    taken.found_times = is_finding ? CountFind(whole.file_node->file_path, task_->policy()) : 0;
     QVKKeywordMatchResult result = MakeResult(param, whole);
-    result.check_param->extra = HString(found_times);
+    result.check_param->extra = HString(taken.found_times);
     DLPCacheMgr const& cache = *DLPCacheMgr::pins();
-    if (task_ != nullptr && answers.size() == policy_.ids().size()) {
-        Require(cache.AddCache(result));
-    } else {
-        if (is_finding) Require(cache.AddTask(result));
+    bool const stores_all = task_ != nullptr && answers.size() == policy_.ids().size();
+    int code = DLPCache::kStored;
+    if (stores_all) {
+        code = cache.AddCache(result);
+    } else if (is_finding) {
+        code = cache.AddTask(result);
+    }
+    if (code == DLPCache::kNoTaskCache) Require(code);
+    if (code != DLPCache::kStored || !stores_all) {
         Require(cache.AddTpl(MakeResult(param, MakeStoreNode(policy_, *whole.file_node, answers))));
     }
+    if (is_finding && code != DLPCache::kStored) {
+        taken.not_recorded = "found, but the task cannot record it (code " + std::to_string(code) + ")";
+        ++counters_.unrecorded;
+    }
     if (!answers.empty()) CountUnstorable(*whole.file_node, answers);
-    return found_times;
+    return taken;
 }
 
 void ResultStore::DropOutdated(std::vector<Answer>& answers) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "examples/scanner/Answer.h"
@@ -19,9 +20,16 @@ class ResultStore {
     ResultStore(Policy const& policy, TaskRun const* task, Counters& counters)
         : policy_(policy), task_(task), counters_(counters) {}
 
+    // What became of a sensitive file.
+    struct Taken {
+        int found_times = 0;       // under the policy; 0: not counted
+        std::string not_recorded;  // why the task does not have it; empty: it has, or was not to
+    };
+
     // `answers`: what was scanned; `whole`: that and what the cache answered. A sensitive file is counted and recorded
-    // once, with all its matches. Returns how often it was found under the policy, or 0 when that is not counted.
-    int Take(QVKKeywordCheckParam const& param, QVKKeywordMatchNode const& whole, std::vector<Answer> answers);
+    // once, with all its matches. Answers are stored even where the task refuses the finding (its verdict is too long,
+    // for instance).
+    Taken Take(QVKKeywordCheckParam const& param, QVKKeywordMatchNode const& whole, std::vector<Answer> answers);
 
   private:
     void DropOutdated(std::vector<Answer>& answers);

@@ -22,6 +22,7 @@ ordered_json Figures(Summary const& summary) {
             {"answers_outdated", counters.outdated_answers},
             {"files_unstorable", counters.unstorable_files},
             {"sensitive_files", counters.sensitive_files},
+            {"unrecorded", counters.unrecorded},
             {"unreadable", counters.unreadable},
             {"too_large", counters.too_large},
             {"not_regular", counters.not_regular},

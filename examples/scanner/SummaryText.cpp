@@ -56,6 +56,7 @@ void PrintFigures(Summary const& summary, TextPrinter& printer) {
     printer.RareRow("answers unstorable", counters.answers_unstorable());
     printer.RareRow("answers outdated", counters.outdated_answers);
     printer.Row("sensitive files", counters.sensitive_files);
+    printer.RareRow("findings not recorded", counters.unrecorded);
     printer.RareRow("unreadable", counters.unreadable);
     printer.RareRow("too large, skipped", counters.too_large);
     printer.RareRow("damaged gzip data", counters.damaged);

@@ -231,6 +231,35 @@ TEST_F(Tasks, ListingATaskThatFoundNothingGivesItNoDefinitions) {
     EXPECT_THAT(names, ElementsAre("ScanTask.arc"));
 }
 
+TEST_F(Tasks, ScanGoesOnAfterAFindingWhoseVerdictIsTooLongToRecord) {
+    json templates = json::parse(R"({"data_classes": [{"id": "c", "name": "C"}],
+        "data_levels": [{"id": "l", "name": "L", "level": 1}], "templates": []})");
+    for (std::string const id : {"one", "two"}) {  // together more than a record's text may have, 32767
+        templates["templates"].push_back({{"id", id},
+                                          {"name", id},
+                                          {"data_class", "c"},
+                                          {"data_level", "l"},
+                                          {"rules",
+                                           {{{"id", id},
+                                             {"name", id},
+                                             {"type", "keyword"},
+                                             {"text", id},
+                                             {"description", std::string(20000, 'x')}}}}});
+    }
+    program_.tree().Write("long.json", templates.dump());
+    program_.Document("a.txt", "one two");
+    program_.Document("b.txt", "one");
+    std::string const scan = "scan --task long --format json --templates " + (program_.tree() / "long.json") + " @DOCS";
+    Program::Run const run = Run(scan);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err,
+              "scanner: " + (program_.tree() / "docs/a.txt") + ": found, but the task cannot record it (code -17)\n");
+    EXPECT_EQ(run.Json().at("summary").at("unrecorded"), 1);
+    EXPECT_EQ(run.Json().at("summary").at("sensitive_files"), 2);
+    EXPECT_EQ(Findings("long").size(), 1U);
+    EXPECT_EQ(Run(scan).Json().at("summary").at("answers_scanned"), 0);
+}
+
 TEST_F(Tasks, ScanWithUnstorableAnswersRecordsEachSensitiveFileOnce) {
     Program const program(2);
     for (int i = 0; i < 8; ++i)
