@@ -53,7 +53,7 @@ std::optional<std::string> KeptTexts::Find(std::string const& md5) {
 }
 
 void KeptTexts::Keep(std::string const& md5, std::string_view text, std::vector<QVKKeywordText> const& matched) {
-    if (IsKnown(md5)) return;
+    if (text.size() > kMostText || IsKnown(md5)) return;
     QVKKeywordText kept = MergePlaces(matched);
     if (kept.line_positions.empty()) return;
     kept.text = HString(text);

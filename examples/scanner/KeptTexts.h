@@ -18,12 +18,14 @@ namespace scanner {
 // system call. Any thread, but one thread at a time per content; throws std::bad_alloc.
 class KeptTexts {
   public:
+    static constexpr std::size_t kMostText = std::size_t{4} << 20;  // bytes of a text that is kept
+
     explicit KeptTexts(HString const& task_id);
 
     // The whole text, byte for byte; nothing when it is not kept, or not to be read.
     [[nodiscard]] std::optional<std::string> Find(std::string const& md5);
     // Keeps a whole text with the places of its matches (`matched`: one record per template). A text without a place,
-    // or one that would not come back as it is, is not kept.
+    // one of more than kMostText bytes, or one that would not come back as it is, is not kept.
     void Keep(std::string const& md5, std::string_view text, std::vector<QVKKeywordText> const& matched);
 
   private:

@@ -78,6 +78,12 @@ TEST_F(KeptTextsTest, WithoutAPlaceAreNotKept) {
     EXPECT_FALSE(std::filesystem::exists(tree_ / "root/cache/task"));
 }
 
+TEST_F(KeptTextsTest, OfMoreThanFourMebibytesAreNotKept) {
+    std::string text(std::size_t{4} << 20, 'x');
+    EXPECT_EQ(RoundTrip(text + "y"), "not kept");
+    EXPECT_TRUE(RoundTrip(text) == text);
+}
+
 TEST_F(KeptTextsTest, ThatAreThereAreNotWrittenAgain) {
     KeptTexts texts("job");
     texts.Keep(kMd5, "plan", Places());
