@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <stdexcept>
 #include <utility>
 
@@ -10,12 +9,6 @@
 
 namespace scanner {
 namespace {
-
-// What is recorded must mean the same file wherever it is read.
-HString AbsolutePath(std::string const& directory, std::string const& path) {
-    if (path.starts_with('/')) return HString(path);
-    return HString((std::filesystem::path(directory) / path).lexically_normal().string());
-}
 
 std::string_view ShortName(std::string_view path) {
     return path.substr(path.rfind('/') + 1);
@@ -30,7 +23,6 @@ FileScanner::FileScanner(Policy const& policy, Options const& options, ContentGa
       task_(task),
       counters_(policy.templates().size()),
       store_(policy, task, counters_),
-      directory_(std::filesystem::current_path().string()),
       reader_(options.most_file_bytes) {
     // One item with one node, every template looked up whatever was found before: then a full hit is a complete answer.
     QVKKeywordFileItem& item = param_.file_items.emplace_back();
@@ -53,7 +45,7 @@ FileOutcome FileScanner::Work(std::string const& path) {
     stopwatch.Mark(kMd5);
 
     QVKKeywordFileNode& file = param_.file_items[0].file_nodes[0];
-    file.file_path = AbsolutePath(directory_, path);
+    file.file_path = HString(path);
     file.file_md5 = HString(md5_of_file_);
     ContentGate::Pass const pass(gate_, md5_of_file_);
     Ask(stopwatch);

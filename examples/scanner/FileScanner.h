@@ -37,6 +37,7 @@ class FileScanner {
     // `task`: null when nothing is recorded.
     FileScanner(Policy const& policy, Options const& options, ContentGate& gate, TaskRun* task);
 
+    // `path`: absolute, since what is recorded must mean the same file wherever it is read.
     // Throws std::bad_alloc or std::runtime_error when the run cannot go on.
     [[nodiscard]] FileOutcome Work(std::string const& path);
     [[nodiscard]] Counters const& counters() const { return counters_; }
@@ -56,7 +57,6 @@ class FileScanner {
     TaskRun* task_;
     Counters counters_;
     ResultStore store_;
-    std::string directory_;  // that relative paths begin in
     FileReader reader_;
     Digest md5_{Digest::Kind::kMd5};
     TextExtractor extractor_;

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <set>
 #include <stdexcept>
 
 namespace scanner {
@@ -36,7 +37,6 @@ class Walk {
 
     void Start(std::string path) {
         struct stat status {};
-        if (::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode)) path = Resolved(path);
         if (::stat(path.c_str(), &status) != 0) throw std::runtime_error(path + ": " + std::strerror(errno));
         if (S_ISREG(status.st_mode)) result_.files.push_back(path);
         if (!S_ISDIR(status.st_mode)) return;
@@ -54,13 +54,13 @@ class Walk {
         return std::move(result_);
     }
 
-  private:
     static std::string Resolved(std::string const& path) {
         std::unique_ptr<char, decltype(&std::free)> const real(::realpath(path.c_str(), nullptr), &std::free);
         if (real == nullptr) throw std::runtime_error(path + ": " + std::strerror(errno));
         return real.get();
     }
 
+  private:
     void List(std::string const& path) {
         int const fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
         if (fd < 0) return Fail(path);
@@ -111,8 +111,11 @@ class Walk {
 
 WalkResult WalkFiles(std::vector<std::string> const& paths, std::string const& excluded) {
     Walk walk(excluded);
+    std::set<std::string> starts;
     for (std::string const& path : paths)
-        walk.Start(path);
+        starts.insert(Walk::Resolved(path));
+    for (std::string const& start : starts)
+        walk.Start(start);
     return walk.Finish();
 }
 

@@ -16,9 +16,10 @@ struct WalkResult {
     std::vector<WalkError> errors;   // directories that could not be read
 };
 
-// Lists the regular files at and below `paths`. A path given by the caller may be a symbolic link, links below are not
-// followed; other kinds of files are left out. The directory `excluded` (the scanner's own root) is not entered. Throws
-// std::runtime_error when a given path does not exist.
+// Lists the regular files at and below `paths`, by absolute paths without links: however a file is named, it is one. A
+// path given by the caller may lead over symbolic links, links below are not followed; other kinds of files are left
+// out. The directory `excluded` (the scanner's own root) is not entered. Throws std::runtime_error when a given path
+// does not exist.
 [[nodiscard]] WalkResult WalkFiles(std::vector<std::string> const& paths, std::string const& excluded);
 
 }  // namespace scanner

@@ -27,6 +27,16 @@ TEST(FileWalks, ListAFileOnceHoweverOftenItIsNamed) {
     EXPECT_THAT(WalkFiles({tree.Path(), tree / "d", file}, "").files, ElementsAre(file));
 }
 
+TEST(FileWalks, ListAFileOnceHoweverItsDirectoryIsNamed) {
+    TempTree const tree;
+    std::string const file = tree.Write("d/x", "");
+    tree.Write("d/sub/y", "");
+    std::filesystem::create_directory_symlink(tree / "d/sub", tree / "link");
+    std::filesystem::current_path(tree.Path());
+    EXPECT_THAT(WalkFiles({"d", "./d", "d/../d/", "link/..", "link/../x", tree / "link/y"}, "").files,
+                ElementsAre(tree / "d/sub/y", file));
+}
+
 TEST(FileWalks, TakeNamesThatAreNotUtf8) {
     TempTree const tree;
     std::string const file = tree.Write("\xff\xfe name\n", "");

@@ -134,15 +134,6 @@ TEST_F(TaskScanning, CountsOnAcrossTasksOfOnePolicy) {
     EXPECT_EQ(ScanEdited(file, "plan", "tomorrow's").found_times, 2);
 }
 
-TEST_F(TaskScanning, RecordsAbsolutePaths) {
-    tree_.Write("a.txt", "the plan");
-    std::filesystem::current_path(tree_.Path());
-    FileScanner scanner(policy_, options_, gate_, &task_);
-    (void)scanner.Work("./a.txt");
-    ASSERT_EQ(Findings().size(), 1U);
-    EXPECT_EQ(Findings()[0].file_path, HString(std::filesystem::canonical(tree_ / "a.txt").string()));
-}
-
 TEST_F(TaskScanning, RecordsWhatItFoundAlsoUnderADefinitionThatChangedMeanwhile) {
     Scan(tree_.Write("warm-up", "opens the caches"));
     ASSERT_TRUE(KwDefineMgr::pins()->install(PolicyRoot::Definitions("changed")));

@@ -12,7 +12,7 @@ TempTree::TempTree() {
     std::string pattern = std::filesystem::temp_directory_path() / "scanner_test.XXXXXX";
     char const* const made = ::mkdtemp(pattern.data());
     EXPECT_NE(made, nullptr);
-    path_ = pattern;
+    path_ = std::filesystem::canonical(pattern);
 }
 
 TempTree::~TempTree() {
