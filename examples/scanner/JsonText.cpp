@@ -36,8 +36,23 @@ void PutPath(std::string const& path, ordered_json& object) {
     if (!IsUtf8(path)) object["path_hex"] = Hex(path);
 }
 
+std::string JsonText(ordered_json const& document, std::size_t indent) {
+    std::string const dumped = document.dump(2, ' ', false, ordered_json::error_handler_t::replace);
+    std::string text;
+    for (std::size_t i = 0; i < dumped.size(); ++i) {
+        bool const is_two_bytes = dumped[i] == '\xC2' && i + 1 < dumped.size() && dumped[i + 1] < '\xA0';
+        if (is_two_bytes) ++i;
+        if (is_two_bytes || dumped[i] == '\x7F')
+            text += "\\u00" + Hex(dumped.substr(i, 1));
+        else
+            text += dumped[i];
+        if (dumped[i] == '\n') text.append(indent, ' ');
+    }
+    return text;
+}
+
 void WriteJson(ordered_json const& document, std::ostream& out) {
-    out << document.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+    out << JsonText(document) << '\n';
 }
 
 }  // namespace scanner

@@ -10,7 +10,10 @@ namespace scanner {
 // digits in "path_hex".
 void PutPath(std::string const& path, nlohmann::ordered_json& object);
 
-// Writes a document, indented, with replacement characters for what is not UTF-8.
+// The text of a document, indented by `indent` more than its place asks for from the second line on, with replacement
+// characters for what is not UTF-8 and every control character escaped, also those that JSON lets stand.
+[[nodiscard]] std::string JsonText(nlohmann::ordered_json const& document, std::size_t indent = 0);
+// Writes that and a line's end.
 void WriteJson(nlohmann::ordered_json const& document, std::ostream& out);
 
 }  // namespace scanner

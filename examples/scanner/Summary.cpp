@@ -55,11 +55,14 @@ void Summarize(std::vector<std::string> const& files, std::vector<FileOutcome> c
 
 std::string Printable(std::string const& text) {
     static constexpr char kDigits[] = "0123456789abcdef";
+    auto const byte_at = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0; };
     std::string printable;
-    for (char const c : text) {
-        auto const byte = static_cast<unsigned char>(c);
-        if (byte >= 0x20 && byte != 0x7F)
-            printable += c;
+    std::size_t second = 0;  // behind a control character of two bytes
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        int const byte = byte_at(i);
+        if (byte == 0xC2 && byte_at(i + 1) >= 0x80 && byte_at(i + 1) < 0xA0) second = i + 2;
+        if (byte >= 0x20 && byte != 0x7F && i >= second)
+            printable += text[i];
         else
             printable += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
     }

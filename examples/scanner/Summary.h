@@ -52,7 +52,7 @@ void PrintText(Summary const& summary, bool verbose, bool colour, std::ostream& 
 // As one JSON object, sensitive files included (their paths as JsonText.h has them).
 void PrintJson(Summary const& summary, std::ostream& out);
 
-// Control characters as \xNN, so that no file name can steer a terminal.
+// Control characters (in UTF-8 also U+0080 to U+009F) as \xNN per byte, so that no file name can steer a terminal.
 [[nodiscard]] std::string Printable(std::string const& text);
 
 }  // namespace scanner

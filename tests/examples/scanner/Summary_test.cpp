@@ -1,5 +1,7 @@
 #include "examples/scanner/Summary.h"
 
+#include "examples/scanner/JsonText.h"
+
 #include <gmock/gmock.h>
 
 #include <nlohmann/json.hpp>
@@ -92,6 +94,21 @@ TEST(Summaries, NameTheTaskWhenThereIsOne) {
     std::ostringstream with;
     PrintText(summary, false, false, with);
     EXPECT_THAT(with.str(), HasSubstr("  task                    monday\n"));
+}
+
+TEST(PrintableTexts, HaveNoControlCharacters) {
+    EXPECT_EQ(Printable("a\x1b[2J\n\x7f z"), "a\\x1b[2J\\x0a\\x7f z");
+    EXPECT_EQ(Printable("\xc2\x80 \xc2\x9b\xc2\x9f"), "\\xc2\\x80 \\xc2\\x9b\\xc2\\x9f");
+}
+
+TEST(PrintableTexts, KeepEveryOtherByte) {
+    EXPECT_EQ(Printable("\xc2\xa0 \xc3\x9b \xc2"), "\xc2\xa0 \xc3\x9b \xc2");
+}
+
+TEST(JsonTexts, HaveNoControlCharacters) {
+    nlohmann::ordered_json const json{"\x1b \x7f \xc2\x80 \xc2\x9b \xc2\xa0 \xc3\x9b"};
+    EXPECT_EQ(JsonText(json), "[\n  \"\\u001b \\u007f \\u0080 \\u009b \xc2\xa0 \xc3\x9b\"\n]");
+    EXPECT_EQ(nlohmann::ordered_json::parse(JsonText(json)), json);
 }
 
 }  // namespace
