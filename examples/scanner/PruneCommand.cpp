@@ -1,5 +1,6 @@
 #include <iostream>
 #include <new>
+#include <stdexcept>
 
 #include "examples/scanner/Registry.h"
 #include "examples/scanner/Root.h"
@@ -16,6 +17,7 @@ int RunPrune(Options const& options) {
     caches->UpdataCache();
     std::size_t const after = CountTemplateCaches();
     std::cout << "Template caches removed: " << before - after << " of " << before << '\n';
+    if (!std::cout.flush()) throw std::runtime_error("the outcome cannot be written");
     return kNothingFound;
 }
 

@@ -27,6 +27,7 @@ int RunRemove(Options const& options) {
     if (HFile::IsFileExistDir(directory)) throw std::runtime_error("cannot remove " + directory.get_str());
     std::cout << "Task removed: " << Printable(options.task)
               << "\nTemplate caches removed, that only it needed: " << before - CountTemplateCaches() << '\n';
+    if (!std::cout.flush()) throw std::runtime_error("the outcome cannot be written");
     return kNothingFound;
 }
 

@@ -388,6 +388,15 @@ TEST_F(Tasks, CommandsRefuseDamagedDefinitions) {
     EXPECT_TRUE(Exists("cache/task/one/ScanTask.arc"));
 }
 
+TEST_F(Tasks, CommandsTellWhenTheirOutputCannotBeWritten) {
+    (void)program_.Scan("--task one");
+    for (char const* command : {"tasks", "findings one", "prune", "remove one"}) {
+        Program::Run const run = Run(command + std::string(" >/dev/full"));
+        EXPECT_EQ(run.status, 2) << command;
+        EXPECT_THAT(run.err, HasSubstr(" cannot be written\n")) << command;
+    }
+}
+
 TEST_F(Tasks, CommandsHaveHelp) {
     for (char const* command : {"scan", "tasks", "findings", "remove", "prune"}) {
         Program::Run const run = program_.Execute(std::string(command) + " --help");
