@@ -28,11 +28,11 @@ bool IsSameVersion(QVKPolicySensitiveFileAuditNode const& a, QVKPolicySensitiveF
     return a.header().id == b.header().id && DLPCache::GetPolicyHash(a) == DLPCache::GetPolicyHash(b);
 }
 
-// Registering reports nothing, so whether the task is kept shows in its record.
-void RequireRecord(HString const& id) {
+// Neither registering nor a change of status reports anything, so whether the task is kept shows in its record.
+void RequireRecord(HString const& id, int status) {
     ScanTask record;
     HString const path = KwLocateMgr::pins()->get_task_arc(id);
-    if (record.from_file(path) == 0 && record.id == id && record.status == kTaskRunning) return;
+    if (record.from_file(path) == 0 && record.id == id && record.status == status) return;
     throw std::runtime_error("the task cannot be recorded in " + path.get_str());
 }
 
@@ -48,7 +48,7 @@ void Begin(HString const& id, HString const& name, QVKPolicySensitiveFileAuditNo
                                  " was a scan under another policy or other templates; give this scan another --task");
     }
     TaskRegistry().UpdateTaskStatus(id, kTaskRunning);
-    RequireRecord(id);
+    RequireRecord(id, kTaskRunning);
 }
 
 }  // namespace
@@ -68,13 +68,19 @@ void TaskRun::Finish() {
                                  std::to_string(wait_.count()) + " ms; --log tells why");
     }
     TaskRegistry().UpdateTaskStatus(id_, kTaskFinished);
+    RequireRecord(id_, kTaskFinished);
 }
 
-HString FreshTaskId() {
-    HTimeValueEx now;
-    now.set_time_t(std::time(nullptr));
-    HString id("scan-");
-    id << now.to_long2() << "-" << static_cast<int>(::getpid());
+HString FreshTaskId(std::time_t now) {
+    HTimeValueEx time;
+    time.set_time_t(now);
+    HString first("scan-");
+    first << time.to_long2() << "-" << static_cast<int>(::getpid());
+    HString id = first;
+    for (int number = 2; TaskRegistry().GetTask(id) != nullptr; ++number) {
+        id = first;
+        id << "-" << number;
+    }
     return id;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <ctime>
 #include <string>
 
 #include "examples/scanner/KeptTexts.h"
@@ -28,7 +29,7 @@ class TaskRun {
     [[nodiscard]] KeptTexts& texts() { return texts_; }
 
     // Waits for the findings and ends the task. Throws std::runtime_error, and leaves the task running, when they are
-    // not on disk in time.
+    // not on disk in time; also when the end cannot be recorded.
     void Finish();
 
   private:
@@ -39,7 +40,7 @@ class TaskRun {
     KeptTexts texts_;
 };
 
-// An id that no task below this root has: the time and the process.
-[[nodiscard]] HString FreshTaskId();
+// An id that no task below this root has: the time and the process, and a number where there is such a task.
+[[nodiscard]] HString FreshTaskId(std::time_t now = std::time(nullptr));
 
 }  // namespace scanner

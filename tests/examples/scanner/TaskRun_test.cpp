@@ -114,8 +114,24 @@ TEST_F(TaskRuns, WhoseFindingsCannotBeWrittenFailLoudlyAndStayOpen) {
     EXPECT_EQ(Record("job").status, 2);
 }
 
-TEST(FreshTaskIds, AreMadeOfTimeAndProcess) {
+TEST_F(TaskRuns, WhoseEndCannotBeRecordedFailLoudly) {
+    TaskRun run("job", "/srv", AuditPolicy(), 60s);
+    std::filesystem::remove(tree_ / "root/cache/task/job/ScanTask.arc");
+    tree_.Write("root/cache/task/job/ScanTask.arc/in the way", "");
+    EXPECT_THAT([&] { run.Finish(); }, ThrowsMessage<std::runtime_error>(HasSubstr("the task cannot be recorded in ")));
+}
+
+TEST_F(TaskRuns, GetFreshIdsOfTimeAndProcess) {
     EXPECT_THAT(FreshTaskId().get_str(), MatchesRegex("scan-[0-9]{14}-[0-9]+"));
+}
+
+TEST_F(TaskRuns, GetFreshIdsThatNoTaskHas) {
+    constexpr std::time_t kNow = 1700000000;
+    std::string const id = FreshTaskId(kNow).get_str();
+    tree_.Write("root/cache/task/" + id + "/ScanTask.arc", "damaged, but there");
+    EXPECT_EQ(FreshTaskId(kNow), HString(id + "-2"));
+    TaskRun const run(HString(id + "-2"), "/srv", AuditPolicy(), 60s);
+    EXPECT_EQ(FreshTaskId(kNow), HString(id + "-3"));
 }
 
 }  // namespace
