@@ -1,11 +1,14 @@
 #include <filesystem>
 #include <iostream>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 #include "examples/scanner/RecordedFile.h"
 #include "examples/scanner/Registry.h"
 #include "examples/scanner/Root.h"
 #include "examples/scanner/TaskCommands.h"
+#include "examples/scanner/Troubles.h"
 #include "host/policy/KwLocateMgr.h"
 #include "task/DLPCacheTaskStore.h"
 
@@ -17,17 +20,14 @@ bool HasFindings(HString const& task_id) {
     return std::filesystem::exists(KwLocateMgr::pins()->get_task_path(task_id, true).get_str() + "index");
 }
 
-// A finding that the task's store has, or why it cannot be read. The record store has the code of a finding without
-// some of its definitions too, for data that it cannot read: then the file is empty.
-SensFile Find(DLPCacheTask const& task, int sn) {
-    SensFile file;
+// A finding of the task's store: kTaskFileFound, or why it cannot be read. The record store has the code of a finding
+// without some of its definitions too, for data that it cannot read: then the file is empty.
+int Find(DLPCacheTask const& task, int sn, SensFile& file) {
     int const code = task.Find(sn, file);
     bool const lacks_definitions = code == DLPCache::kTaskTplGone && !file.file_path.empty();
-    if (code != DLPCache::kTaskFileFound && !lacks_definitions) {
-        throw std::runtime_error("cannot be read (code " + std::to_string(code) + ")");
-    }
+    if (!lacks_definitions) return code;
     file.sn = sn;
-    return file;
+    return DLPCache::kTaskFileFound;
 }
 
 DLPCacheTask const& Open(HString const& task_id) {
@@ -36,19 +36,17 @@ DLPCacheTask const& Open(HString const& task_id) {
     return *task;
 }
 
-// All that can be read; the others are told of.
-std::vector<RecordedFile> ReadAll(HString const& task_id, DLPCacheTask const& task, bool& all_read) {
-    std::vector<RecordedFile> findings;
+void PrintAll(HString const& task_id, DLPCacheTask const& task, FindingsPrinter& printer, Troubles& troubles) {
     int const last = task.store() == nullptr ? 0 : task.store()->GetIndexNumber();
     for (int sn = 1; sn <= last; ++sn) {
-        try {
-            findings.push_back(Rebuild(task_id, Find(task, sn)));
-        } catch (std::runtime_error const& error) {
-            std::cerr << "scanner: finding " << sn << " " << error.what() << '\n';
-            all_read = false;
-        }
+        SensFile file;
+        int const code = Find(task, sn, file);
+        if (code == DLPCache::kTaskFileFound)
+            printer.Print(Rebuild(task_id, std::move(file)));
+        else
+            troubles.Add("finding " + std::to_string(sn) + " cannot be read (code " + std::to_string(code) + ")");
+        if (!std::cout) return;
     }
-    return findings;
 }
 
 }  // namespace
@@ -56,15 +54,13 @@ std::vector<RecordedFile> ReadAll(HString const& task_id, DLPCacheTask const& ta
 int RunFindings(Options const& options) {
     Root const root(options, Root::Use::kOfEarlierScans);
     HString const id = RequireTask(options.task).id;
-    bool all_read = true;
-    std::vector<RecordedFile> findings;
-    if (HasFindings(id)) findings = ReadAll(id, Open(id), all_read);
-    if (options.format == Format::kJson)
-        PrintJson(options.task, findings, std::cout);
-    else
-        PrintText(findings, std::cout);
+    FindingsPrinter printer(options.format, options.task, std::cout);
+    Troubles troubles(std::cerr);
+    if (HasFindings(id)) PrintAll(id, Open(id), printer, troubles);
+    printer.End(troubles.count());
+    troubles.End();
     if (!std::cout.flush()) throw std::runtime_error("the list cannot be written");
-    return all_read ? kNothingFound : kFailed;
+    return troubles.count() == 0 ? kNothingFound : kFailed;
 }
 
 }  // namespace scanner

@@ -43,6 +43,38 @@ ordered_json Templates(SensFile const& file) {
     return templates;
 }
 
+void PrintText(RecordedFile const& finding, std::ostream& out) {
+    SensFile const& file = finding.file;
+    out << file.sn << "  " << Printable(file.file_path.get_str()) << '\n';
+    out << "    level: " << Printable(finding.level) << ", classes: " << Printable(finding.classes)
+        << ", templates: " << Printable(Join(file.tpl_names));
+    if (finding.FoundTimes() != "") out << ", times found: " << Printable(finding.FoundTimes());
+    out << '\n';
+    PrintLines(finding.verdict, "      ", out);
+    if (finding.verdict == finding.Recorded()) return;
+    out << "    recorded at the time of the scan:\n";
+    PrintLines(finding.Recorded(), "      ", out);
+}
+
+ordered_json Entry(RecordedFile const& finding) {
+    SensFile const& file = finding.file;
+    ordered_json entry{{"sn", file.sn}};
+    PutPath(file.file_path.get_str(), entry);
+    entry["md5"] = file.file_md5.get_str();
+    entry["length"] = file.file_attrs[0];
+    entry["created"] = file.file_attrs[1];
+    entry["modified"] = file.file_attrs[2];
+    entry["found"] = file.file_attrs[3];
+    entry["times_found"] = finding.FoundTimes();
+    entry["level"] = finding.level;
+    entry["classes"] = finding.classes;
+    entry["templates"] = Templates(file);
+    entry["verdict"] = finding.verdict;
+    entry["whole"] = finding.whole;
+    entry["recorded_verdict"] = finding.Recorded();
+    return entry;
+}
+
 }  // namespace
 
 RecordedFile Rebuild(HString const& task_id, SensFile file) {
@@ -61,42 +93,24 @@ RecordedFile Rebuild(HString const& task_id, SensFile file) {
     return recorded;
 }
 
-void PrintText(std::vector<RecordedFile> const& findings, std::ostream& out) {
-    if (findings.empty()) out << "The scan found nothing.\n";
-    for (RecordedFile const& finding : findings) {
-        SensFile const& file = finding.file;
-        out << file.sn << "  " << Printable(file.file_path.get_str()) << '\n';
-        out << "    level: " << Printable(finding.level) << ", classes: " << Printable(finding.classes)
-            << ", templates: " << Printable(Join(file.tpl_names));
-        if (finding.FoundTimes() != "") out << ", times found: " << Printable(finding.FoundTimes());
-        out << '\n';
-        PrintLines(finding.verdict, "      ", out);
-        if (finding.verdict == finding.Recorded()) continue;
-        out << "    recorded at the time of the scan:\n";
-        PrintLines(finding.Recorded(), "      ", out);
-    }
+FindingsPrinter::FindingsPrinter(Format format, std::string const& task_id, std::ostream& out)
+    : format_(format), out_(out) {
+    if (format_ == Format::kJson) out_ << "{\n  \"task\": " << JsonText(task_id) << ",\n  \"findings\": [";
 }
 
-void PrintJson(std::string const& task_id, std::vector<RecordedFile> const& findings, std::ostream& out) {
-    ordered_json list = ordered_json::array();
-    for (RecordedFile const& finding : findings) {
-        SensFile const& file = finding.file;
-        ordered_json& entry = list.emplace_back(ordered_json{{"sn", file.sn}});
-        PutPath(file.file_path.get_str(), entry);
-        entry["md5"] = file.file_md5.get_str();
-        entry["length"] = file.file_attrs[0];
-        entry["created"] = file.file_attrs[1];
-        entry["modified"] = file.file_attrs[2];
-        entry["found"] = file.file_attrs[3];
-        entry["times_found"] = finding.FoundTimes();
-        entry["level"] = finding.level;
-        entry["classes"] = finding.classes;
-        entry["templates"] = Templates(file);
-        entry["verdict"] = finding.verdict;
-        entry["whole"] = finding.whole;
-        entry["recorded_verdict"] = finding.Recorded();
-    }
-    WriteJson({{"task", task_id}, {"findings", std::move(list)}}, out);
+void FindingsPrinter::Print(RecordedFile const& finding) {
+    if (format_ == Format::kText)
+        PrintText(finding, out_);
+    else
+        out_ << (count_ == 0 ? "\n    " : ",\n    ") << JsonText(Entry(finding), 4);
+    ++count_;
+}
+
+void FindingsPrinter::End(std::size_t unread) {
+    if (format_ == Format::kJson)
+        out_ << (count_ == 0 ? "]\n}\n" : "\n  ]\n}\n");
+    else if (count_ + unread == 0)
+        out_ << "The scan found nothing.\n";
 }
 
 }  // namespace scanner

@@ -2,8 +2,8 @@
 
 #include <iosfwd>
 #include <string>
-#include <vector>
 
+#include "examples/scanner/Options.h"
 #include "host/base/HString.h"
 #include "host/policy/SensFile.h"
 
@@ -26,10 +26,21 @@ struct RecordedFile {
 // Rebuilds a finding that `task_id`'s store gave from the template caches.
 [[nodiscard]] RecordedFile Rebuild(HString const& task_id, SensFile file);
 
-// For people: each finding in a few lines. The recorded verdict stands besides where the rebuilt one differs: answers
-// are gone, or the task was repeated with other rules.
-void PrintText(std::vector<RecordedFile> const& findings, std::ostream& out);
-// As one JSON object.
-void PrintJson(std::string const& task_id, std::vector<RecordedFile> const& findings, std::ostream& out);
+// Writes a task's findings one after the other, so that none need be held.
+class FindingsPrinter {
+  public:
+    // As text, for people: each finding in a few lines; the recorded verdict stands besides where the rebuilt one
+    // differs: answers are gone, or the task was repeated with other rules. Or as one JSON object.
+    FindingsPrinter(Format format, std::string const& task_id, std::ostream& out);
+
+    void Print(RecordedFile const& finding);
+    // `unread`: how many findings could not be read.
+    void End(std::size_t unread);
+
+  private:
+    Format format_;
+    std::ostream& out_;
+    std::size_t count_ = 0;
+};
 
 }  // namespace scanner

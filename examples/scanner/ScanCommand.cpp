@@ -20,12 +20,12 @@
 #include "examples/scanner/Summary.h"
 #include "examples/scanner/TaskRun.h"
 #include "examples/scanner/TemplateFile.h"
+#include "examples/scanner/Troubles.h"
 #include "front/DLPCacheMgr.h"
 
 namespace scanner {
 namespace {
 
-constexpr std::size_t kMostTroubles = 20;
 constexpr std::chrono::seconds kWaitForFindings{60};  // to reach the disk after the last file
 
 using Clock = std::chrono::steady_clock;
@@ -71,17 +71,14 @@ unsigned JobCount(Options const& options) {
 
 // Tells of what could not be read, the first ones by name.
 void ReportTroubles(WalkResult const& walk, std::vector<FileOutcome> const& outcomes) {
-    std::vector<std::string> troubles;
+    Troubles troubles(std::cerr);
     for (WalkError const& error : walk.errors) {
-        troubles.push_back(Printable(error.path) + ": " + std::strerror(error.error));
+        troubles.Add(Printable(error.path) + ": " + std::strerror(error.error));
     }
     for (std::size_t i = 0; i < outcomes.size(); ++i) {
-        if (!outcomes[i].trouble.empty()) troubles.push_back(Printable(walk.files[i]) + ": " + outcomes[i].trouble);
+        if (!outcomes[i].trouble.empty()) troubles.Add(Printable(walk.files[i]) + ": " + outcomes[i].trouble);
     }
-    for (std::size_t i = 0; i < std::min(troubles.size(), kMostTroubles); ++i) {
-        std::cerr << "scanner: " << troubles[i] << '\n';
-    }
-    if (troubles.size() > kMostTroubles) std::cerr << "scanner: " << troubles.size() - kMostTroubles << " more\n";
+    troubles.End();
 }
 
 void Print(Summary const& summary, Options const& options) {

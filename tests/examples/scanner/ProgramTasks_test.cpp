@@ -215,6 +215,7 @@ TEST_F(Tasks, FindingsWithoutTheirDefinitionsAreListed) {
     ASSERT_EQ(findings.size(), 2U);
     EXPECT_EQ(findings[0].at("sn"), 1);
     EXPECT_EQ(findings[1].at("sn"), 2);
+    EXPECT_FALSE(findings[0].at("templates").at(0).contains("name"));
     EXPECT_EQ(findings[0].at("path"), program_.tree() / "docs/mails.txt");
     EXPECT_EQ(findings[0].at("recorded_verdict"), "E-mail addresses: 5\n");
 }

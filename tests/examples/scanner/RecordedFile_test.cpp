@@ -5,6 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "examples/scanner/Troubles.h"
+
 namespace scanner {
 namespace {
 
@@ -30,14 +32,24 @@ RecordedFile Finding(std::string const& rebuilt, std::string const& recorded) {
 
 std::string Text(std::vector<RecordedFile> const& findings) {
     std::ostringstream out;
-    PrintText(findings, out);
+    FindingsPrinter printer(Format::kText, "job", out);
+    for (RecordedFile const& finding : findings)
+        printer.Print(finding);
+    printer.End(0);
+    return out.str();
+}
+
+std::string JsonOf(std::vector<RecordedFile> const& findings) {
+    std::ostringstream out;
+    FindingsPrinter printer(Format::kJson, "j\"ob", out);
+    for (RecordedFile const& finding : findings)
+        printer.Print(finding);
+    printer.End(0);
     return out.str();
 }
 
 nlohmann::json Json(RecordedFile const& finding) {
-    std::ostringstream out;
-    PrintJson("job", {finding}, out);
-    return nlohmann::json::parse(out.str());
+    return nlohmann::json::parse(JsonOf({finding}));
 }
 
 TEST(RecordedFiles, AreShownWithWhatIsKnownOfThem) {
@@ -65,7 +77,7 @@ TEST(RecordedFiles, OfAScanWithoutFindingsAreASentence) {
 
 TEST(RecordedFiles, AsJsonHaveEverything) {
     nlohmann::json const json = Json(Finding("plan(1)\n", "x\n"));
-    EXPECT_EQ(json.at("task"), "job");
+    EXPECT_EQ(json.at("task"), "j\"ob");
     EXPECT_EQ(json.at("findings"), nlohmann::json::parse(R"([{"sn": 7, "path": "/d/a.txt", "md5": "", "length": 10,
         "created": 20, "modified": 30, "found": 40, "times_found": "3", "level": "Secret", "classes": "A|B",
         "templates": [{"id": "words", "name": "Words", "md5": "M1"}, {"id": "mails", "name": "Mails", "md5": "M2"}],
@@ -84,6 +96,32 @@ TEST(RecordedFiles, AsJsonParseWhateverTheFileNames) {
     RecordedFile finding = Finding("\xfe\n", "\xfe\n");
     finding.file.file_path = HString(std::string("/\xff"));
     EXPECT_EQ(Json(finding).at("findings").at(0).at("path_hex"), "2fff");
+}
+
+TEST(RecordedFiles, AsJsonAreADocumentHoweverMany) {
+    EXPECT_EQ(JsonOf({}), "{\n  \"task\": \"j\\\"ob\",\n  \"findings\": []\n}\n");
+    std::string const two = JsonOf({Finding("a\n", "a\n"), Finding("b\n", "b\n")});
+    EXPECT_EQ(two, nlohmann::ordered_json::parse(two).dump(2) + "\n");
+    EXPECT_EQ(nlohmann::json::parse(two).at("findings").at(1).at("verdict"), "b\n");
+}
+
+TEST(RecordedFiles, ThatCannotBeReadAreNotNothing) {
+    std::ostringstream out;
+    FindingsPrinter(Format::kText, "job", out).End(1);
+    EXPECT_EQ(out.str(), "");
+}
+
+TEST(SeveralTroubles, AreNamedUpToTwenty) {
+    std::ostringstream out;
+    Troubles troubles(out);
+    std::string expected;
+    for (int i = 1; i <= 22; ++i) {
+        troubles.Add(std::to_string(i));
+        if (i <= 20) expected += "scanner: " + std::to_string(i) + "\n";
+    }
+    troubles.End();
+    EXPECT_EQ(out.str(), expected + "scanner: 2 more\n");
+    EXPECT_EQ(troubles.count(), 22U);
 }
 
 }  // namespace
