@@ -118,13 +118,10 @@ bool DLPCacheTask::WriteFirst() noexcept {
     return true;
 }
 
-// Without memory a write that failed.
+// The queue's entry itself is handed over: the lock is held, and a copy would tell nothing else.
 int DLPCacheTask::TryWrite(SensFile const& first) const noexcept {
     if (!store_) return kTaskLog.Failed("WriteFirst", 491, kAssertNull, int{DLPCache::kTaskNoStore});
-    return NoThrow<int>(DLPCache::kTaskFileNotEncoded, [&] {
-        SensFile const copy = first;
-        return store_->Add(copy);
-    });
+    return store_->Add(first);
 }
 
 void DLPCacheTask::WakeWaiters() const noexcept {
