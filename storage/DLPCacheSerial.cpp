@@ -40,6 +40,13 @@ void FromWire(std::span<char16_t> units) noexcept {
     }
 }
 
+// Writes the first units of a text in one piece where this machine has them as the wire does. False, with nothing
+// written, elsewhere and when there is no room for all of them.
+bool WriteAtOnce(Varnok::Writer& w, HString const& s, short count) noexcept {
+    long long const width = static_cast<long long>(count) * kUnitWidth;
+    return std::endian::native == std::endian::little && count > 0 && w.write_buffer(s.view().data(), width) == width;
+}
+
 // The units before the first that is zero. Looks at four at a time: few texts have one.
 std::size_t LengthToZero(std::span<char16_t const> units) noexcept {
     constexpr std::uint64_t kOnes = 0x0001000100010001;
@@ -77,6 +84,7 @@ bool SerialBasic::WriteHString(Varnok::Writer* w, HString const& s, int maxLen) 
     if (int const ret = w->write_int16(count); ret != 2) {
         return kLog.Failed("WriteHString", 919, kAssertWriteInt16, ret, false);
     }
+    if (WriteAtOnce(*w, s, count)) return true;
     for (int i = 0; i < count; ++i) {
         if (int const ret = w->write_uint16(s[i]); ret != 2) {
             return kLog.Failed("WriteHString", 933, kAssertWriteUInt16, ret, false);
