@@ -10,6 +10,7 @@
 #include "sensrecord/DLPCacheSensRecordLog.h"
 #include "storage/DLPCacheIndex.h"
 #include "storage/DLPCacheManager.h"
+#include "storage/DLPCacheRecord.h"
 
 namespace DLPCache {
 
@@ -124,17 +125,10 @@ void DLPCacheSensRecord::Forget(HString const& directory) noexcept {
 
 int DLPCacheSensRecord::Find(HString const& key, SensRecordNode& node) const noexcept {
     if (!manager_) return kSensRecordLog.Failed("Find", 203, kAssertNull, kSensRecordNoStore);
-    unsigned char* bytes = nullptr;
-    int length = 0;
-    int const found = manager_->Find(key, bytes, length);
-    std::unique_ptr<unsigned char[]> const owner(bytes);
-    if (found <= 0) return found;
-    if (found == kFound || !bytes || length == 0) return kSensRecordEmpty;
     SensRecordNode read;
-    if (!read.FromBuffer(bytes, length)) return kSensRecordLog.Failed("Find", 214, kAssertFalse, kSensRecordNotDecoded);
-    if (read.Size() != length) return kSensRecordLog.Failed("Find", 215, kAssertFalse, kSensRecordNotDecoded);
-    node = read;
-    return kSensRecordFound;
+    int const found = FindRecord(*manager_, key, read, {kSensRecordLog, 214, 215, kSensRecordNotDecoded});
+    if (found == kSensRecordFound) node = read;
+    return found;
 }
 
 int DLPCacheSensRecord::Add(HString const& key, SensRecordNode& node) const noexcept {

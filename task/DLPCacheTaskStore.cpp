@@ -10,6 +10,7 @@
 #include "host/policy/KwLocateMgr.h"
 #include "storage/DLPCacheIndex.h"
 #include "storage/DLPCacheManager.h"
+#include "storage/DLPCacheRecord.h"
 #include "task/DLPCacheSensFileNode.h"
 #include "task/DLPCacheTaskDirectory.h"
 #include "task/DLPCacheTaskLog.h"
@@ -133,18 +134,10 @@ int DLPCacheTaskStore::Find(int sn, SensFile& file) const noexcept {
     using namespace DLPCache;
     file.reset_to_default();
     if (!manager_) return kTaskLog.Failed("Find", 270, kAssertNull, int{kTaskNoStore});
-    unsigned char* bytes = nullptr;
-    int length = 0;
-    int const found = manager_->Find(sn, bytes, length);
-    std::unique_ptr<unsigned char[]> const owner(bytes);
-    if (found <= 0) return found;
-    if (found == kFound || !bytes || length == 0) return kTaskFileEmpty;
+    SensFileNode node;
+    int const found = FindRecord(*manager_, sn, node, {kTaskLog, 280, 282, kTaskFileNotDecoded});
+    if (found != kTaskFileFound) return found;
     return NoThrow<int>(kTaskFileNotDecoded, [&]() -> int {
-        SensFileNode node;
-        if (!node.FromBuffer(bytes, length)) {
-            return kTaskLog.Failed("Find", 280, kAssertFalse, int{kTaskFileNotDecoded});
-        }
-        if (node.Size() != length) return kTaskLog.Failed("Find", 282, kAssertFalse, int{kTaskFileNotDecoded});
         node.GiveTo(file);
         file.task_id = task_.id;
         Fill(file);

@@ -8,6 +8,7 @@
 #include "host/base/Retained.h"
 #include "host/policy/KwDefineMgr.h"
 #include "storage/DLPCacheManager.h"
+#include "storage/DLPCacheRecord.h"
 #include "template/DLPCacheTplLog.h"
 #include "template/DLPCacheTplNode.h"
 
@@ -115,16 +116,10 @@ int DLPCacheTpl::Find(HString const& key, QVKReportKeywordAttachNode& node, QVKK
     Manager* const store = manager_.load(std::memory_order_acquire);
     if (!store) return kTplLog.Failed("Find", 489, kAssertNull, kTplNoStore);
     node.reset_to_default();
-    unsigned char* bytes = nullptr;
-    int length = 0;
-    int const found = store->Find(key, bytes, length);
-    std::unique_ptr<unsigned char[]> const owner(bytes);
-    if (found <= 0) return found;
-    if (found == kFound || !bytes || length == 0) return kTplNotMatched;
+    TplNode record;
+    int const found = FindRecord(*store, key, record, {kTplLog, 520, 521, kTplNotDecoded});
+    if (found != kTplMatched) return found;
     return NoThrow<int>(kTplNotDecoded, [&]() -> int {
-        TplNode record;
-        if (!record.FromBuffer(bytes, length)) return kTplLog.Failed("Find", 520, kAssertFalse, kTplNotDecoded);
-        if (record.Size() != length) return kTplLog.Failed("Find", 521, kAssertFalse, kTplNotDecoded);
         stored_name = std::move(record.stored_name);
         if (!record.GiveKeywordAttach(node, text)) return kTplLog.Failed("Find", 526, kAssertFalse, kTplNotDecoded);
         FillInfo(node);
