@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <random>
 #include <tuple>
@@ -83,10 +84,14 @@ class Recording {
     std::vector<Place> places_;
 };
 
-// What writing findings one by one takes in raw calls, in a directory of its own.
+// What writing findings one by one takes in raw calls, in a directory of its own that lies as deep as a task's.
 class RawDrain {
   public:
-    RawDrain() : index_path_(directory_.File("index")), data_path_(directory_.File("cache")), record_(kRecord, 'x') {
+    RawDrain()
+        : index_path_(directory_.File("cache/task/task-0/index")),
+          data_path_(directory_.File("cache/task/task-0/cache")),
+          record_(kRecord, 'x') {
+        std::filesystem::create_directories(directory_.File("cache/task/task-0"));
         Require(DLPCache::Index(HString(index_path_)).Init(0) == DLPCache::kDone, "Index::Init failed");
         RawWriteZeros(data_path_, 0);
     }
