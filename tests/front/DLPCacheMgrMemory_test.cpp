@@ -11,12 +11,13 @@
 #include "front/DLPCacheVersion.h"
 #include "tests/front/FrontFixture.h"
 #include "tests/support/LogLines.h"
-#include "tests/support/fault/AllocationFailure.h"
+#include "tests/support/fault/EveryAllocation.h"
 
 namespace {
 
+using fault::Extent;
+using fault::WithEveryFailure;
 using testing::AnyOf;
-using Extent = AllocationFailure::Extent;
 
 class DLPCacheMgrMemoryTest : public FrontTest {
   protected:
@@ -32,26 +33,18 @@ class DLPCacheMgrMemoryTest : public FrontTest {
         (void)AskNode('a', Ids({"t1", "t2"}));
     }
 
-    // Runs `operation` with its first, second, ... allocation failing until it needs no further one, and `check` after
-    // each run, with whether one failed. Returns how many allocations the operation needs.
-    template <class Operation, class Check>
-    static long WithEachAllocationFailing(Extent extent, Operation operation, Check check) {
-        for (long nth = 1;; ++nth) {
-            bool happened = false;
-            {
-                AllocationFailure const failure(nth, extent);
-                operation();
-                happened = failure.Happened();
-            }
-            check(happened);
-            if (!happened) return nth - 1;
-        }
-    }
-
     template <class Operation>
     static auto WithoutMemory(Operation operation) {
         AllocationFailure const failure(1, Extent::kAllFromThere);
         return operation();
+    }
+
+    // The verdict is whole, or empty when an allocation failed. Gives how many did.
+    static int CountVerdictFailures(QVKKeywordMatchNode const& node, HString const& whole) {
+        HString verdict;
+        return WithEveryFailure(
+            [&] { verdict = Front().GetSensResult(node); },
+            [&](bool failed) { EXPECT_TRUE(verdict == whole || (failed && verdict.empty())) << verdict.get_str(); });
     }
 
     static bool IsComplete(QVKKeywordMatchResult const& result) {
@@ -65,22 +58,20 @@ class DLPCacheMgrMemoryTest : public FrontTest {
 };
 
 TEST_F(DLPCacheMgrMemoryTest, QueryFailsOrAnswersRightly) {
-    for (Extent const extent : {Extent::kOne, Extent::kAllFromThere}) {
-        QVKKeywordMatchResult result;
-        int code = 0;
-        auto const query = [&] { code = Ask(param_, result); };
-        long const needed = WithEachAllocationFailing(extent, query, [&](bool failed) {
-            if (failed) {
-                EXPECT_THAT(code, AnyOf(-55, 0, 1, 2));
-            }
-            if (code == 2 || !failed) {
-                EXPECT_EQ(code, 2);
-                EXPECT_TRUE(IsComplete(result));
-            }
-            result = QVKKeywordMatchResult();
-        });
-        EXPECT_GT(needed, 5);
-    }
+    QVKKeywordMatchResult result;
+    int code = 0;
+    int const failures = WithEveryFailure([&] { code = Ask(param_, result); },
+                                          [&](bool failed) {
+                                              if (failed) {
+                                                  EXPECT_THAT(code, AnyOf(-55, 0, 1, 2));
+                                              }
+                                              if (code == 2 || !failed) {
+                                                  EXPECT_EQ(code, 2);
+                                                  EXPECT_TRUE(IsComplete(result));
+                                              }
+                                              result = QVKKeywordMatchResult();
+                                          });
+    EXPECT_GT(failures, 10);
 }
 
 TEST_F(DLPCacheMgrMemoryTest, QueryWithoutAnyMemoryFails) {
@@ -173,12 +164,7 @@ TEST_F(DLPCacheMgrMemoryTest, VerdictIsWholeOrEmpty) {
     HString const line = "a word of some length(3)\n";
     HString whole;
     whole << line << line << line;
-    HString verdict;
-    auto const word = [&] { verdict = Front().GetSensResult(node); };
-    long const needed = WithEachAllocationFailing(Extent::kOne, word, [&](bool failed) {
-        EXPECT_TRUE(verdict == whole || (failed && verdict.empty())) << verdict.get_str();
-    });
-    EXPECT_GT(needed, 0);
+    EXPECT_GT(CountVerdictFailures(node, whole), 0);
 }
 
 // Wordings that are put together from the language table, a number and a time.
@@ -197,12 +183,7 @@ TEST_F(DLPCacheMgrMemoryTest, WordedVerdictIsWholeOrEmpty) {
     items[4].match_text_2 = "1;2;3;4;5";
     HString const whole = Front().GetSensResult(node);
     EXPECT_EQ(std::ranges::count(whole.view(), u'\n'), 5) << whole.get_str();
-    HString verdict;
-    auto const word = [&] { verdict = Front().GetSensResult(node); };
-    long const needed = WithEachAllocationFailing(Extent::kOne, word, [&](bool failed) {
-        EXPECT_TRUE(verdict == whole || (failed && verdict.empty())) << verdict.get_str();
-    });
-    EXPECT_GT(needed, 10);
+    EXPECT_GT(CountVerdictFailures(node, whole), 20);
 }
 
 TEST_F(DLPCacheMgrMemoryTest, VersionCheckNeverWipesACurrentRoot) {
@@ -210,13 +191,12 @@ TEST_F(DLPCacheMgrMemoryTest, VersionCheckNeverWipesACurrentRoot) {
     std::filesystem::create_directories(other / "cache/kept");
     std::string const stamp = "[DLP]\nmajor=3\nbranch=2306\nminor=4\nrevise=13\nmodule=1\ncache=4\n";
     WriteBytes(other / "cache/Version.ini", stamp);
-    for (Extent const extent : {Extent::kOne, Extent::kAllFromThere}) {
-        long const needed = WithEachAllocationFailing(extent, CheckModuleVersion, [&](bool) {
-            EXPECT_TRUE(Exists(other / "cache/kept"));
-            EXPECT_EQ(ReadBytes(other / "cache/Version.ini"), stamp);
-        });
-        EXPECT_GT(needed, 0);
-    }
+    EXPECT_GT(WithEveryFailure(CheckModuleVersion,
+                               [&] {
+                                   EXPECT_TRUE(Exists(other / "cache/kept"));
+                                   EXPECT_EQ(ReadBytes(other / "cache/Version.ini"), stamp);
+                               }),
+              0);
 }
 
 }  // namespace

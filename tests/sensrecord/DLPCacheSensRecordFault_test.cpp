@@ -1,17 +1,15 @@
 // System calls that fail, and a process that dies between them.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <filesystem>
-#include <functional>
 
 #include "tests/sensrecord/SensRecordFixture.h"
-#include "tests/support/fault/FaultInjection.h"
+#include "tests/support/fault/EveryFault.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using fault::Nothing;
+using fault::WithEveryKill;
 using testing::AllOf;
 using testing::AnyOf;
 using testing::Ge;
@@ -19,66 +17,19 @@ using testing::Le;
 
 class SensRecordFaultTest : public SensRecordFixture {
   protected:
-    using Step = std::function<void()>;
-    static void Nothing() {}
-
-    // Runs `work` with every system call below the root failing in turn, alone and with all of its kind that follow.
-    // `before` comes before each run and `check` after it.
-    void WithEveryFault(Step const& before, Step const& work, Step const& check) {
-        for (int call = 0; call < static_cast<int>(SystemCall::kSize); ++call) {
-            for (bool const from_there : {false, true}) {
-                for (int nth = 1;; ++nth) {
-                    SCOPED_TRACE(testing::Message() << "call " << call << " number " << nth << " on " << from_there);
-                    before();
-                    if (!RunOne(work, static_cast<SystemCall>(call), nth, from_there)) break;
-                    check();
-                    if (HasFailure()) return;
-                }
-            }
-        }
+    void WithEveryFault(fault::Step const& before, fault::Step const& work, fault::Step const& check) {
+        fault::WithEveryFault(root_.Path(), {EIO}, before, work, check);
     }
-
-    // Runs `work` in a child that dies at each change of the file system in turn; `check` comes after each.
-    void WithEveryKill(Step const& before, Step const& work, Step const& check) {
-        for (int nth = 1;; ++nth) {
-            SCOPED_TRACE(testing::Message() << "killed at change " << nth);
-            before();
-            bool const killed = Killed(work, nth);
-            check();
-            if (!killed || HasFailure()) return;
-        }
-    }
-
     void StartOver() {
         fs::remove_all(root_ / "cache");
         SetStamp(kStamp);
     }
-
-  private:
-    // False when the work makes fewer than `nth` such calls.
-    bool RunOne(Step const& work, SystemCall call, int nth, bool from_there) {
-        FaultInjection faults;
-        faults.OnlyBelow(root_.Path());
-        if (from_there) {
-            faults.FailFrom(call, nth, EIO);
-        } else {
-            faults.Fail(call, nth, EIO);
-        }
-        work();
-        return faults.Fired() > 0;
-    }
-
-    static bool Killed(Step const& work, int nth) {
-        pid_t const child = fork();
-        if (child == 0) {
-            FaultInjection faults;
-            faults.KillAtChange(nth);
-            work();
-            _exit(0);
-        }
-        int status = 0;
-        EXPECT_EQ(waitpid(child, &status, 0), child);
-        return WIFSIGNALED(status);
+    // Counts of one version, and then the policy has another.
+    void StartOverAndChange() {
+        StartOver();
+        CountTimes(5, "/a.txt");
+        CountTimes(3, "/b.txt");
+        SetStamp(kStamp + 1);
     }
 };
 
@@ -151,36 +102,22 @@ TEST_F(SensRecordFaultTest, KilledWhileCountingLosesAtMostOne) {
 }
 
 TEST_F(SensRecordFaultTest, KilledWhileTheVersionChangesShowsNoneOfTheOldCounts) {
-    WithEveryKill(
-        [this] {
-            StartOver();
-            CountTimes(5, "/a.txt");
-            CountTimes(3, "/b.txt");
-            SetStamp(kStamp + 1);
-        },
-        [this] { CountLater("/a.txt"); },
-        [this] {
-            EXPECT_THAT(CountLater("/a.txt"), AnyOf(1, 2));
-            EXPECT_EQ(CountLater("/b.txt"), 1);
-        });
+    WithEveryKill([this] { StartOverAndChange(); }, [this] { CountLater("/a.txt"); },
+                  [this] {
+                      EXPECT_THAT(CountLater("/a.txt"), AnyOf(1, 2));
+                      EXPECT_EQ(CountLater("/b.txt"), 1);
+                  });
 }
 
 TEST_F(SensRecordFaultTest, KilledWhileTheVersionChangesNeverMixesFiles) {
     // The policy goes back to what it was: its counts are there whole, or gone.
-    WithEveryKill(
-        [this] {
-            StartOver();
-            CountTimes(5, "/a.txt");
-            CountTimes(3, "/b.txt");
-            SetStamp(kStamp + 1);
-        },
-        [this] { CountLater("/a.txt"); },
-        [this] {
-            SetStamp(kStamp);
-            EXPECT_EQ(CountLater("/new.txt"), 1);
-            EXPECT_THAT(CountLater("/b.txt"), AnyOf(1, 4));
-            EXPECT_THAT(CountLater("/a.txt"), AnyOf(1, 6));
-        });
+    WithEveryKill([this] { StartOverAndChange(); }, [this] { CountLater("/a.txt"); },
+                  [this] {
+                      SetStamp(kStamp);
+                      EXPECT_EQ(CountLater("/new.txt"), 1);
+                      EXPECT_THAT(CountLater("/b.txt"), AnyOf(1, 4));
+                      EXPECT_THAT(CountLater("/a.txt"), AnyOf(1, 6));
+                  });
 }
 
 }  // namespace

@@ -4,48 +4,27 @@
 
 #include "sensrecord/DLPCacheSensRecord.h"
 #include "tests/sensrecord/SensRecordFixture.h"
-#include "tests/support/fault/AllocationFailure.h"
+#include "tests/support/fault/EveryAllocation.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using fault::Extent;
+using fault::WithEveryFailure;
 using testing::AnyOf;
-using Extent = AllocationFailure::Extent;
 
 class SensRecordMemoryTest : public SensRecordFixture {
   protected:
-    // Runs `work` with every allocation failing in turn, alone and with all that follow. `before` comes before each run
-    // and `check` after it.
-    template <class Before, class Work, class Check>
-    static void WithEveryFailure(Before const& before, Work const& work, Check const& check) {
-        for (Extent const extent : {Extent::kOne, Extent::kAllFromThere}) {
-            bool happened = true;
-            for (long nth = 1; happened && !HasFailure(); ++nth) {
-                SCOPED_TRACE(testing::Message() << "allocation " << nth);
-                before();
-                happened = Happened(work, nth, extent);
-                check();
-            }
-        }
-    }
     int CountA() { return manager_.GetRealTimeFileFoundTimes(a_, policy_); }
 
     HString const a_ = "/a file with a name.txt";
-
-  private:
-    template <class Work>
-    static bool Happened(Work const& work, long nth, Extent extent) {
-        AllocationFailure const failure(nth, extent);
-        work();
-        return failure.Happened();
-    }
 };
 
 TEST_F(SensRecordMemoryTest, CountIsMadeOrLost) {
     CountTimes(2, "/of others");
     int others = 2;
     int counted = 0;
-    WithEveryFailure([] {}, [&] { counted = CountA(); },
+    WithEveryFailure([&] { counted = CountA(); },
                      [&] {
                          EXPECT_GE(counted, 1);
                          EXPECT_GE(CountA(), counted);
@@ -105,7 +84,7 @@ TEST_F(SensRecordMemoryTest, RecordIsEncodedOrRefused) {
     auto node = MakeRecord(1, 2, 3);
     int code = 0;
     bool refused = false;
-    WithEveryFailure([] {}, [&] { code = record.Add(a_, node); },
+    WithEveryFailure([&] { code = record.Add(a_, node); },
                      [&] {
                          EXPECT_THAT(code, AnyOf(1, -17, -10));
                          refused = refused || code == -17;
@@ -159,7 +138,7 @@ TEST_F(SensRecordMemoryTest, MissingRecordIsToldAndCountsAsTheFirstFind) {
 TEST_F(SensRecordMemoryTest, RecordIsMadeOnceThereIsMemory) {
     DLPCache::DLPCacheSensRecord* record = nullptr;
     HString const key = "key";
-    WithEveryFailure([] {}, [&] { record = manager_.GetDLPCacheSensRecord(key); },
+    WithEveryFailure([&] { record = manager_.GetDLPCacheSensRecord(key); },
                      [&] { EXPECT_NE(manager_.GetDLPCacheSensRecord("key"), nullptr); });
     EXPECT_EQ(record, manager_.GetDLPCacheSensRecord("key"));
 }

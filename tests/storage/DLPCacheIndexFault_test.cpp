@@ -8,7 +8,7 @@
 #include "tests/storage/FileSizeLimit.h"
 #include "tests/storage/IndexFixture.h"
 #include "tests/storage/LogExpect.h"
-#include "tests/support/fault/FaultInjection.h"
+#include "tests/support/fault/EveryFault.h"
 
 namespace {
 
@@ -184,25 +184,21 @@ TEST_F(IndexFaults, ShortAndInterruptedTransfersAreContinued) {
     }
 }
 
-// Whatever single call fails: the operation succeeds or says that it did not, and every earlier key is still found.
+// Whatever calls fail: the operation succeeds or says that it did not, and every earlier key is still found.
 TEST_F(IndexFaults, AnyFailingCallLeavesASoundFile) {
     ASSERT_EQ(index_.Init(3), 0);
     ASSERT_EQ(index_.Add(kKeyA, 10, 11), 0);
-    int fired = 0;
-    for (int call = 0; call < static_cast<int>(SystemCall::kSize); ++call) {
-        for (int nth = 1; nth < 100; ++nth) {
-            std::string const key = KeyInBucket(1, 3, 100 * call + nth);
-            FaultInjection faults;
-            faults.Fail(static_cast<SystemCall>(call), nth, EIO);
-            int const added = index_.Add(key, nth, call);
-            if (faults.Fired() == 0) break;
-            ++fired;
-            faults.Fail(static_cast<SystemCall>(call), 0, 0);
+    std::string key;
+    int number = 0;
+    int added = 0;
+    int const fired = fault::WithEveryFault(
+        root_.Path(), {EIO}, [&] { key = KeyInBucket(1, 3, ++number); }, [&] { added = index_.Add(key, number, 31); },
+        [&] {
             EXPECT_EQ(Look(kKeyA), Found(10, 11));
-            EXPECT_EQ(Look(key), added == 0 ? Found(nth, call) : Without(0));
+            EXPECT_EQ(Look(key), added == 0 ? Found(number, 31) : Without(0));
             EXPECT_EQ((Size() - 27) % 57, 0);
-        }
-    }
+        });
+    EXPECT_EQ(added, 0);
     EXPECT_GE(fired, 7);
 }
 

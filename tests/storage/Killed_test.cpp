@@ -1,30 +1,14 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "tests/storage/IndexFixture.h"
 #include "tests/storage/ManagerFixture.h"
-#include "tests/support/fault/FaultInjection.h"
+#include "tests/support/fault/EveryFault.h"
 
 // A process may be killed between any two system calls: each test repeats its operation in a child that dies in place
 // of the first, the second, ... call that changes a file, and looks at what the child left.
 namespace {
 
-// Runs `operation` in a child that dies at its nth change. Whether it died; otherwise the operation had fewer changes.
-template <class Operation>
-bool DiesAtChange(int nth, Operation const& operation) {
-    pid_t const child = ::fork();
-    if (child == 0) {
-        FaultInjection faults;
-        faults.KillAtChange(nth);
-        operation();
-        ::_exit(0);
-    }
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status) || WTERMSIG(status) == SIGKILL);
-    return WIFSIGNALED(status);
-}
+using fault::WithEveryKill;
 
 class KilledIndex : public IndexFixture {
   protected:
@@ -35,37 +19,33 @@ class KilledIndex : public IndexFixture {
             EXPECT_EQ(Look(kKeyA), Without(0));
         }
     }
-    // What `operation` adds is found afterwards or is absent, and can be added again; `earlier` is found.
+    // The key is found afterwards or is absent, and can be added again; `earlier` is found. Gives the number of
+    // changes.
     template <class Key>
     int KillEachAdd(Key const& earlier, Key const& key) {
-        std::string const before = Bytes();
-        int nth = 1;
-        for (;; ++nth) {
-            WriteBytes(path_, before);
-            bool const died = DiesAtChange(nth, [&] { (void)index_.Add(key, 30, 31); });
-            EXPECT_EQ(Look(earlier), Found(10, 11));
-            EXPECT_EQ(Look(key), died ? Without(0) : Found(30, 31));
-            EXPECT_EQ((Size() - 27) % 57, 0);
-            if (!died) return nth - 1;
-            EXPECT_EQ(index_.Add(key, 40, 41), 0);
-            EXPECT_EQ(Look(key), Found(40, 41));
-            EXPECT_EQ(Look(earlier), Found(10, 11));
-        }
+        return WithEveryKill([this, before = Bytes()] { WriteBytes(path_, before); },
+                             [&] { (void)index_.Add(key, 30, 31); },
+                             [&](bool died) {
+                                 EXPECT_EQ(Look(earlier), Found(10, 11));
+                                 EXPECT_EQ(Look(key), died ? Without(0) : Found(30, 31));
+                                 EXPECT_EQ((Size() - 27) % 57, 0);
+                                 if (!died) return;
+                                 EXPECT_EQ(index_.Add(key, 40, 41), 0);
+                                 EXPECT_EQ(Look(key), Found(40, 41));
+                                 EXPECT_EQ(Look(earlier), Found(10, 11));
+                             });
     }
 };
 
 TEST_F(KilledIndex, InitLeavesAWholeFileOrNone) {
-    int nth = 1;
-    for (;; ++nth) {
-        std::filesystem::remove(path_);
-        bool const died = DiesAtChange(nth, [&] { (void)index_.Init(3000); });
-        ExpectWholeOrMissing(3000);
-        if (!died) break;
-        EXPECT_EQ(index_.Init(3000), 0);
-        ExpectWholeOrMissing(3000);
-    }
-    EXPECT_TRUE(Exists(path_));
-    EXPECT_GT(nth, 4);
+    int const died = WithEveryKill([this] { std::filesystem::remove(path_); }, [this] { (void)index_.Init(3000); },
+                                   [this](bool killed) {
+                                       EXPECT_TRUE(killed || Exists(path_));
+                                       ExpectWholeOrMissing(3000);
+                                       EXPECT_EQ(index_.Init(3000), 0);
+                                       ExpectWholeOrMissing(3000);
+                                   });
+    EXPECT_GE(died, 4);
 }
 
 TEST_F(KilledIndex, AddIntoAFirstSlot) {
@@ -91,20 +71,20 @@ class KilledStore : public ManagerFixture {
     KilledStore() { Open(3); }
     template <class Key>
     int KillEachAdd(Key const& earlier, Key const& key) {
-        std::string const index = ReadBytes(index_path_);
-        std::string const data = DataFile();
-        int nth = 1;
-        for (;; ++nth) {
-            WriteBytes(index_path_, index);
-            WriteBytes(data_path_, data);
-            bool const died = DiesAtChange(nth, [&] { (void)Put(key, "record"); });
-            EXPECT_EQ(Get(earlier), Data("earlier"));
-            EXPECT_EQ(Get(key), died ? Without(0) : Data("record"));
-            if (!died) return nth - 1;
-            EXPECT_EQ(Put(key, "again"), 1);
-            EXPECT_EQ(Get(key), Data("again"));
-            EXPECT_EQ(Get(earlier), Data("earlier"));
-        }
+        return WithEveryKill(
+            [this, index = ReadBytes(index_path_), data = DataFile()] {
+                WriteBytes(index_path_, index);
+                WriteBytes(data_path_, data);
+            },
+            [&] { (void)Put(key, "record"); },
+            [&](bool died) {
+                EXPECT_EQ(Get(earlier), Data("earlier"));
+                EXPECT_EQ(Get(key), died ? Without(0) : Data("record"));
+                if (!died) return;
+                EXPECT_EQ(Put(key, "again"), 1);
+                EXPECT_EQ(Get(key), Data("again"));
+                EXPECT_EQ(Get(earlier), Data("earlier"));
+            });
     }
 };
 
@@ -125,13 +105,10 @@ TEST_F(KilledStore, AddOfAnIntegerKey) {
 
 TEST_F(KilledStore, ReplacingARecordByALongerOneKeepsTheOldOneUntilItIsDone) {
     ASSERT_EQ(Put(1, "old"), 1);
-    int nth = 1;
-    while (DiesAtChange(nth, [&] { (void)Put(1, "longer"); })) {
-        EXPECT_EQ(Get(1), Data("old"));
-        ++nth;
-    }
-    EXPECT_EQ(nth, 3);
-    EXPECT_EQ(Get(1), Data("longer"));
+    EXPECT_EQ(WithEveryKill(
+                  fault::Nothing, [this] { (void)Put(1, "longer"); },
+                  [this](bool died) { EXPECT_EQ(Get(1), Data(died ? "old" : "longer")); }),
+              2);
 }
 
 }  // namespace

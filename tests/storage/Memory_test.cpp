@@ -6,33 +6,13 @@
 #include "tests/storage/LogExpect.h"
 #include "tests/storage/ManagerFixture.h"
 #include "tests/storage/SerialFixture.h"
-#include "tests/support/fault/AllocationFailure.h"
+#include "tests/support/fault/EveryAllocation.h"
 
 // No operation throws when memory runs out: each gives its failing code, and nothing is half done.
 namespace {
 
-using Extent = AllocationFailure::Extent;
-
-// Calls `check(failed)` after `operation` for each allocation of it that fails, alone or with all that follow, and at
-// last with none. Gives the number of failures.
-template <class Operation, class Check>
-int FailEachAllocation(Operation const& operation, Check const& check) {
-    int failures = 0;
-    for (Extent const extent : {Extent::kOne, Extent::kAllFromThere}) {
-        for (long nth = 1;; ++nth) {
-            bool failed = false;
-            {
-                AllocationFailure const failure(nth, extent);
-                operation();
-                failed = failure.Happened();
-            }
-            check(failed);
-            if (!failed) break;
-            ++failures;
-        }
-    }
-    return failures;
-}
+using fault::Extent;
+using fault::WithEveryFailure;
 
 class IndexWithoutMemory : public IndexFixture {};
 
@@ -49,13 +29,13 @@ TEST_F(IndexWithoutMemory, FindsAndAddsAllTheSame) {
 
 TEST_F(IndexWithoutMemory, IsNotMade) {
     int code = 0;
-    EXPECT_GT(FailEachAllocation([&] { code = index_.Init(3); },
-                                 [&](bool failed) {
-                                     EXPECT_EQ(code, failed ? -1 : 0);
-                                     EXPECT_EQ(Exists(path_), !failed);
-                                     EXPECT_FALSE(Exists(path_ + ".tmp"));
-                                     std::filesystem::remove(path_);
-                                 }),
+    EXPECT_GT(WithEveryFailure([&] { code = index_.Init(3); },
+                               [&](bool failed) {
+                                   EXPECT_EQ(code, failed ? -1 : 0);
+                                   EXPECT_EQ(Exists(path_), !failed);
+                                   EXPECT_FALSE(Exists(path_ + ".tmp"));
+                                   std::filesystem::remove(path_);
+                               }),
               0);
 }
 
@@ -70,11 +50,11 @@ TEST_F(StoreWithoutMemory, FindsNoData) {
     unsigned char* buf = nullptr;
     int len = 0;
     int code = 0;
-    EXPECT_GT(FailEachAllocation([&] { code = store_->Find(a_, buf, len); },
-                                 [&](bool failed) {
-                                     EXPECT_EQ(code, failed ? -13 : 2);
-                                     EXPECT_EQ(buf == nullptr, failed);
-                                 }),
+    EXPECT_GT(WithEveryFailure([&] { code = store_->Find(a_, buf, len); },
+                               [&](bool failed) {
+                                   EXPECT_EQ(code, failed ? -13 : 2);
+                                   EXPECT_EQ(buf == nullptr, failed);
+                               }),
               0);
     delete[] buf;
 }
@@ -82,20 +62,20 @@ TEST_F(StoreWithoutMemory, FindsNoData) {
 TEST_F(StoreWithoutMemory, AddsNoData) {
     unsigned char bytes[] = {'x', 'y'};
     int code = 0;
-    EXPECT_GT(FailEachAllocation([&] { code = store_->Add(b_, bytes, 2); },
-                                 [&](bool failed) {
-                                     EXPECT_EQ(code, failed ? -10 : 1);
-                                     EXPECT_EQ(Get(b_), failed ? Without(0) : Data("xy"));
-                                     Open(3);
-                                     if (!failed) std::filesystem::remove(index_path_), Open(3);
-                                 }),
+    EXPECT_GT(WithEveryFailure([&] { code = store_->Add(b_, bytes, 2); },
+                               [&](bool failed) {
+                                   EXPECT_EQ(code, failed ? -10 : 1);
+                                   EXPECT_EQ(Get(b_), failed ? Without(0) : Data("xy"));
+                                   Open(3);
+                                   if (!failed) std::filesystem::remove(index_path_), Open(3);
+                               }),
               0);
 }
 
 TEST_F(StoreWithoutMemory, KeyHasNoForm) {
     std::string form;
-    EXPECT_GT(FailEachAllocation([&] { form = store_->FormatIndexValue(a_); },
-                                 [&](bool failed) { EXPECT_EQ(form.empty(), failed); }),
+    EXPECT_GT(WithEveryFailure([&] { form = store_->FormatIndexValue(a_); },
+                               [&](bool failed) { EXPECT_EQ(form.empty(), failed); }),
               0);
 }
 
@@ -103,13 +83,9 @@ TEST_F(StoreWithoutMemory, IsWithoutAnIndexAndSaysSo) {
     LogLines log;
     HString const index(index_path_);
     HString const data(data_path_);
-    for (long nth = 1;; ++nth) {
-        std::optional<DLPCache::Manager> store;
-        {
-            AllocationFailure const failure(nth, Extent::kAllFromThere);
-            store.emplace(3, index, data);
-            if (!failure.Happened()) break;
-        }
+    std::optional<DLPCache::Manager> store;
+    auto const without_index = [&](bool failed) {
+        if (!failed) return;
         (void)log.Take();
         unsigned char byte = 1;
         unsigned char* buf = nullptr;
@@ -127,7 +103,9 @@ TEST_F(StoreWithoutMemory, IsWithoutAnIndexAndSaysSo) {
                                              Assertion("Add", 498, null) + Assertion("Add", 562, null) +
                                              Assertion("Update", 625, null) + Assertion("AddCache", 699, null) +
                                              Assertion("AddCache", 715, null));
-    }
+    };
+    EXPECT_GT(WithEveryFailure([] {}, [&] { store.emplace(3, index, data); }, without_index, {Extent::kAllFromThere}),
+              0);
 }
 
 TEST(RecordWithoutMemory, TextIsNotRead) {
@@ -137,11 +115,11 @@ TEST(RecordWithoutMemory, TextIsNotRead) {
     bool read = false;
     std::optional<Input> input;
     EXPECT_GT(
-        FailEachAllocation([&] { read = record.ReadHString(input.emplace(std::string_view(bytes)).Get(), text, 0); },
-                           [&](bool failed) {
-                               EXPECT_EQ(read, !failed);
-                               EXPECT_EQ(text, failed ? HString() : HString("aaaaaaaaaa"));
-                           }),
+        WithEveryFailure([&] { read = record.ReadHString(input.emplace(std::string_view(bytes)).Get(), text, 0); },
+                         [&](bool failed) {
+                             EXPECT_EQ(read, !failed);
+                             EXPECT_EQ(text, failed ? HString() : HString("aaaaaaaaaa"));
+                         }),
         0);
 }
 
@@ -151,7 +129,7 @@ TEST(RecordWithoutMemory, ListIsNotRead) {
     std::vector<HString> texts;
     bool read = false;
     std::optional<Input> input;
-    EXPECT_GT(FailEachAllocation(
+    EXPECT_GT(WithEveryFailure(
                   [&] {
                       texts = {};
                       read = record.ReadVTHString(input.emplace(std::string_view(bytes)).Get(), texts, 0);
@@ -170,11 +148,11 @@ TEST(RecordWithoutMemory, BecomesNoBuffer) {
     unsigned char* buf = nullptr;
     int len = 0;
     bool made = false;
-    EXPECT_GT(FailEachAllocation([&] { made = record.ToBuffer(buf, len); },
-                                 [&](bool failed) {
-                                     EXPECT_EQ(made, !failed);
-                                     EXPECT_EQ(buf == nullptr, failed);
-                                 }),
+    EXPECT_GT(WithEveryFailure([&] { made = record.ToBuffer(buf, len); },
+                               [&](bool failed) {
+                                   EXPECT_EQ(made, !failed);
+                                   EXPECT_EQ(buf == nullptr, failed);
+                               }),
               0);
     delete[] buf;
 }
@@ -186,7 +164,7 @@ TEST(LogWithoutMemory, LosesItsLineAndNothingElse) {
     long long offset = 0;
     int length = 0;
     int code = 0;
-    FailEachAllocation([&] { code = index.Find(1, offset, length); }, [&](bool) { EXPECT_EQ(code, -3); });
+    WithEveryFailure([&] { code = index.Find(1, offset, length); }, [&](bool) { EXPECT_EQ(code, -3); });
 }
 
 }  // namespace

@@ -1,48 +1,24 @@
 // System calls that fail, and processes that die between two of them.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <filesystem>
-#include <functional>
 
 #include "host/policy/KwDefineMgr.h"
 #include "task/DLPCacheTaskDefinitions.h"
-#include "tests/support/fault/FaultInjection.h"
+#include "tests/support/fault/EveryFault.h"
 #include "tests/task/OpenedTaskFixture.h"
 
 namespace {
 
+using fault::Nothing;
+using fault::WithEveryKill;
 using testing::AnyOf;
 using testing::Lt;
 namespace fs = std::filesystem;
 
 class DLPCacheTaskFaultTest : public StoreFixture {
   protected:
-    using Step = std::function<void()>;
-
-    // Runs `work` with every system call failing in turn, alone or with all of its kind that follow, for several
-    // reasons. `before` comes before each run and `check` after it.
-    void WithEveryFault(Step const& before, Step const& work, Step const& check) {
-        for (int call = 0; call < static_cast<int>(SystemCall::kSize); ++call) {
-            for (int const error : {EMFILE, EIO, ENOSPC, ENOMEM}) {
-                for (int nth = 1;; ++nth) {
-                    SCOPED_TRACE(testing::Message() << "call " << call << " number " << nth << " errno " << error);
-                    before();
-                    if (!RunOne(work, static_cast<SystemCall>(call), nth, error)) break;
-                    check();
-                    if (HasFailure()) return;
-                }
-            }
-        }
-    }
-    // Runs `work` in a child that dies at each change of the file system in turn; `check` comes after each.
-    void WithEveryKill(Step const& work, Step const& check) {
-        for (int nth = 1; Killed(work, nth); ++nth) {
-            SCOPED_TRACE(testing::Message() << "killed at change " << nth);
-            check();
-            if (HasFailure()) return;
-        }
+    void WithEveryFault(fault::Step const& before, fault::Step const& work, fault::Step const& check) {
+        fault::WithEveryFault(root_.Path(), {EMFILE, EIO, ENOSPC, ENOMEM}, before, work, check);
     }
     // What every state must allow: the task opens, takes a file and gives it back.
     void ExpectUsable() {
@@ -54,29 +30,6 @@ class DLPCacheTaskFaultTest : public StoreFixture {
         EXPECT_EQ(FindIn(*writer->store(), next).file, Stored("/next", next));
     }
     void RemoveTask() const { fs::remove_all(root_ / "cache/task"); }
-
-  private:
-    // False when the work makes fewer than `nth` such calls.
-    bool RunOne(Step const& work, SystemCall call, int nth, int error) {
-        FaultInjection faults;
-        faults.OnlyBelow(root_.Path());
-        faults.FailFrom(call, nth, error);
-        work();
-        return faults.Fired() > 0;
-    }
-    static bool Killed(Step const& work, int nth) {
-        pid_t const child = fork();
-        if (child == 0) {
-            FaultInjection faults;
-            faults.KillAtChange(nth);
-            work();
-            _exit(0);
-        }
-        int status = 0;
-        EXPECT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFSIGNALED(status) || WIFEXITED(status));
-        return WIFSIGNALED(status);
-    }
 };
 
 TEST_F(DLPCacheTaskFaultTest, NoFaultWhileOpeningSpoilsTheTask) {
@@ -88,13 +41,14 @@ TEST_F(DLPCacheTaskFaultTest, NoFaultWhileOpeningTouchesWhatIsThere) {
     auto const files = Files();
     HString const md5 = CurrentMd5("T1");
     ChangeT1();
-    WithEveryFault([] {}, [this] { (void)OpenWriter(); },
-                   [&] {
-                       EXPECT_EQ(Files(), files);
-                       FoundFile const found = FindIn(*OpenWriter(), 1);
-                       EXPECT_EQ(found.code, 2);
-                       EXPECT_EQ(found.file.tpl_md5s.at(0), md5);
-                   });
+    WithEveryFault(
+        Nothing, [this] { (void)OpenWriter(); },
+        [&] {
+            EXPECT_EQ(Files(), files);
+            FoundFile const found = FindIn(*OpenWriter(), 1);
+            EXPECT_EQ(found.code, 2);
+            EXPECT_EQ(found.file.tpl_md5s.at(0), md5);
+        });
 }
 
 TEST_F(DLPCacheTaskFaultTest, IndexThatCannotBeLookedAtIsNotOpenedOrItsNumbersGoOn) {
@@ -173,12 +127,14 @@ TEST_F(DLPCacheTaskFaultTest, FaultyFindIsNeverAWrongAnswer) {
     ExpectUsable();
     auto const writer = OpenWriter();
     FoundFile found;
-    WithEveryFault([] {}, [&] { found = FindIn(*writer, 1); },
-                   [&] {
-                       // An integer key's slot that cannot be read counts as absent.
-                       EXPECT_THAT(found.code, AnyOf(2, 0, Lt(0)));
-                       EXPECT_EQ(found.file, found.code == 2 ? Stored("/next", 1) : SensFile());
-                   });
+    WithEveryFault(
+        Nothing, [&] { found = FindIn(*writer, 1); },
+        [&] {
+            // An integer key's slot that cannot be read counts as absent.
+            EXPECT_THAT(found.code, AnyOf(2, 0, Lt(0)));
+            EXPECT_EQ(found.file, found.code == 2 ? Stored("/next", 1) : SensFile());
+        });
+    EXPECT_EQ(found.code, 2);
 }
 
 TEST_F(DLPCacheTaskFaultTest, CallsDoNotReachTheDiskWhenAFileIsAdded) {
@@ -227,16 +183,13 @@ TEST_P(OpenedTaskFaultTest, TaskThatCannotBeOpenedForNowHasNoWriterAndTheNextCal
 }
 
 TEST_F(DLPCacheTaskFaultTest, KilledWhileOpeningTheTaskOpensAgain) {
-    WithEveryKill([this] { (void)OpenWriter(); },
-                  [this] {
-                      ExpectUsable();
-                      RemoveTask();
-                  });
+    WithEveryKill([this] { RemoveTask(); }, [this] { (void)OpenWriter(); }, [this] { ExpectUsable(); });
 }
 
 TEST_F(DLPCacheTaskFaultTest, KilledWhileWritingWhatWasWrittenStaysAndTheRestGoesOn) {
     ExpectUsable();
     WithEveryKill(
+        Nothing,
         [this] {
             auto const writer = OpenWriter();
             for (char const* path : {"/lost", "/lost"})

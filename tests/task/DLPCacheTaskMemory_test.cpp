@@ -1,45 +1,25 @@
 // Memory that runs out, and threads that do not start.
 #include <filesystem>
-#include <functional>
 #include <memory>
 
 #include "host/policy/KwDefineMgr.h"
 #include "task/DLPCacheTextMerge.h"
 #include "template/DLPCacheTplMgr.h"
-#include "tests/support/fault/AllocationFailure.h"
+#include "tests/support/fault/EveryAllocation.h"
 #include "tests/support/fault/ThreadFailure.h"
 #include "tests/task/OpenedTaskFixture.h"
 
 namespace {
 
+using fault::Extent;
+using fault::WithEveryFailure;
 using testing::AnyOf;
 using testing::ElementsAre;
 using testing::Lt;
-using Extent = AllocationFailure::Extent;
 namespace fs = std::filesystem;
 
 class DLPCacheTaskMemoryTest : public OpenedTaskFixture {
   protected:
-    // Runs `work` with every allocation failing in turn, alone and with all that follow, and with none failing. `check`
-    // comes after each.
-    static void WithEveryFailure(std::function<void()> const& work, std::function<void()> const& check) {
-        for (Extent const extent : {Extent::kOne, Extent::kAllFromThere})
-            WithEveryFailure(extent, work, check);
-    }
-    static void WithEveryFailure(Extent extent, std::function<void()> const& work, std::function<void()> const& check) {
-        bool happened = true;
-        for (long nth = 1; happened && !HasFailure(); ++nth) {
-            SCOPED_TRACE(testing::Message() << "allocation " << nth);
-            happened = Happened(work, nth, extent);
-            check();
-        }
-    }
-    static bool Happened(std::function<void()> const& work, long nth, Extent extent) {
-        AllocationFailure const failure(nth, extent);
-        work();
-        return failure.Happened();
-    }
-
     HString const id_ = "task-1";
     SensFile const file_ = MakeFile("/a");
 };
@@ -49,19 +29,19 @@ TEST_F(DLPCacheTaskMemoryTest, OpeningGivesAWriterThatWorksOrNone) {
     int opened = 0;
     // One at a time: when all that follow fail, what a record store leaves to its callers cannot even be noted
     // (host/base/Retained.h), and counts as a leak.
-    WithEveryFailure(
-        Extent::kOne, [&] { writer = registry_->GetCache(id_); },
-        [&] {
-            EXPECT_EQ(registry_->GetOpenedCache(id_), writer);
-            if (!writer) return;
-            ++opened;
-            ASSERT_EQ(writer->AddNumbered(file_), 1);
-            EXPECT_TRUE(writer->WaitWritten(kLong));
-            EXPECT_EQ(FindIn(*writer, 1).file, Stored("/a", 1));
-            fs::remove_all(root_ / "cache/task");
-            registry_ = std::make_unique<DLPCacheTaskMgr>();
-            registry_->AddTask(&task_);
-        });
+    WithEveryFailure([] {}, [&] { writer = registry_->GetCache(id_); },
+                     [&] {
+                         EXPECT_EQ(registry_->GetOpenedCache(id_), writer);
+                         if (!writer) return;
+                         ++opened;
+                         ASSERT_EQ(writer->AddNumbered(file_), 1);
+                         EXPECT_TRUE(writer->WaitWritten(kLong));
+                         EXPECT_EQ(FindIn(*writer, 1).file, Stored("/a", 1));
+                         fs::remove_all(root_ / "cache/task");
+                         registry_ = std::make_unique<DLPCacheTaskMgr>();
+                         registry_->AddTask(&task_);
+                     },
+                     {Extent::kOne});
     EXPECT_GE(opened, 1);
 }
 

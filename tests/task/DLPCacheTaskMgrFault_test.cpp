@@ -7,11 +7,12 @@
 #include <functional>
 
 #include "task/DLPCacheTaskStore.h"
-#include "tests/support/fault/FaultInjection.h"
+#include "tests/support/fault/EveryFault.h"
 #include "tests/task/RemovalFixture.h"
 
 namespace {
 
+using fault::Nothing;
 using testing::AnyOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -20,7 +21,7 @@ namespace fs = std::filesystem;
 // Every attempt runs in a child process, which has a registry and template caches of its own.
 class DLPCacheTaskMgrFaultTest : public RemovalFixture {
   protected:
-    using Step = std::function<void()>;
+    using Step = fault::Step;
 
     // "T1" has a cache under an old MD5, and the remembered tasks "A" and "B" used it.
     void PrepareUsers() {
@@ -37,49 +38,23 @@ class DLPCacheTaskMgrFaultTest : public RemovalFixture {
         EXPECT_TRUE(HasCache(old_md5_));
     }
 
-    // In a child: `before`, then `work` with every system call failing in turn, with all of its kind that follow and
-    // for several reasons, then `check`.
+    // Each run in a child.
     void WithEveryFault(Step const& before, Step const& work, Step const& check) const {
-        for (int call = 0; call < static_cast<int>(SystemCall::kSize); ++call) {
-            for (int const error : {EMFILE, EACCES, EIO, ENOMEM}) {
-                bool fired = true;
-                for (int nth = 1; fired && !HasFailure(); ++nth) {
-                    SCOPED_TRACE(testing::Message() << "call " << call << " number " << nth << " errno " << error);
-                    fired = InChild([&] {
-                        before();
-                        bool const happened = RunFaulty(work, static_cast<SystemCall>(call), nth, error);
-                        check();
-                        return happened;
-                    });
-                }
-            }
-        }
+        fault::ForEveryFault({EMFILE, EACCES, EIO, ENOMEM}, [&](fault::Fault const& fault) {
+            return InChild([&] {
+                before();
+                bool const happened = fault::HappensIn(work, fault, root_.Path());
+                check();
+                return happened;
+            });
+        });
     }
-
-    // Runs `work` in a child that dies at each change of the file system in turn; `check` comes after each.
-    static void WithEveryKill(Step const& prepare, Step const& work, Step const& check) {
-        bool killed = true;
-        for (int nth = 1; killed && !HasFailure(); ++nth) {
-            SCOPED_TRACE(testing::Message() << "killed at change " << nth);
-            prepare();
-            pid_t const child = fork();
-            if (child == 0) {
-                FaultInjection faults;
-                faults.KillAtChange(nth);
-                work();
-                _exit(0);
-            }
-            killed = WIFSIGNALED(WaitFor(child));
-            InChild([&] { return check(), true; });
-        }
+    // Each check in a child.
+    static void WithEveryKill(Step const& before, Step const& work, Step const& check) {
+        fault::WithEveryKill(before, work, [&] { InChild([&] { return check(), true; }); });
     }
 
   private:
-    static int WaitFor(pid_t child) {
-        int status = 0;
-        EXPECT_EQ(waitpid(child, &status, 0), child);
-        return status;
-    }
     // What `work` gives in a child; a failed expectation in it fails the test.
     static bool InChild(std::function<bool()> const& work) {
         pid_t const child = fork();
@@ -87,22 +62,14 @@ class DLPCacheTaskMgrFaultTest : public RemovalFixture {
             bool const result = work();
             _exit(HasFailure() ? 2 : result ? 1 : 0);
         }
-        int const status = WaitFor(child);
+        int status = 0;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) < 2);
         return WIFEXITED(status) && WEXITSTATUS(status) == 1;
-    }
-    bool RunFaulty(Step const& work, SystemCall call, int nth, int error) const {
-        FaultInjection faults;
-        faults.OnlyBelow(root_.Path());
-        faults.FailFrom(call, nth, error);
-        work();
-        return faults.Fired() > 0;
     }
 
     std::string old_md5_;
 };
-
-void Nothing() {}
 
 TEST_F(DLPCacheTaskMgrFaultTest, NoFaultAtStartLosesATaskOrItsCache) {
     PrepareUsers();

@@ -1,43 +1,23 @@
 // Memory that runs out.
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <new>
 
 #include "task/DLPCacheTaskStore.h"
-#include "tests/support/fault/AllocationFailure.h"
+#include "tests/support/fault/EveryAllocation.h"
 #include "tests/task/RemovalFixture.h"
 
 namespace {
 
+using fault::WithEveryFailure;
 using testing::AnyOf;
 using testing::IsSubsetOf;
 namespace fs = std::filesystem;
-using Extent = AllocationFailure::Extent;
 
 class DLPCacheTaskMgrMemoryTest : public RemovalFixture {
   protected:
     DLPCacheTaskMgrMemoryTest() { Restart(); }
 
-    // Runs `work` with every allocation failing in turn, alone and with all that follow, and with none failing.
-    // `before` comes before each and `check` after it.
-    using Step = std::function<void()>;
-    static void WithEveryFailure(Step const& before, Step const& work, Step const& check) {
-        for (Extent const extent : {Extent::kOne, Extent::kAllFromThere}) {
-            bool happened = true;
-            for (long nth = 1; happened && !HasFailure(); ++nth) {
-                SCOPED_TRACE(testing::Message() << "allocation " << nth);
-                before();
-                happened = Happened(work, nth, extent);
-                check();
-            }
-        }
-    }
-    static bool Happened(Step const& work, long nth, Extent extent) {
-        AllocationFailure const failure(nth, extent);
-        work();
-        return failure.Happened();
-    }
     void ClearTasks() {
         fs::remove_all(TaskPath());
         Restart();
@@ -195,7 +175,7 @@ TEST_F(DLPCacheTaskMgrMemoryTest, PruningDeletesNoCacheInUseAndNoCurrentOne) {
     std::string const unused = MakeCache();
     Edit("T1");
     std::string const current = MakeCache();
-    WithEveryFailure([] {}, [] { Caches().UpdataCache(); },
+    WithEveryFailure([] { Caches().UpdataCache(); },
                      [&] {
                          EXPECT_TRUE(HasCache(used));
                          EXPECT_TRUE(HasCache(current));
@@ -209,7 +189,7 @@ TEST_F(DLPCacheTaskMgrMemoryTest, PruningDeletesNoCacheAfterItFailedToReadARecor
     fs::create_symlink("missing", RecordPath("A"));  // nobody can read that
     Edit("T1");
     (void)Registry();
-    WithEveryFailure([] {}, [] { Caches().UpdataCache(); },
+    WithEveryFailure([] { Caches().UpdataCache(); },
                      [&] {
                          EXPECT_TRUE(HasCache(md5));
                          Caches().UpdataCache();

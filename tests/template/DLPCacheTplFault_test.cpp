@@ -1,17 +1,15 @@
 // System calls that fail, and processes that die between two of them.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <filesystem>
-#include <functional>
 
 #include "template/DLPCacheTplMgr.h"
-#include "tests/support/fault/FaultInjection.h"
+#include "tests/support/fault/EveryFault.h"
 #include "tests/template/TplFixture.h"
 
 namespace {
 
+using fault::Nothing;
+using fault::WithEveryKill;
 using testing::AnyOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -29,32 +27,14 @@ class DLPCacheTplFaultTest : public TplFixture {
     static int FindOne(DLPCacheTpl const& cache) { return FindIn(cache, HString("key")).code; }
     static void Prepare() { ASSERT_EQ(AddOne(*Open()), 1); }
 
-    using Step = std::function<void()>;
-    static void Nothing() {}
-
-    // Runs `work` with every system call failing in turn, with all of its kind that follow, for several reasons.
-    // `before` comes before each run and `check` after it.
-    void WithEveryFault(Step const& before, Step const& work, Step const& check) {
-        for (int call = 0; call < static_cast<int>(SystemCall::kSize); ++call) {
-            for (int const error : {EMFILE, EACCES, EIO, ENOMEM}) {
-                for (int nth = 1;; ++nth) {
-                    SCOPED_TRACE(testing::Message() << "call " << call << " number " << nth << " errno " << error);
-                    before();
-                    if (!RunOne(work, static_cast<SystemCall>(call), nth, error)) break;
-                    check();
-                    if (HasFailure()) return;
-                }
-            }
-        }
+    void WithEveryFault(fault::Step const& before, fault::Step const& work, fault::Step const& check) {
+        fault::WithEveryFault(root_.Path(), {EMFILE, EACCES, EIO, ENOMEM}, before, work, check);
     }
-
-    // Runs `work` in a child that dies at each change of the file system in turn; `check` comes after each.
-    void WithEveryKill(Step const& work, Step const& check) {
-        for (int nth = 1; Killed(work, nth); ++nth) {
-            SCOPED_TRACE(testing::Message() << "killed at change " << nth);
-            check();
-            if (HasFailure()) return;
-        }
+    void RemoveAll() const { fs::remove_all(root_ / "cache/template"); }
+    void Damage() const {
+        RemoveAll();
+        Prepare();
+        WriteBytes(Dir() + "KeywordFormatItem.arc", "damaged");
     }
 
     // The state from which everything goes on: the manager starts, the cache answers and takes an answer.
@@ -70,30 +50,6 @@ class DLPCacheTplFaultTest : public TplFixture {
         EXPECT_EQ(FindOne(*cache), 2);
         EXPECT_THAT(Files(Dir()), ElementsAre("KeywordDataClass.arc", "KeywordDataLevel.arc", "KeywordFormatItem.arc",
                                               "KeywordTemplate.arc", "cache", "index"));
-    }
-
-  private:
-    // False when the work makes fewer than `nth` such calls.
-    bool RunOne(Step const& work, SystemCall call, int nth, int error) {
-        FaultInjection faults;
-        faults.OnlyBelow(root_.Path());
-        faults.FailFrom(call, nth, error);
-        work();
-        return faults.Fired() > 0;
-    }
-
-    static bool Killed(Step const& work, int nth) {
-        pid_t const child = fork();
-        if (child == 0) {
-            FaultInjection faults;
-            faults.KillAtChange(nth);
-            work();
-            _exit(0);
-        }
-        int status = 0;
-        EXPECT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFSIGNALED(status) || WIFEXITED(status));
-        return WIFSIGNALED(status);
     }
 };
 
@@ -120,18 +76,11 @@ TEST_F(DLPCacheTplFaultTest, NoFaultAtStartDeletesAnything) {
 }
 
 TEST_F(DLPCacheTplFaultTest, NoFaultWhileMakingLeavesAnythingUnusable) {
-    WithEveryFault([this] { fs::remove_all(root_ / "cache/template"); }, [] { AddOne(*Open()); },
-                   [this] { ExpectUsable(); });
+    WithEveryFault([this] { RemoveAll(); }, [] { AddOne(*Open()); }, [this] { ExpectUsable(); });
 }
 
 TEST_F(DLPCacheTplFaultTest, NoFaultWhileReplacingLeavesAnythingUnusable) {
-    WithEveryFault(
-        [this] {
-            fs::remove_all(root_ / "cache/template");
-            Prepare();
-            WriteBytes(Dir() + "KeywordFormatItem.arc", "damaged");
-        },
-        [] { Open(); }, [this] { ExpectUsable(); });
+    WithEveryFault([this] { Damage(); }, [] { Open(); }, [this] { ExpectUsable(); });
 }
 
 TEST_F(DLPCacheTplFaultTest, FaultyFindIsNeverAWrongAnswer) {
@@ -140,6 +89,7 @@ TEST_F(DLPCacheTplFaultTest, FaultyFindIsNeverAWrongAnswer) {
     int code = 0;
     WithEveryFault(
         Nothing, [&] { code = FindOne(*cache); }, [&] { EXPECT_THAT(code, AnyOf(2, testing::Lt(0))); });
+    EXPECT_EQ(code, 2);
 }
 
 TEST_F(DLPCacheTplFaultTest, SnapshotThatCannotBeWrittenGivesNoStore) {
@@ -152,45 +102,33 @@ TEST_F(DLPCacheTplFaultTest, SnapshotThatCannotBeWrittenGivesNoStore) {
 }
 
 TEST_F(DLPCacheTplFaultTest, KilledWhileMakingItRecoversAtTheNextStart) {
-    WithEveryKill(
-        [] {
-            DLPCacheTplMgr manager;
-            AddOne(*manager.GetCache(Current(), CurrentMd5()));
-        },
-        [this] {
-            ExpectUsable();
-            fs::remove_all(root_ / "cache/template");
-        });
+    WithEveryKill([this] { RemoveAll(); },
+                  [] {
+                      DLPCacheTplMgr manager;
+                      AddOne(*manager.GetCache(Current(), CurrentMd5()));
+                  },
+                  [this] { ExpectUsable(); });
 }
 
 TEST_F(DLPCacheTplFaultTest, KilledWhileMakingItLeavesNothingBehindAtTheNextStart) {
-    WithEveryKill([] { Open(); },
+    WithEveryKill([this] { RemoveAll(); }, [] { Open(); },
                   [this] {
                       DLPCacheTplMgr const manager;
                       // Either the cache is whole or it is gone.
-                      std::vector<std::string> const files = Files(Dir());
-                      EXPECT_THAT(files, AnyOf(IsEmpty(), testing::SizeIs(5)));
-                      fs::remove_all(root_ / "cache/template");
+                      EXPECT_THAT(Files(Dir()), AnyOf(IsEmpty(), testing::SizeIs(5)));
                   });
 }
 
 TEST_F(DLPCacheTplFaultTest, KilledWhileReplacingADamagedOneRecoversAtTheNextStart) {
-    auto const damage = [this] {
-        fs::remove_all(root_ / "cache/template");
-        Prepare();
-        WriteBytes(Dir() + "KeywordFormatItem.arc", "damaged");
-    };
-    damage();
-    WithEveryKill([] { Open(); },
-                  [&] {
-                      ExpectUsable();
-                      damage();
-                  });
+    WithEveryKill([this] { Damage(); }, [] { Open(); }, [this] { ExpectUsable(); });
 }
 
 TEST_F(DLPCacheTplFaultTest, KilledWhileDeletingLeavesAllOrNothingAtTheNextStart) {
-    Prepare();
     WithEveryKill(
+        [this] {
+            RemoveAll();
+            Prepare();
+        },
         [] {
             DLPCacheTplMgr manager;
             EXPECT_NE(manager.GetCache(Current(), CurrentMd5()), nullptr);
@@ -198,9 +136,7 @@ TEST_F(DLPCacheTplFaultTest, KilledWhileDeletingLeavesAllOrNothingAtTheNextStart
         },
         [&] {
             DLPCacheTplMgr manager;
-            std::vector<std::string> const files = Files(Dir());
-            EXPECT_THAT(files, AnyOf(IsEmpty(), testing::SizeIs(6)));
-            if (files.empty()) Prepare();
+            EXPECT_THAT(Files(Dir()), AnyOf(IsEmpty(), testing::SizeIs(6)));
         });
 }
 

@@ -1,42 +1,24 @@
 // Memory that runs out.
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <new>
 
 #include "host/policy/KwDefineMgr.h"
 #include "template/DLPCacheTplMgr.h"
 #include "template/DLPCacheTplNode.h"
-#include "tests/support/fault/AllocationFailure.h"
+#include "tests/support/fault/EveryAllocation.h"
 #include "tests/template/TplFixture.h"
 
 namespace {
 
+using fault::WithEveryFailure;
 using testing::AnyOf;
 using testing::Lt;
-using Extent = AllocationFailure::Extent;
 
 class DLPCacheTplMemoryTest : public TplFixture {
   protected:
     DLPCacheTplMemoryTest() { DLPCacheTplMgr const stamped; }
 
-    // Runs `work` with every allocation failing in turn, alone and with all that follow, and with none failing. `check`
-    // comes after each.
-    static void WithEveryFailure(std::function<void()> const& work, std::function<void()> const& check) {
-        for (Extent const extent : {Extent::kOne, Extent::kAllFromThere}) {
-            bool happened = true;
-            for (long nth = 1; happened && !HasFailure(); ++nth) {
-                SCOPED_TRACE(testing::Message() << "allocation " << nth);
-                happened = Happened(work, nth, extent);
-                check();
-            }
-        }
-    }
-    static bool Happened(std::function<void()> const& work, long nth, Extent extent) {
-        AllocationFailure const failure(nth, extent);
-        work();
-        return failure.Happened();
-    }
     // A manager that is made while memory fails and goes when it no longer does.
     void Start() { manager_.reset(new (std::nothrow) DLPCacheTplMgr); }
     static int AddOne(DLPCacheTpl const& cache) {

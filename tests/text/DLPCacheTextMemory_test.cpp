@@ -1,42 +1,19 @@
 // Memory that runs out.
 #include <optional>
 
-#include "tests/support/fault/AllocationFailure.h"
+#include "tests/support/fault/EveryAllocation.h"
 #include "tests/text/TextFixture.h"
 
 namespace {
 
+using fault::WithEveryFailure;
 using testing::AnyOf;
-using Extent = AllocationFailure::Extent;
 
 class TextMemoryTest : public TextFixture {
   protected:
-    // Runs `work` with every allocation failing in turn, alone and with all that follow. `before` comes before each run
-    // and `check` after it.
-    template <class Before, class Work, class Check>
-    static void WithEveryFailure(Before const& before, Work const& work, Check const& check) {
-        for (Extent const extent : {Extent::kOne, Extent::kAllFromThere}) {
-            bool happened = true;
-            for (long nth = 1; happened && !HasFailure(); ++nth) {
-                SCOPED_TRACE(testing::Message() << "allocation " << nth);
-                before();
-                happened = Happened(work, nth, extent);
-                check();
-            }
-        }
-    }
-
     HString const name_ = "a name";
     QVKKeywordText const older_ = Text("older");
     QVKKeywordText const newer_ = Text("newer");
-
-  private:
-    template <class Work>
-    static bool Happened(Work const& work, long nth, Extent extent) {
-        AllocationFailure const failure(nth, extent);
-        work();
-        return failure.Happened();
-    }
 };
 
 TEST_F(TextMemoryTest, TextIsStoredOrTheOlderStaysOrNone) {
@@ -69,7 +46,7 @@ TEST_F(TextMemoryTest, CacheWithoutADirectoryKeepsNothing) {
     HString const task = "T1";
     std::optional<DLPCacheText> cache;
     Found found;
-    WithEveryFailure([] {}, [&] { cache.emplace(task); },
+    WithEveryFailure([&] { cache.emplace(task); },
                      [&] {
                          bool const whole = cache->GetFileArcCache(name_).not_empty();
                          EXPECT_EQ(cache->Add(name_, newer_), 1);
@@ -84,7 +61,7 @@ TEST_F(TextMemoryTest, CacheWithoutADirectoryKeepsNothing) {
 TEST_F(TextMemoryTest, PathIsWholeOrEmpty) {
     HString path;
     bool empty = false;
-    WithEveryFailure([] {}, [&] { path = cache_.GetFileArcCache(name_); },
+    WithEveryFailure([&] { path = cache_.GetFileArcCache(name_); },
                      [&] {
                          EXPECT_THAT(path.get_str(), AnyOf(File("a name"), ""));
                          empty = empty || path.empty();

@@ -17,30 +17,13 @@
 #include "host/base/Language.h"
 #include "host/base/LocateMgr.h"
 #include "tests/support/TempRoot.h"
-#include "tests/support/fault/AllocationFailure.h"
+#include "tests/support/fault/EveryAllocation.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-// Fails each allocation of `work` in turn, until it needs fewer; returns how many failed. `check` sees what `work`
-// returned and whether an allocation failed.
-template <class Work, class Check>
-int FailEachAllocation(Work&& work, Check&& check) {
-    bool happened = true;
-    int nth = 0;
-    while (happened) {
-        ++nth;
-        auto const result = [&] {
-            AllocationFailure const failure(nth);
-            auto made = work();
-            happened = failure.Happened();
-            return made;
-        }();
-        check(result, happened);
-    }
-    return nth - 1;
-}
+using fault::FailEachAllocation;
 
 struct NoMemoryTest : testing::Test {
     TempRoot root;
@@ -48,11 +31,9 @@ struct NoMemoryTest : testing::Test {
 };
 
 TEST_F(NoMemoryTest, PathsBecomeEmpty) {
-    int const failed = FailEachAllocation([] { return Varnok::LocateMgr::pins()->get_log_path(true); },
-                                          [this](HString const& result, bool happened) {
-                                              EXPECT_TRUE(happened ? result.empty() : result == HString(root / "log/"));
-                                          });
-    EXPECT_GT(failed, 0);
+    auto const path_to_log = [] { return Varnok::LocateMgr::pins()->get_log_path(true); };
+    EXPECT_GT(FailEachAllocation(path_to_log, [](HString const& result) { EXPECT_TRUE(result.empty()); }), 0);
+    EXPECT_EQ(path_to_log(), HString(root / "log/"));
 }
 
 TEST_F(NoMemoryTest, OpeningAndMovingBytesNeedsNone) {
@@ -89,39 +70,37 @@ TEST_F(NoMemoryTest, Md5NeedsTheResultOnly) {
 TEST_F(NoMemoryTest, ReadFileTellsIt) {
     WriteBytes(path.get_str(), std::string(100, 'x'));
     std::string content;
-    int const failed = FailEachAllocation([&] { return HFile::read_file(path, content, 1000); },
-                                          [](int result, bool happened) { EXPECT_EQ(result, happened ? ENOMEM : 0); });
-    EXPECT_EQ(failed, 1);
+    int code = -1;
+    EXPECT_EQ(FailEachAllocation([&] { return code = HFile::read_file(path, content, 1000); },
+                                 [](int result) { EXPECT_EQ(result, ENOMEM); }),
+              1);
+    EXPECT_EQ(code, 0);
     EXPECT_EQ(content, std::string(100, 'x'));
 }
 
 TEST_F(NoMemoryTest, DeleteTreeTellsIt) {
     HString const dir = root / "dir";
-    AllocationFailure::Extent const one = AllocationFailure::Extent::kOne;
-    for (int nth = 1;; ++nth) {
-        fs::create_directories(root / "dir/a directory whose name is not short/and one below it");
-        AllocationFailure const failure(nth, one);
-        int const result = HFile::delete_dir_recur(dir);
-        if (!failure.Happened()) {
-            EXPECT_EQ(result, 0);
-            break;
-        }
-        EXPECT_EQ(result, ENOMEM);
-    }
+    int result = 0;
+    fault::WithEveryFailure(
+        [this] { fs::create_directories(root / "dir/a directory whose name is not short/and one below it"); },
+        [&] { result = HFile::delete_dir_recur(dir); }, [&](bool failed) { EXPECT_EQ(result, failed ? ENOMEM : 0); },
+        {fault::Extent::kOne});
     EXPECT_FALSE(Exists(root / "dir"));
 }
 
 TEST_F(NoMemoryTest, SnapshotIsNone) {
     fs::create_directories(root / "dir/a directory whose name is not short");
     HString const dir = root / "dir";
+    int entries = 0;
     int const failed = FailEachAllocation(
-        [&dir] {
+        [&] {
             HDirSnap snapshot;
             snapshot.recursive = true;
             snapshot.set_file(dir);
-            return snapshot.snap() ? static_cast<int>(snapshot.entries().size()) : -1;
+            return entries = snapshot.snap() ? static_cast<int>(snapshot.entries().size()) : -1;
         },
-        [](int result, bool happened) { EXPECT_EQ(result, happened ? -1 : 1); });
+        [](int result) { EXPECT_EQ(result, -1); });
+    EXPECT_EQ(entries, 1);
     EXPECT_GT(failed, 3);
 }
 
@@ -130,6 +109,7 @@ TEST_F(NoMemoryTest, IniFileThatCannotBeReadIsNotReplaced) {
     WriteBytes(path.get_str(), content);
     HString const section = "DLP";
     HString const key = "a key that is longer than the string object";
+    bool done = false;
     int const failed = FailEachAllocation(
         [&] {
             HIniFileHelper ini;
@@ -138,9 +118,10 @@ TEST_F(NoMemoryTest, IniFileThatCannotBeReadIsNotReplaced) {
             int const found = ini.read_int(section, key, value);
             int const written = ini.write_int(section, key, 5);
             int const all = ini.write_all();
-            return read == 0 && found == 0 && value == 5 && written == 0 && all == 0;
+            return done = read == 0 && found == 0 && value == 5 && written == 0 && all == 0;
         },
-        [&](bool result, bool happened) { EXPECT_NE(result, happened); });
+        [](bool result) { EXPECT_FALSE(result); });
+    EXPECT_TRUE(done);
     EXPECT_GT(failed, 5);
     EXPECT_EQ(ReadBytes(path.get_str()), content);
 }
@@ -148,13 +129,12 @@ TEST_F(NoMemoryTest, IniFileThatCannotBeReadIsNotReplaced) {
 TEST_F(NoMemoryTest, LanguageTextsBecomeEmpty) {
     HString const key = "DLP_LAN_RULE_SOCIAL_SECURITY";
     HString const value = "3";
-    int const failed = FailEachAllocation([&] { return Varnok::Lan2(key, value); },
-                                          [](HString const& result, bool happened) {
-                                              // What failed is tried anew the next time, so that a text is never lost
-                                              // for good.
-                                              EXPECT_TRUE(happened || result == HString("Social security numbers: 3"));
-                                          });
-    EXPECT_GT(failed, 5);
+    HString text;
+    // What failed is tried anew the next time, so that a text is never lost for good.
+    EXPECT_GT(fault::WithEveryFailure(
+                  [&] { text = Varnok::Lan2(key, value); },
+                  [&](bool failed) { EXPECT_TRUE(failed || text == HString("Social security numbers: 3")); }),
+              5);
 }
 
 // A root that there was no memory for is no reason to read a file of the working directory.
@@ -177,20 +157,19 @@ TEST_F(NoMemoryTest, LogLinesAreLost) {
     HFileLog log;
     log.set_check_mark_file(false);
     log.set_name("a name that is longer than the string object itself");
-    int const failed = FailEachAllocation(
-        [&log] {
-            log.log(HFileLog::ins()->get(1, L"../DLPCacheIndex.cpp", 1) << "a line that is longer than sixteen bytes");
-            return 0;
-        },
-        [](int, bool) {});
+    auto const write = [&log] {
+        log.log(HFileLog::ins()->get(1, L"../DLPCacheIndex.cpp", 1) << "a line that is longer than sixteen bytes");
+    };
+    int const failed = fault::WithEveryFailure(write, [] {});
     Varnok::Global::pins()->logging = 0;
     EXPECT_GT(failed, 3);
     EXPECT_TRUE(Exists(root / "log/a name that is longer than the string object itself.log"));
 }
 
 TEST_F(NoMemoryTest, TimesBecomeEmpty) {
-    FailEachAllocation([] { return HTimeHelper::Int2Str2(0); },
-                       [](HString const& result, bool happened) { EXPECT_EQ(result.empty(), happened); });
+    HString text;
+    fault::WithEveryFailure([&] { text = HTimeHelper::Int2Str2(0); },
+                            [&](bool failed) { EXPECT_EQ(text.empty(), failed); });
 }
 
 TEST_F(NoMemoryTest, TextsThatAreMadeAnewThrowNothingElse) {

@@ -9,11 +9,12 @@
 #include "host/policy/QVKConfigKeywordTemplateVTMgr.h"
 #include "host/policy/QVKKeywordText.h"
 #include "tests/host/policy/DefinitionBuilder.h"
-#include "tests/host/policy/FailEachAllocation.h"
 #include "tests/support/TempRoot.h"
-#include "tests/support/fault/AllocationFailure.h"
+#include "tests/support/fault/EveryAllocation.h"
 
 namespace {
+
+using fault::FailEachAllocation;
 
 class MemoryFaults : public testing::Test {
   protected:
@@ -53,17 +54,16 @@ TEST_F(MemoryFaults, AFailedInstallReplacesNothing) {
     ASSERT_TRUE(mgr.install(definitions::Small()));
     HString const id("T1");
     auto const* const before = mgr.get_tpl_by_id(id);
+    KwDefinitions all;
     bool installed = false;
-    int failures = 0;
-    for (int nth = 1; !installed; ++nth) {
-        KwDefinitions all = definitions::Small();
-        AllocationFailure failure(nth);
-        installed = mgr.install(std::move(all));
-        EXPECT_NE(installed, failure.Happened());
-        EXPECT_EQ(mgr.get_tpl_by_id(id) == before, !installed);
-        failures += installed ? 0 : 1;
-    }
-    EXPECT_GT(failures, 0);
+    auto const install = [&] { installed = mgr.install(std::move(all)); };
+    EXPECT_GT(fault::WithEveryFailure([&] { all = definitions::Small(); }, install,
+                                      [&](bool failed) {
+                                          EXPECT_NE(installed, failed);
+                                          EXPECT_EQ(mgr.get_tpl_by_id(id) == before, failed);
+                                      },
+                                      {fault::Extent::kOne}),
+              0);
 }
 
 TEST_F(MemoryFaults, AFailedLoadReplacesNothing) {

@@ -9,12 +9,13 @@
 #include "host/policy/QVKKeywordText.h"
 #include "host/policy/QVKPolicySensitiveFileAuditVTMgr.h"
 #include "host/policy/SensFile.h"
-#include "tests/host/policy/FailEachAllocation.h"
 #include "tests/host/policy/TaskBuilder.h"
 #include "tests/support/TempRoot.h"
+#include "tests/support/fault/EveryAllocation.h"
 
 namespace {
 
+using fault::FailEachAllocation;
 using tasks::Same;
 using tasks::Task;
 using Table = QVKPolicySensitiveFileAuditVT;

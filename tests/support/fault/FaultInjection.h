@@ -26,8 +26,8 @@ enum class SystemCall {
 // and its end disarms everything; one object at a time. Calls of all threads count, beginning with 1 for the first call
 // of a kind after it was armed. Any thread may make system calls meanwhile, one thread uses the object.
 //
-// To use it add tests/support/fault/FaultInjection.cpp to the sources of the test: its definitions of the calls then
-// come before those of the C library.
+// To use it link torvane_fault_injection to the test: its definitions of the calls then come before those of the C
+// library.
 //
 //     FaultInjection faults;
 //     faults.Fail(SystemCall::kPwrite, 2, ENOSPC);   // the second pwrite from here
