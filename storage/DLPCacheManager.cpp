@@ -6,6 +6,7 @@
 
 #include "host/base/HAutoMutex.h"
 #include "host/base/HFile.h"
+#include "host/base/HFileReadWriter.h"
 #include "host/base/HFileReader.h"
 #include "host/base/HFileWriter.h"
 #include "host/base/Md5.h"
@@ -143,16 +144,30 @@ int Manager::Update(int key, unsigned char* buf, int len) const noexcept {
 
 int Manager::AddCache(int key, long long offset, unsigned char* buf, int len) const noexcept {
     if (index_ == nullptr) return kLog.Failed("AddCache", 715, kAssertNull, kNoIndex);
-    if (int const code = WriteCacheBuffer(offset, buf, len); code != kDone) return code;
-    int const added = index_->Add(key, offset, len);
-    return added < 0 ? added : 1;
+    return WriteAndIndex(key, offset, buf, len);
 }
 
 int Manager::AddCache(std::string const& key, long long offset, unsigned char* buf, int len) const noexcept {
     if (index_ == nullptr) return kLog.Failed("AddCache", 699, kAssertNull, kNoIndex);
+    return WriteAndIndex(key, offset, buf, len);
+}
+
+template <class Key>
+int Manager::WriteAndIndex(Key const& key, long long offset, unsigned char* buf, int len) const noexcept {
+    bool const append = offset < 0;
     if (int const code = WriteCacheBuffer(offset, buf, len); code != kDone) return code;
     int const added = index_->Add(key, offset, len);
-    return added < 0 ? added : 1;
+    if (added >= 0) return 1;
+    // After a failed write the index might point at the record after all.
+    if (append && added != kSlotNotWritten) TakeBack(offset, len);
+    return added;
+}
+
+void Manager::TakeBack(long long offset, int len) const noexcept {
+    HAutoMutex lock(*mutex_);
+    HFileReadWriter file;
+    if (retired_ || file.open(data_path_) != 0) return;
+    if (file.get_now_size() == offset + len) (void)file.cut_off(offset);
 }
 
 void Manager::Retire() noexcept {

@@ -53,7 +53,8 @@ class TORVANE_API Manager {
     // kDataNotWritten or a code of the index.
     [[nodiscard]] int Update(int key, unsigned char* buf, int len) const noexcept;
 
-    // Writes the bytes at `offset` (negative: at the end), then indexes them. 1, or as Add.
+    // Writes the bytes at `offset` (negative: at the end), then indexes them. 1, or as Add. Bytes at the end that the
+    // index did not take are cut off again: who tries again and again does not fill the disk.
     [[nodiscard]] int AddCache(int key, long long offset, unsigned char* buf, int len) const noexcept;
     [[nodiscard]] int AddCache(std::string const& key, long long offset, unsigned char* buf, int len) const noexcept;
 
@@ -68,6 +69,11 @@ class TORVANE_API Manager {
     void Retire() noexcept;
 
   private:
+    template <class Key>
+    [[nodiscard]] int WriteAndIndex(Key const& key, long long offset, unsigned char* buf, int len) const noexcept;
+    // Cuts the data file's last record off, unless another one lies behind it by now.
+    void TakeBack(long long offset, int len) const noexcept;
+
     HMutex* mutex_ = nullptr;  // one data-file read or write at a time; nothing else is locked under it but the log
     HString data_path_;
     Index* index_ = nullptr;

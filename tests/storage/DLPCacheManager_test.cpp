@@ -96,10 +96,18 @@ TEST_F(StoreOfNumbers, KeyBelowOneIsRefused) {
     EXPECT_FALSE(Exists(data_path_));
 }
 
-TEST_F(StoreOfNumbers, KeyOutOfReachIsRefusedAfterItsDataWasAppended) {
+TEST_F(StoreOfNumbers, KeyOutOfReachIsRefusedAndLeavesNoData) {
+    EXPECT_EQ(Put(1, "one"), 1);
     EXPECT_EQ(Put(12, "x"), -12);
     EXPECT_EQ(PutNothing(12), -12);
-    EXPECT_EQ(DataFile(), "x");
+    EXPECT_EQ(DataFile(), "one");
+}
+
+TEST_F(StoreOfNumbers, RefusedKeyLeavesADataFileAloneThatWasWrittenInPlace) {
+    unsigned char two[] = {'2'};
+    EXPECT_EQ(Put(1, "one"), 1);
+    EXPECT_EQ(store_->AddCache(12, 2, two, 1), -12);
+    EXPECT_EQ(DataFile(), "on2");
 }
 
 TEST_F(StoreOfNumbers, UpdateRewritesARecordOfTheSameLength) {
