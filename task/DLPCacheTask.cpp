@@ -31,17 +31,20 @@ DLPCacheTask::DLPCacheTask(ScanTask const* task) noexcept
 
 DLPCacheTask::~DLPCacheTask() = default;
 
+DLPCacheTask::Turn::Turn(DLPCacheTask const& task) noexcept : mutex_(task.mutex_) {
+    HAutoMutex const next(task.next_);
+    mutex_.Lock();
+}
+
+DLPCacheTask::Turn::~Turn() {
+    mutex_.UnLock();
+}
+
 int DLPCacheTask::Add(SensFile const& file) noexcept {
     return NoThrow<int>(DLPCache::kTaskFileNotEncoded, [&]() -> int {
         SensFile copy = file;
-        HAutoMutex const lock(mutex_);
-        // Nothing but this takes memory: the number is used when the file is in the queue.
-        auto const [entry, added] = queue_.try_emplace(static_cast<int>(counter_ + 1));
-        entry->second = std::move(copy);
-        ++counter_;
-        if (added) count_.fetch_add(1, std::memory_order_release);
-        kTaskLog.Write(DLPCache::kLogInformation, 412, "add task cache, task id: ", file.task_id,
-                       ", SN:", static_cast<long long>(counter_), ", sens file: ", file.file_path);
+        Turn const turn(*this);
+        Queue(std::move(copy));
         return DLPCache::kTaskFileStored;
     });
 }
@@ -55,19 +58,30 @@ int DLPCacheTask::AddNumbered(SensFile const& file) noexcept {
     }
     return NoThrow<int>(DLPCache::kTaskFileNotEncoded, [&]() -> int {
         SensFile numbered = file;
-        HAutoMutex const lock(mutex_);
+        Turn const turn(*this);
         if (counter_ >= kLastNumber) {
             return kTaskLog.Failed("AddNumbered", 427, kAssertFalse, int{DLPCache::kStoreKeyRefused});
         }
         numbered.sn = static_cast<int>(counter_ + 1);
-        return Add(numbered);
+        Queue(std::move(numbered));
+        return DLPCache::kTaskFileStored;
     });
+}
+
+void DLPCacheTask::Queue(SensFile&& file) {
+    // Nothing but this takes memory: the number is used when the file is in the queue.
+    auto const [entry, added] = queue_.try_emplace(static_cast<int>(counter_ + 1));
+    SensFile& queued = entry->second = std::move(file);
+    ++counter_;
+    if (added) count_.fetch_add(1, std::memory_order_release);
+    kTaskLog.Write(DLPCache::kLogInformation, 412, "add task cache, task id: ", queued.task_id,
+                   ", SN:", static_cast<long long>(counter_), ", sens file: ", queued.file_path);
 }
 
 int DLPCacheTask::Find(int sn, SensFile& file) const noexcept {
     return NoThrow<int>(DLPCache::kTaskFileNotDecoded, [&]() -> int {
         if (count_.load(std::memory_order_acquire) != 0) {
-            HAutoMutex const lock(mutex_);
+            Turn const turn(*this);
             if (auto const queued = queue_.find(sn); queued != queue_.end()) {
                 file = queued->second;
                 file.sn = sn;
@@ -92,7 +106,7 @@ bool DLPCacheTask::WaitWritten(int milliseconds) const noexcept {
 void DLPCacheTask::run() {
     for (;;) {
         while (count_.load(std::memory_order_acquire) != 0) {
-            // Tried again at once, but whoever waits for the queue comes first.
+            // Tried again at once, but others get a chance.
             if (!WriteFirst()) std::this_thread::yield();
         }
         HEnvironment::Sleep(kPauseMilliseconds);
@@ -101,17 +115,18 @@ void DLPCacheTask::run() {
 
 bool DLPCacheTask::WriteFirst() noexcept {
     bool all_written = false;
+    std::map<int, SensFile>::node_type written;  // let go of after the queue
     {
-        HAutoMutex const lock(mutex_);
+        Turn const turn(*this);
         auto const first = queue_.begin();
         if (first == queue_.end()) return true;
-        int const written = TryWrite(first->second);
-        if (written < DLPCache::kTaskFileStored) {
+        int const code = TryWrite(first->second);
+        if (code < DLPCache::kTaskFileStored) {
             kTaskLog.Write(DLPCache::kLogError, 479, "asyn write cache failed, task id: ", first->second.task_id,
-                           ", sn: ", first->first, ", ret: ", written);
+                           ", sn: ", first->first, ", ret: ", code);
             return false;
         }
-        queue_.erase(first);
+        written = queue_.extract(first);
         all_written = count_.fetch_sub(1, std::memory_order_acq_rel) == 1;
     }
     if (all_written) WakeWaiters();

@@ -37,7 +37,7 @@ class TORVANE_API DLPCacheTask : public virtual HIEUtil::Thread {
     // numbers are used up. A text with a zero character counts as not encodable: it would not be read back.
     int AddNumbered(SensFile const& file) noexcept;
     // From the queue: kTaskFileFound, whatever the task's definitions know (without memory kTaskFileNotDecoded). Else
-    // as DLPCacheTaskStore::Find.
+    // as DLPCacheTaskStore::Find, whose note on codes that two layers share holds here too.
     [[nodiscard]] int Find(int sn, SensFile& file) const noexcept;
 
     // Waits until the queue is empty, at most so many milliseconds (0 or less: only looks). True when it is. While
@@ -54,9 +54,26 @@ class TORVANE_API DLPCacheTask : public virtual HIEUtil::Thread {
     [[nodiscard]] DLPCacheTaskStore const* store() const noexcept { return store_.get(); }
 
   private:
+    // Holds the queue's mutex. Whoever waits for it holds next_ meanwhile, so that the writer, which comes back for the
+    // next file at once, does not overtake again and again.
+    class Turn {
+      public:
+        explicit Turn(DLPCacheTask const& task) noexcept;
+        ~Turn();
+        Turn(Turn const&) = delete;
+        Turn& operator=(Turn const&) = delete;
+
+      private:
+        HMutex& mutex_;
+    };
+
+    // Puts the file into the queue under the next number; throws std::bad_alloc, having changed nothing. The caller
+    // has the turn.
+    void Queue(SensFile&& file);
     [[nodiscard]] int TryWrite(SensFile const& first) const noexcept;
     void WakeWaiters() const noexcept;
 
+    mutable HMutex next_;   // the way to mutex_; nothing else is taken under it
     mutable HMutex mutex_;  // guards counter_ and queue_; held by the writer across one write. Taken under it: the
                             // store's locks and that of the log
     unsigned counter_ = 0;  // the last number handed out

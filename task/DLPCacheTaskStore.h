@@ -30,13 +30,13 @@ class TORVANE_API DLPCacheTaskStore {
     DLPCacheTaskStore& operator=(DLPCacheTaskStore const&) = delete;
 
     // Stores `file` under its serial number. kTaskFileStored, kTaskNoStore, kTaskFileRefused, kTaskFileNotEncoded, or a
-    // negative code of the record store.
+    // negative code of the record store, of which kNoIndex is kTaskFileRefused too: Check tells them apart.
     int Add(SensFile const& file) const noexcept;
     // Why no store could ever take `file` and give it back: kTaskFileRefused, kTaskFileNotEncoded, or 0.
     [[nodiscard]] static int Check(SensFile const& file) noexcept;
     // Resets `file`, then kTaskFileFound or kTaskTplGone with `file` filled (its `sn` with kTaskFileFound only),
     // kTaskFileEmpty, kTaskFileAbsent, kTaskNoStore, kTaskFileNotDecoded (also without memory), or a negative code of
-    // the record store.
+    // the record store. Of these kDataUnreadable is kTaskTplGone too: then file_path is empty.
     [[nodiscard]] int Find(int sn, SensFile& file) const noexcept;
     // Fills what is not stored from the task's definitions: empties the names, then appends MD5, name and data class of
     // every template that they know. False when one of the templates is not among them, and without memory.
