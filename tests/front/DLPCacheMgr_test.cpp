@@ -3,10 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <thread>
-#include <vector>
-
 #include "tests/front/FrontFixture.h"
+#include "tests/support/OnAllThreads.h"
 
 namespace {
 
@@ -43,12 +41,7 @@ class DLPCacheMgrTest : public FrontTest {
 };
 
 TEST_F(DLPCacheMgrTest, InstanceIsTheSameForEveryThread) {
-    std::vector<DLPCacheMgr*> seen(8);
-    std::vector<std::thread> threads;
-    for (DLPCacheMgr*& mine : seen)
-        threads.emplace_back([&mine] { mine = DLPCacheMgr::pins(); });
-    for (std::thread& thread : threads)
-        thread.join();
+    auto const seen = AskOnAllThreads(8, [] { return DLPCacheMgr::pins(); });
     EXPECT_THAT(seen, testing::Each(DLPCacheMgr::pins()));
 }
 

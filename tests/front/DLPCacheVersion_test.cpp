@@ -9,12 +9,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "front/DLPCacheMgr.h"
 #include "host/policy/KwLocateMgr.h"
 #include "tests/support/LogLines.h"
+#include "tests/support/OnAllThreads.h"
 #include "tests/support/TempRoot.h"
 
 namespace {
@@ -197,15 +196,10 @@ TEST_F(DLPCacheVersionTest, FrontObjectIsMadeOnceAndChecksOnce) {
 }
 
 TEST_F(DLPCacheVersionTest, ChecksOfManyThreadsExcludeEachOther) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([&, i] {
-            CheckModuleVersion();
-            KeepFile("after/" + std::to_string(i));  // a wipe after a check would take it away
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnAllThreads(8, [this](int thread) {
+        CheckModuleVersion();
+        KeepFile("after/" + std::to_string(thread));  // a wipe after a check would take it away
+    });
     for (int i = 0; i < 8; ++i)
         EXPECT_TRUE(Exists(InCache("after/" + std::to_string(i)))) << i;
     EXPECT_EQ(StampBytes(), kCurrentStamp);

@@ -1,9 +1,8 @@
 #include <algorithm>
-#include <barrier>
 #include <numeric>
-#include <thread>
 
 #include "tests/sensrecord/SensRecordFixture.h"
+#include "tests/support/OnAllThreads.h"
 
 namespace {
 
@@ -12,21 +11,14 @@ constexpr int kRounds = 25;
 
 class SensRecordThreadsTest : public SensRecordFixture {
   protected:
-    // What `count(thread)` gives, kRounds times on each of the threads that begin at once, by thread.
+    // What `count(thread)` gives, kRounds times on each of the threads, by thread.
     template <class Counting>
-    static std::vector<std::vector<int>> OnAllThreads(Counting const& count) {
+    static std::vector<std::vector<int>> CountOnAllThreads(Counting const& count) {
         std::vector<std::vector<int>> counted(kThreads);
-        std::barrier start(kThreads);
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < kThreads; ++thread) {
-            threads.emplace_back([&, thread] {
-                start.arrive_and_wait();
-                for (int round = 0; round < kRounds; ++round)
-                    counted[static_cast<std::size_t>(thread)].push_back(count(thread));
-            });
-        }
-        for (std::thread& thread : threads)
-            thread.join();
+        OnAllThreads(kThreads, [&](int thread) {
+            for (int round = 0; round < kRounds; ++round)
+                counted[static_cast<std::size_t>(thread)].push_back(count(thread));
+        });
         return counted;
     }
     static std::vector<int> UpTo(int last) {
@@ -38,7 +30,7 @@ class SensRecordThreadsTest : public SensRecordFixture {
 
 TEST_F(SensRecordThreadsTest, NoCountOfOneFileIsLostOrDoubled) {
     std::vector<int> all;
-    for (auto const& counted : OnAllThreads([&](int) { return Count("/a.txt"); })) {
+    for (auto const& counted : CountOnAllThreads([&](int) { return Count("/a.txt"); })) {
         EXPECT_TRUE(std::is_sorted(counted.begin(), counted.end()));
         all.insert(all.end(), counted.begin(), counted.end());
     }
@@ -48,18 +40,18 @@ TEST_F(SensRecordThreadsTest, NoCountOfOneFileIsLostOrDoubled) {
 }
 
 TEST_F(SensRecordThreadsTest, FilesOfOnePolicyDoNotDisturbEachOther) {
-    auto const counted = OnAllThreads([&](int thread) { return Count("/" + std::to_string(thread)); });
+    auto const counted = CountOnAllThreads([&](int thread) { return Count("/" + std::to_string(thread)); });
     EXPECT_THAT(counted, testing::Each(UpTo(kRounds)));
 }
 
 TEST_F(SensRecordThreadsTest, PoliciesCountSideBySide) {
-    auto const counted = OnAllThreads(
+    auto const counted = CountOnAllThreads(
         [&](int thread) { return manager_.GetToolFileFoundTimes("/a.txt", MakePolicy("P" + std::to_string(thread))); });
     EXPECT_THAT(counted, testing::Each(UpTo(kRounds)));
 }
 
 TEST_F(SensRecordThreadsTest, PoliciesOfOneRecordKeyCountSideBySide) {
-    auto const counted = OnAllThreads([&](int thread) {
+    auto const counted = CountOnAllThreads([&](int thread) {
         QVKPolicySensitiveFileAuditNode const policy = MakePolicy("P" + std::to_string(thread));
         policy.policy->record_key = "one key";
         return manager_.GetToolFileFoundTimes("/a.txt", policy);
@@ -69,7 +61,7 @@ TEST_F(SensRecordThreadsTest, PoliciesOfOneRecordKeyCountSideBySide) {
 
 TEST_F(SensRecordThreadsTest, KindsOfOneFileCountApart) {
     auto const counted =
-        OnAllThreads([&](int thread) { return Count("/a.txt", static_cast<Mgr::DLP_CHECK_TYPE>(thread % 2)); });
+        CountOnAllThreads([&](int thread) { return Count("/a.txt", static_cast<Mgr::DLP_CHECK_TYPE>(thread % 2)); });
     for (int kind = 0; kind < 2; ++kind) {
         std::vector<int> all;
         for (std::size_t thread = 0; thread < kThreads; ++thread) {
@@ -83,7 +75,7 @@ TEST_F(SensRecordThreadsTest, KindsOfOneFileCountApart) {
 
 TEST_F(SensRecordThreadsTest, InstanceIsMadeOnce) {
     std::vector<Mgr*> instances(kThreads);
-    OnAllThreads([&](int thread) {
+    CountOnAllThreads([&](int thread) {
         instances[static_cast<std::size_t>(thread)] = Mgr::pins();
         return Mgr::pins()->GetRealTimeFileFoundTimes("/a.txt", policy_);
     });

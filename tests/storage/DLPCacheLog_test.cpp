@@ -3,10 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <set>
-#include <thread>
-#include <vector>
 
 #include "tests/storage/LogExpect.h"
+#include "tests/support/OnAllThreads.h"
 #include "tests/support/TempRoot.h"
 
 namespace {
@@ -30,12 +29,7 @@ TEST(ModuleLog, StaysOffWhenItWasSwitchedOffAgain) {
 }
 
 TEST(ModuleLog, IsMadeOnceWhateverTheThreads) {
-    std::vector<HFileLog*> logs(8);
-    std::vector<std::thread> threads;
-    for (HFileLog*& log : logs)
-        threads.emplace_back([&log] { log = DLPCacheLog::pins(); });
-    for (std::thread& thread : threads)
-        thread.join();
+    auto const logs = AskOnAllThreads(8, [] { return DLPCacheLog::pins(); });
     EXPECT_EQ(std::set<HFileLog*>(logs.begin(), logs.end()).size(), 1U);
 }
 

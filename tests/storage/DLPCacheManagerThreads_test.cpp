@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <thread>
-#include <vector>
-
 #include "host/base/Murmur3.h"
 #include "tests/storage/ManagerFixture.h"
+#include "tests/support/OnAllThreads.h"
 
 namespace {
 
@@ -13,15 +11,6 @@ constexpr int kKeys = 120;  // of each thread
 
 class StoreUnderThreads : public ManagerFixture {
   protected:
-    // Runs `work(thread)` for thread 0 to 7 at once.
-    template <class Work>
-    static void Together(Work const& work) {
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < kThreads; ++thread)
-            threads.emplace_back([&work, thread] { work(thread); });
-        for (std::thread& thread : threads)
-            thread.join();
-    }
     static std::string RecordOf(int key) {
         return std::string(static_cast<std::size_t>(key % 300 + 1), 'r') + std::to_string(key);
     }
@@ -34,7 +23,7 @@ class StoreUnderThreads : public ManagerFixture {
 
 TEST_F(StoreUnderThreads, IntegerKeysOfEachThreadAreAllThere) {
     Open(kThreads * kKeys);
-    Together([&](int thread) {
+    OnAllThreads(kThreads, [&](int thread) {
         for (int i = 0; i < kKeys; ++i) {
             int const key = i * kThreads + thread + 1;
             EXPECT_EQ(Put(key, RecordOf(key)), 1);
@@ -55,7 +44,7 @@ TEST_F(StoreUnderThreads, TextKeysOfEachThreadAreAllThere) {
             if (HString const key(number); IsStorable(key)) work(number, key);
         }
     };
-    Together([&](int thread) {
+    OnAllThreads(kThreads, [&](int thread) {
         each_key(thread, [&](int number, HString const& key) {
             EXPECT_EQ(Put(key, RecordOf(number)), 1);
             EXPECT_EQ(Get(key), Data(RecordOf(number)));
@@ -69,7 +58,7 @@ TEST_F(StoreUnderThreads, TextKeysOfEachThreadAreAllThere) {
 TEST_F(StoreUnderThreads, RecordIsReadWholeWhileItIsRewritten) {
     Open(1);
     ASSERT_EQ(Put(1, std::string(5000, 'a')), 1);
-    Together([&](int thread) {
+    OnAllThreads(kThreads, [&](int thread) {
         for (int i = 0; i < kKeys; ++i) {
             if (thread % 2 == 0) {
                 EXPECT_EQ(Rewrite(1, std::string(5000, static_cast<char>('a' + thread))), 0);

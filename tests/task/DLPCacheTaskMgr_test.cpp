@@ -1,10 +1,10 @@
 #include "task/DLPCacheTaskMgr.h"
 
 #include <filesystem>
-#include <thread>
 
 #include "host/policy/KwLocateMgr.h"
 #include "host/policy/QVKPolicySensitiveFileAuditVTMgr.h"
+#include "tests/support/OnAllThreads.h"
 #include "tests/task/RegistryFixture.h"
 
 namespace {
@@ -42,12 +42,7 @@ class PinsTest : public RegistryFixture {
 };
 
 TEST_F(PinsTest, IsOneInstanceForAllThreads) {
-    std::vector<DLPCacheTaskMgr*> seen(8);
-    std::vector<std::thread> threads;
-    for (auto& slot : seen)
-        threads.emplace_back([&slot] { slot = DLPCacheTaskMgr::pins(); });
-    for (auto& thread : threads)
-        thread.join();
+    auto const seen = AskOnAllThreads(8, [] { return DLPCacheTaskMgr::pins(); });
     ASSERT_NE(DLPCacheTaskMgr::pins(), nullptr);
     EXPECT_THAT(seen, testing::Each(DLPCacheTaskMgr::pins()));
 }

@@ -4,10 +4,9 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <barrier>
 #include <cstdlib>
-#include <thread>
 
+#include "tests/support/OnAllThreads.h"
 #include "tests/task/OpenedTaskFixture.h"
 
 namespace {
@@ -17,20 +16,6 @@ constexpr int kRounds = 40;
 
 class DLPCacheTaskThreadsTest : public OpenedTaskFixture {
   protected:
-    // Runs `work(thread)` on all threads, all beginning at once.
-    template <class Work>
-    static void OnAllThreads(Work work) {
-        std::barrier start(kThreads);
-        std::vector<std::thread> threads;
-        for (int i = 0; i < kThreads; ++i) {
-            threads.emplace_back([&start, &work, i] {
-                start.arrive_and_wait();
-                work(i);
-            });
-        }
-        for (auto& thread : threads)
-            thread.join();
-    }
     static std::string PathOf(int thread, int round) {
         return "/" + std::to_string(thread) + "/" + std::to_string(round);
     }
@@ -60,14 +45,13 @@ class DLPCacheTaskThreadsTest : public OpenedTaskFixture {
 };
 
 TEST_F(DLPCacheTaskThreadsTest, AllGetTheSameWriter) {
-    std::vector<DLPCacheTask*> seen(kThreads);
-    OnAllThreads([&](int thread) { seen[static_cast<std::size_t>(thread)] = registry_->GetCache("task-1"); });
+    auto const seen = AskOnAllThreads(kThreads, [this] { return registry_->GetCache("task-1"); });
     EXPECT_NE(seen[0], nullptr);
     EXPECT_THAT(seen, testing::Each(seen[0]));
 }
 
 TEST_F(DLPCacheTaskThreadsTest, AllFilesGetTheNumbersFromOneOnAndAreFoundByThemAlsoAfterARestart) {
-    OnAllThreads([&](int thread) {
+    OnAllThreads(kThreads, [&](int thread) {
         for (int round = 0; round < kRounds; ++round)
             EXPECT_EQ(registry_->GetCache("task-1")->AddNumbered(MakeFile(PathOf(thread, round))), 1);
     });
@@ -79,7 +63,7 @@ TEST_F(DLPCacheTaskThreadsTest, AllFilesGetTheNumbersFromOneOnAndAreFoundByThemA
 
 TEST_F(DLPCacheTaskThreadsTest, FilesAreVisibleFromTheMomentTheyAreQueued) {
     std::atomic<int> missed{0};
-    OnAllThreads([&](int thread) {
+    OnAllThreads(kThreads, [&](int thread) {
         ScanTask& task = own_tasks_[static_cast<std::size_t>(thread)];
         HString const id = HString("own-") << thread;
         task = MakeTask(id.get_str(), {"T1", "T2"});
@@ -99,7 +83,7 @@ TEST_F(DLPCacheTaskThreadsTest, FilesAreVisibleFromTheMomentTheyAreQueued) {
 }
 
 TEST_F(DLPCacheTaskThreadsTest, AllUseEverythingAtOnce) {
-    OnAllThreads([&](int thread) {
+    OnAllThreads(kThreads, [&](int thread) {
         SensFile file;
         for (int round = 0; round < kRounds; ++round) {
             (void)registry_->GetCache("task-1")->AddNumbered(MakeFile(PathOf(thread, round)));

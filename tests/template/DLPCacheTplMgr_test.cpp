@@ -1,9 +1,9 @@
 #include "template/DLPCacheTplMgr.h"
 
 #include <filesystem>
-#include <thread>
 
 #include "host/policy/KwDefineMgr.h"
+#include "tests/support/OnAllThreads.h"
 #include "tests/template/TplFixture.h"
 #include "tests/template/TplLogLines.h"
 
@@ -50,12 +50,7 @@ TEST_F(DLPCacheTplMgrTest, PinsIsOneInstance) {
 }
 
 TEST_F(DLPCacheTplMgrTest, PinsIsOneInstanceForAllThreads) {
-    std::vector<DLPCacheTplMgr*> seen(8);
-    std::vector<std::thread> threads;
-    for (auto& slot : seen)
-        threads.emplace_back([&slot] { slot = DLPCacheTplMgr::pins(); });
-    for (auto& thread : threads)
-        thread.join();
+    auto const seen = AskOnAllThreads(8, [] { return DLPCacheTplMgr::pins(); });
     EXPECT_THAT(seen, testing::Each(DLPCacheTplMgr::pins()));
 }
 

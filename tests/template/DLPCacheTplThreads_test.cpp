@@ -1,9 +1,8 @@
 #include <atomic>
-#include <barrier>
-#include <thread>
 
 #include "host/policy/KwDefineMgr.h"
 #include "template/DLPCacheTplMgr.h"
+#include "tests/support/OnAllThreads.h"
 #include "tests/template/TplFixture.h"
 
 namespace {
@@ -13,35 +12,19 @@ constexpr int kRounds = 30;
 
 class DLPCacheTplThreadsTest : public TplFixture {
   protected:
-    // Runs `work(thread)` on all threads, all beginning at once.
-    template <class Work>
-    static void OnAllThreads(Work work) {
-        std::barrier start(kThreads);
-        std::vector<std::thread> threads;
-        for (int i = 0; i < kThreads; ++i) {
-            threads.emplace_back([&start, &work, i] {
-                start.arrive_and_wait();
-                work(i);
-            });
-        }
-        for (auto& thread : threads)
-            thread.join();
-    }
     static HString KeyOf(int thread, int round) { return HString("key ") << thread << " " << round; }
 };
 
 TEST_F(DLPCacheTplThreadsTest, AllGetTheSameCache) {
     DLPCacheTplMgr manager;
-    std::vector<DLPCacheTpl*> seen(kThreads);
-    OnAllThreads(
-        [&](int thread) { seen[static_cast<std::size_t>(thread)] = manager.GetCache(Current(), CurrentMd5()); });
+    auto const seen = AskOnAllThreads(kThreads, [&] { return manager.GetCache(Current(), CurrentMd5()); });
     EXPECT_THAT(seen, testing::Each(manager.GetCache(Current(), CurrentMd5())));
 }
 
 TEST_F(DLPCacheTplThreadsTest, AllStoreAndFindWhileDefinitionsAreReplaced) {
     DLPCacheTplMgr manager;
     std::atomic<int> wrong{0};
-    OnAllThreads([&](int thread) {
+    OnAllThreads(kThreads, [&](int thread) {
         for (int round = 0; round < kRounds; ++round) {
             if (thread == 0) {
                 Tpl().common->name = HString("name ") << round;  // the MD5 stays
@@ -62,7 +45,7 @@ TEST_F(DLPCacheTplThreadsTest, AllStoreAndFindWhileDefinitionsAreReplaced) {
 
 TEST_F(DLPCacheTplThreadsTest, CachesComeAndGoUnderThoseWhoUseThem) {
     DLPCacheTplMgr manager;
-    OnAllThreads([&](int thread) {
+    OnAllThreads(kThreads, [&](int thread) {
         for (int round = 0; round < kRounds; ++round) {
             HString const md5 = CurrentMd5();
             if (thread == 0) {

@@ -11,12 +11,12 @@
 #include <filesystem>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "host/base/Global.h"
 #include "host/base/HFile.h"
 #include "host/base/LocateMgr.h"
+#include "tests/support/OnAllThreads.h"
 #include "tests/support/TempRoot.h"
 
 namespace {
@@ -229,15 +229,10 @@ TEST_F(HFileLogTest, DescriptorThatWasClosedAndGivenToAnotherFileIsNotWritten) {
 
 TEST_F(HFileLogTest, ThreadsWriteWholeLines) {
     std::string const text(300, 'x');
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 8; ++thread) {
-        threads.emplace_back([&, thread] {
-            for (int i = 0; i < 250; ++i)
-                Write(text, thread);
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnAllThreads(8, [&](int thread) {
+        for (int i = 0; i < 250; ++i)
+            Write(text, thread);
+    });
     auto const lines = LinesOf(path);
     EXPECT_EQ(lines.size(), 2000U);
     for (std::string const& line : lines)

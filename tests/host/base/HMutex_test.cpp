@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <thread>
-#include <vector>
 
 #include "host/base/HAutoMutex.h"
+#include "tests/support/OnAllThreads.h"
 
 namespace {
 
@@ -20,17 +20,12 @@ TEST(HMutex, HolderMayLockAgain) {
 TEST(HMutex, OneThreadAtATimeIsInside) {
     HMutex mutex;
     long long count = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 2000; ++round) {
-                HAutoMutex const lock(mutex);
-                ++count;
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnAllThreads(8, [&](int) {
+        for (int round = 0; round < 2000; ++round) {
+            HAutoMutex const lock(mutex);
+            ++count;
+        }
+    });
     EXPECT_EQ(count, 16000);
 }
 

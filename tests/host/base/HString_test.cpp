@@ -6,9 +6,10 @@
 #include <random>
 #include <set>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
+
+#include "tests/support/OnAllThreads.h"
 
 namespace {
 
@@ -147,20 +148,15 @@ TEST(HString, PrepareGivesRoomForUnits) {
 // For the thread sanitizer: copies of one text come, change and go in many threads.
 TEST(HString, CopiesBelongToTheirThreads) {
     HString const shared("shared");
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&shared, thread] {
-            for (int i = 0; i < 1000; ++i) {
-                HString copy = shared;
-                HString second = copy;
-                copy << thread;
-                ASSERT_EQ(second, shared);
-                ASSERT_EQ(copy.length(), shared.length() + 1);
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnAllThreads(4, [&shared](int thread) {
+        for (int i = 0; i < 1000; ++i) {
+            HString copy = shared;
+            HString second = copy;
+            copy << thread;
+            ASSERT_EQ(second, shared);
+            ASSERT_EQ(copy.length(), shared.length() + 1);
+        }
+    });
     EXPECT_EQ(shared.get_str(), "shared");
 }
 

@@ -4,10 +4,10 @@
 
 #include <filesystem>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "host/base/HFile.h"
+#include "tests/support/OnAllThreads.h"
 #include "tests/support/TempRoot.h"
 
 namespace {
@@ -69,13 +69,7 @@ TEST(MakeDir, ThreadsThatMakeTheSamePathAllSucceed) {
     TempRoot root;
     for (int round = 0; round < 50; ++round) {
         std::string const dir = root / (std::to_string(round) + "/b/c/d");
-        std::vector<std::thread> threads;
-        std::vector<char> made(8, 0);
-        for (char& result : made) {
-            threads.emplace_back([&dir, &result] { result = Varnok::MakeDir(dir) ? 1 : 0; });
-        }
-        for (std::thread& thread : threads)
-            thread.join();
+        auto const made = AskOnAllThreads(8, [&dir] { return static_cast<char>(Varnok::MakeDir(dir) ? 1 : 0); });
         EXPECT_EQ(made, std::vector<char>(8, 1));
     }
 }

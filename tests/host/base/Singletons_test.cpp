@@ -1,33 +1,21 @@
 #include <gtest/gtest.h>
 
-#include <barrier>
 #include <set>
 #include <stdexcept>
-#include <thread>
-#include <vector>
 
 #include "host/base/Global.h"
 #include "host/base/HFileLog.h"
 #include "host/base/LocateMgr.h"
 #include "host/base/NoThrow.h"
 #include "host/base/Retained.h"
+#include "tests/support/OnAllThreads.h"
 
 namespace {
 
 // What `pins` gives to 16 threads that ask at the same moment.
 template <class Pins>
 std::set<void*> AskedByThreads(Pins pins) {
-    std::barrier start(16);
-    std::vector<void*> given(16);
-    std::vector<std::thread> threads;
-    for (void*& object : given) {
-        threads.emplace_back([&] {
-            start.arrive_and_wait();
-            object = pins();
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    auto const given = AskOnAllThreads(16, pins);
     return {given.begin(), given.end()};
 }
 
@@ -56,15 +44,10 @@ TEST(Singletons, LoggingFlagIsTheFirstByte) {
 
 TEST(Retained, ObjectsStayAllocatedAndReachable) {
     // Checked by the leak sanitizer at the end of the process.
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([] {
-            for (int round = 0; round < 100; ++round)
-                Varnok::Retain(new int(round));
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnAllThreads(8, [](int) {
+        for (int round = 0; round < 100; ++round)
+            Varnok::Retain(new int(round));
+    });
     Varnok::Retain(nullptr);
 }
 

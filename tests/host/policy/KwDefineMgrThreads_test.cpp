@@ -8,6 +8,7 @@
 
 #include "host/policy/KwDefineMgr.h"
 #include "tests/host/policy/DefinitionBuilder.h"
+#include "tests/support/OnAllThreads.h"
 #include "tests/support/TempRoot.h"
 
 namespace {
@@ -109,17 +110,7 @@ TEST(KwDefineMgrThreads, RecordsStayValidWhileManyThreadsReplaceThem) {
 }
 
 TEST(KwDefineMgrThreads, TheSharedInstanceIsMadeOnce) {
-    std::latch ready(kThreads);
-    std::vector<KwDefineMgr*> seen(kThreads);
-    std::vector<std::thread> threads;
-    for (KwDefineMgr*& mine : seen) {
-        threads.emplace_back([&] {
-            ready.arrive_and_wait();
-            mine = KwDefineMgr::pins();
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    auto const seen = AskOnAllThreads(kThreads, [] { return KwDefineMgr::pins(); });
     for (KwDefineMgr* mgr : seen)
         EXPECT_EQ(mgr, seen[0]);
 }
