@@ -1,8 +1,10 @@
 #include "tests/front/FrontFixture.h"
 
-#include <filesystem>
 #include <ostream>
 #include <utility>
+
+#include "tests/support/BucketCount.h"
+#include "tests/support/Definitions.h"
 
 namespace {
 
@@ -25,8 +27,7 @@ QVKConfigKeywordFormatItemNode Rule(std::string const& id, int sub_type, int rul
 }  // namespace
 
 void FrontTest::SetBuckets(int count) {
-    std::filesystem::create_directories(root_ / "ini");
-    WriteBytes(root_ / "ini/DLPService.ini", "[DLPCache]\niIndexBucketSize=" + std::to_string(count) + "\n");
+    SetBucketCount(root_.Path(), std::to_string(count));
 }
 
 void FrontTest::DefineLevel(std::string const& id, int level) {
@@ -55,7 +56,7 @@ void FrontTest::DefineNameDependentTpl(std::string const& id) {
 }
 
 void FrontTest::Install() {
-    ASSERT_TRUE(KwDefineMgr::pins()->install(definitions_));
+    InstallCopyOf(definitions_);
 }
 
 void FrontTest::InstallFailingTpl(std::string const& id) {

@@ -1,17 +1,5 @@
 #include "tests/sensrecord/SensRecordFixture.h"
 
-#include <algorithm>
-#include <filesystem>
-
-std::vector<std::string> SensRecordFixture::Files(std::string const& directory) {
-    std::vector<std::string> names;
-    if (!Exists(directory)) return names;
-    for (auto const& entry : std::filesystem::directory_iterator(directory))
-        names.push_back(entry.path().filename());
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 QVKPolicySensitiveFileAuditNode SensRecordFixture::MakePolicy(std::string const& id) {
     QVKPolicySensitiveFileAuditNode node;
     node.policy->time_stamp = kStamp;

@@ -33,8 +33,6 @@ class SensRecordFixture : public testing::Test {
     void SetStamp(long long stamp) { policy_.policy->time_stamp = stamp; }
     // The directory of a policy whose id needs no mapping, ending in a separator.
     std::string Dir(std::string const& policy = "P1") const { return root_ / "cache/sensrecord/1/" + policy + "/"; }
-    // Names in a directory, sorted; none when there is no such directory.
-    static std::vector<std::string> Files(std::string const& directory);
 
     TempRoot root_;
     QVKPolicySensitiveFileAuditNode policy_ = MakePolicy("P1");

@@ -2,12 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <mutex>
 
 #include "host/base/Murmur3.h"
 #include "host/policy/KwDefineMgr.h"
-#include "tests/support/TempRoot.h"
+#include "tests/support/BucketCount.h"
 
 namespace stress {
 namespace {
@@ -44,8 +43,7 @@ std::vector<HString> MakeMd5s(std::size_t count) {
 }
 
 Agent::Agent(std::string const& root) {
-    std::filesystem::create_directories(root + "/ini");
-    WriteBytes(root + "/ini/DLPService.ini", "[DLPCache]\niIndexBucketSize=" + std::to_string(kBuckets) + "\n");
+    SetBucketCount(root, std::to_string(kBuckets));
     Install();
 }
 

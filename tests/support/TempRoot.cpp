@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <filesystem>
@@ -57,4 +58,13 @@ std::string FromHex(std::string const& hex) {
 bool Exists(std::string const& path) {
     struct stat status {};
     return lstat(path.c_str(), &status) == 0;
+}
+
+std::vector<std::string> Files(std::string const& directory) {
+    std::vector<std::string> names;
+    if (!Exists(directory)) return names;
+    for (auto const& entry : std::filesystem::directory_iterator(directory))
+        names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 // A fresh root directory for one test: made under the system's temporary directory, set as the process's root, removed
 // with the object.
@@ -23,3 +24,5 @@ std::string ReadBytes(std::string const& path);
 void WriteBytes(std::string const& path, std::string const& bytes);
 std::string FromHex(std::string const& hex);  // blanks and line ends are skipped
 bool Exists(std::string const& path);
+// The names in a directory, sorted; none when it is missing.
+std::vector<std::string> Files(std::string const& directory);

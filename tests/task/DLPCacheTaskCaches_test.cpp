@@ -36,7 +36,7 @@ TEST_F(DLPCacheTaskCachesTest, WriterIsMadeOnceAndWritesByItself) {
 
 TEST_F(DLPCacheTaskCachesTest, TaskIsNotOpenBeforeItsWriterIsAskedFor) {
     EXPECT_EQ(registry_->GetOpenedCache("task-1"), nullptr);
-    EXPECT_THAT(Files(), ElementsAre("ScanTask.arc"));
+    EXPECT_THAT(Files(Dir()), ElementsAre("ScanTask.arc"));
 }
 
 TEST_F(DLPCacheTaskCachesTest, UnknownTaskHasNoWriterAndLeavesNoTrace) {
@@ -64,7 +64,7 @@ TEST_F(DLPCacheTaskCachesTest, TaskWithoutAReadableRecordHasNoWriterAndLeavesNoT
     EXPECT_EQ(registry_->GetCache("bad"), nullptr);
     EXPECT_EQ(registry_->GetCache(""), nullptr);
     EXPECT_EQ(registry_->GetTaskTplMd5("", "T1"), HString());
-    EXPECT_THAT(Files("bad"), ElementsAre("ScanTask.arc"));
+    EXPECT_THAT(Files(Dir("bad")), ElementsAre("ScanTask.arc"));
     EXPECT_FALSE(Exists(root_ / "cache/task/%"));
 }
 
@@ -107,15 +107,15 @@ TEST_F(DLPCacheTaskCachesTest, Md5OfATaskThatIsNotOpenComesFromItsSnapshot) {
     ASSERT_NE(registry_->GetCache("task-1"), nullptr);
     ChangeT1();
     Restart();
-    auto const files = Files();
+    auto const files = Files(Dir());
     EXPECT_EQ(registry_->GetTaskTplMd5("task-1", "T1"), md5);
     EXPECT_EQ(registry_->GetOpenedCache("task-1"), nullptr);
-    EXPECT_EQ(Files(), files);
+    EXPECT_EQ(Files(Dir()), files);
 }
 
 TEST_F(DLPCacheTaskCachesTest, WithoutSnapshotThereIsNoMd5AndNoneIsMade) {
     EXPECT_EQ(registry_->GetTaskTplMd5("task-1", "T1"), HString());
-    EXPECT_THAT(Files(), ElementsAre("ScanTask.arc"));
+    EXPECT_THAT(Files(Dir()), ElementsAre("ScanTask.arc"));
     EXPECT_EQ(registry_->GetTaskTplMd5("unknown", "T1"), HString());
     EXPECT_FALSE(Exists(Dir("unknown")));
 }

@@ -38,13 +38,13 @@ TEST_F(DLPCacheTaskFaultTest, NoFaultWhileOpeningSpoilsTheTask) {
 
 TEST_F(DLPCacheTaskFaultTest, NoFaultWhileOpeningTouchesWhatIsThere) {
     ExpectUsable();
-    auto const files = Files();
+    auto const files = Files(Dir());
     HString const md5 = CurrentMd5("T1");
     ChangeT1();
     WithEveryFault(
         Nothing, [this] { (void)OpenWriter(); },
         [&] {
-            EXPECT_EQ(Files(), files);
+            EXPECT_EQ(Files(Dir()), files);
             FoundFile const found = FindIn(*OpenWriter(), 1);
             EXPECT_EQ(found.code, 2);
             EXPECT_EQ(found.file.tpl_md5s.at(0), md5);

@@ -13,6 +13,7 @@
 #include "task/DLPCacheTaskMgr.h"
 #include "template/DLPCacheTplMgr.h"
 #include "tests/storage/Seed.h"
+#include "tests/support/BucketCount.h"
 #include "tests/task/TaskModel.h"
 #include "tests/template/TplFixture.h"
 
@@ -345,13 +346,6 @@ class World {
         if (id.starts_with("task/")) id.replace(4, 1, "%2F");
         return root_ / "cache/task/" + id;
     }
-    static std::set<std::string> List(std::string const& directory) {
-        std::set<std::string> names;
-        if (!fs::exists(directory)) return names;
-        for (auto const& entry : fs::directory_iterator(directory))
-            names.insert(entry.path().filename().string());
-        return names;
-    }
     void ExpectFiles() const {
         std::set<std::string> directories;
         for (auto const& [id, task] : model_.tasks) {
@@ -363,13 +357,13 @@ class World {
             EXPECT_EQ(recorded.handle, task.recorded_handle) << id;
             EXPECT_TRUE(recorded.note.empty());
         }
-        EXPECT_EQ(List(root_ / "cache/task"), directories);
+        EXPECT_THAT(Files(root_ / "cache/task"), testing::ElementsAreArray(directories));
         for (int tpl = 0; tpl < kTemplates; ++tpl) {
             std::set<std::string> md5s;
             for (auto const& [of, md5] : model_.caches) {
                 if (of == tpl) md5s.insert(md5);
             }
-            EXPECT_EQ(List(root_ / "cache/template/" + TplId(tpl)), md5s) << TplId(tpl);
+            EXPECT_THAT(Files(root_ / "cache/template/" + TplId(tpl)), testing::ElementsAreArray(md5s)) << TplId(tpl);
         }
     }
 
@@ -384,8 +378,7 @@ class World {
 
 TEST(DLPCacheTaskMgrModelTest, RegistryAndPruningDoWhatAPlainModelDoesOverSeveralLives) {
     TempRoot const root;
-    fs::create_directories(root / "ini");
-    WriteBytes(root / "ini/DLPService.ini", "[DLPCache]\niIndexBucketSize=101\n");
+    SetBucketCount(root.Path(), "101");
     World world(root, TestSeed());
     for (int life = 0; life < kLives && !testing::Test::HasFailure(); ++life) {
         SCOPED_TRACE(testing::Message() << "life " << life);

@@ -33,7 +33,7 @@ TEST_F(DLPCacheTaskStoreTest, FileIsFoundAsItWasStoredWithWhatTheDefinitionsSay)
 
 TEST_F(DLPCacheTaskStoreTest, FileWithoutTemplatesPathOrMd5IsRefusedAndNothingWritten) {
     auto const store = OpenStore();
-    auto const files = Files();
+    auto const files = Files(Dir());
     std::string const index = ReadBytes(Dir() + "index");
     for (int field = 0; field < 3; ++field) {
         SensFile file = Numbered("/a", 1);
@@ -45,7 +45,7 @@ TEST_F(DLPCacheTaskStoreTest, FileWithoutTemplatesPathOrMd5IsRefusedAndNothingWr
         EXPECT_EQ(store.Add(file), -15) << field;
         EXPECT_THAT(TakeOwn(log), ElementsAre("1 Add, Line:253, ASSERT_FALSE"));
     }
-    EXPECT_EQ(Files(), files);
+    EXPECT_EQ(Files(Dir()), files);
     EXPECT_EQ(ReadBytes(Dir() + "index"), index);
     EXPECT_EQ(CodeOf(store, 1), 0);
 }
@@ -167,8 +167,8 @@ TEST_F(DLPCacheTaskStoreTest, IndexFileWithoutAHeadHoldsNothing) {
 
 TEST_F(DLPCacheTaskStoreTest, OpeningMakesIndexAndSnapshotInTheTasksDirectory) {
     auto const store = OpenStore();
-    EXPECT_THAT(Files(), ElementsAre("KeywordDataClass.arc", "KeywordDataLevel.arc", "KeywordFormatItem.arc",
-                                     "KeywordTemplate.arc", "index"));
+    EXPECT_THAT(Files(Dir()), ElementsAre("KeywordDataClass.arc", "KeywordDataLevel.arc", "KeywordFormatItem.arc",
+                                          "KeywordTemplate.arc", "index"));
     EXPECT_EQ(ReadBytes(Dir() + "index"), FromHex("44 4c 50 54 70 6c 43 61 63 68 65 49 6e 64 65 78 48 65 61 64"
                                                   "00 05 02 00 00 00 00"));
     EXPECT_TRUE(store.complete());

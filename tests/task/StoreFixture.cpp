@@ -1,9 +1,8 @@
 #include "tests/task/StoreFixture.h"
 
-#include <algorithm>
-#include <filesystem>
-
 #include "host/policy/KwDefineMgr.h"
+#include "tests/support/BucketCount.h"
+#include "tests/support/Definitions.h"
 
 namespace {
 
@@ -45,8 +44,7 @@ QVKConfigKeywordDataLevelNode MakeLevel(char const* id, char const* name, int le
 }  // namespace
 
 StoreFixture::StoreFixture() : task_(MakeTask("task-1", {"T1", "T2"})) {
-    std::filesystem::create_directories(root_ / "ini");
-    WriteBytes(root_ / "ini/DLPService.ini", "[DLPCache]\niIndexBucketSize=101\n");
+    SetBucketCount(root_.Path(), "101");
     definitions_.templates.nodes = {MakeTemplate("T1", "Contracts", "R1", "C1", "L1"),
                                     MakeTemplate("T2", "Invoices", "R2", "C2", "L2")};
     definitions_.rules.nodes = {MakeRule("R1"), MakeRule("R2")};
@@ -56,17 +54,7 @@ StoreFixture::StoreFixture() : task_(MakeTask("task-1", {"T1", "T2"})) {
 }
 
 void StoreFixture::Install() const {
-    // Installed records must not be changed, so they share nothing with `definitions_`.
-    KwDefinitions copy = definitions_;
-    auto const unshare = [](auto& table) {
-        for (auto& node : table.nodes)
-            node.common = std::make_shared<QVKCommon>(*node.common);
-    };
-    unshare(copy.templates);
-    unshare(copy.rules);
-    unshare(copy.data_classes);
-    unshare(copy.data_levels);
-    ASSERT_TRUE(KwDefineMgr::pins()->install(std::move(copy)));
+    InstallCopyOf(definitions_);
 }
 
 void StoreFixture::ChangeT1() {
@@ -81,15 +69,6 @@ void StoreFixture::RemoveTemplate(char const* id) {
 
 HString StoreFixture::CurrentMd5(char const* tpl_id) {
     return KwDefineMgr::pins()->get_md5_by_tpl(*KwDefineMgr::pins()->get_tpl_by_id(tpl_id));
-}
-
-std::vector<std::string> StoreFixture::Files(std::string const& task_id) const {
-    std::vector<std::string> names;
-    if (!Exists(Dir(task_id))) return names;
-    for (auto const& entry : std::filesystem::directory_iterator(Dir(task_id)))
-        names.push_back(entry.path().filename());
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 ScanTask MakeTask(std::string const& id, std::vector<HString> const& tpl_ids) {

@@ -35,10 +35,9 @@ class StoreFixture : public testing::Test {
     [[nodiscard]] DLPCacheTaskStore OpenStore() const { return DLPCacheTaskStore(task_); }
     [[nodiscard]] std::unique_ptr<DLPCacheTask> OpenWriter() const { return std::make_unique<DLPCacheTask>(&task_); }
 
-    // A task's directory, ending in a separator, and the names in it, sorted.
+    // A task's directory, ending in a separator.
     [[nodiscard]] std::string Dir() const { return Dir("task-1"); }
     [[nodiscard]] std::string Dir(std::string const& task_id) const { return root_ / "cache/task/" + task_id + "/"; }
-    [[nodiscard]] std::vector<std::string> Files(std::string const& task_id = "task-1") const;
 
     TempRoot root_;
     KwDefinitions definitions_;

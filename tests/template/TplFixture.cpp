@@ -1,9 +1,8 @@
 #include "tests/template/TplFixture.h"
 
-#include <algorithm>
-#include <filesystem>
-
 #include "host/policy/KwDefineMgr.h"
+#include "tests/support/BucketCount.h"
+#include "tests/support/Definitions.h"
 
 TplFixture::TplFixture() {
     SetBucketCount("101");
@@ -19,17 +18,7 @@ TplFixture::TplFixture() {
 }
 
 void TplFixture::Install() {
-    // Installed records must not be changed, so they share nothing with `definitions_`.
-    KwDefinitions copy = definitions_;
-    auto const unshare = [](auto& table) {
-        for (auto& node : table.nodes)
-            node.common = std::make_shared<QVKCommon>(*node.common);
-    };
-    unshare(copy.templates);
-    unshare(copy.rules);
-    unshare(copy.data_classes);
-    unshare(copy.data_levels);
-    ASSERT_TRUE(KwDefineMgr::pins()->install(std::move(copy)));
+    InstallCopyOf(definitions_);
 }
 
 void TplFixture::AddRule(std::string const& id, int sub_type) {
@@ -59,17 +48,7 @@ std::string TplFixture::Dir(std::string const& tpl_id, std::string const& md5) c
 }
 
 void TplFixture::SetBucketCount(std::string const& value) {
-    std::filesystem::create_directories(root_ / "ini");
-    WriteBytes(root_ / "ini/DLPService.ini", "[DLPCache]\niIndexBucketSize=" + value + "\n");
-}
-
-std::vector<std::string> TplFixture::Files(std::string const& directory) const {
-    std::vector<std::string> names;
-    if (!Exists(directory)) return names;
-    for (auto const& entry : std::filesystem::directory_iterator(directory))
-        names.push_back(entry.path().filename());
-    std::sort(names.begin(), names.end());
-    return names;
+    ::SetBucketCount(root_.Path(), value);
 }
 
 QVKConfigKeywordTemplateNode MakeTpl(std::string const& id, std::vector<HString> const& rule_ids) {
@@ -108,14 +87,6 @@ QVKReportKeywordAttachNode TwoItems() {
     QVKReportKeywordAttachNode node;
     node.items = {MakeItem("R1", 1001), MakeItem("R2", 1002)};
     return node;
-}
-
-QVKKeywordText MakeText(std::string const& text) {
-    QVKKeywordText made;
-    made.tpl_id = "T1";
-    made.text = text;
-    made.line_positions = {{7, {{1, 4}, {9, 12}}}};
-    return made;
 }
 
 Found FindIn(DLPCacheTpl const& cache, HString const& key) {

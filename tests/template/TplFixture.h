@@ -10,6 +10,7 @@
 #include "host/policy/QVKKeywordText.h"
 #include "host/policy/QVKReportKeywordAttachNode.h"
 #include "template/DLPCacheTpl.h"
+#include "tests/support/KeywordText.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/TempRoot.h"
 
@@ -37,7 +38,6 @@ class TplFixture : public testing::Test {
     std::string Dir() const;
     std::string Dir(std::string const& tpl_id, std::string const& md5) const;
     void SetBucketCount(std::string const& value);
-    std::vector<std::string> Files(std::string const& directory) const;  // names, sorted
 
     TempRoot root_;
     KwDefinitions definitions_;
@@ -48,7 +48,6 @@ QVKConfigKeywordFormatItemNode MakeRule(std::string const& id, int sub_type);
 QVKReportKeywordAttachItem MakeItem(std::string const& rule_id, int sub_type);
 // An answer with an item for R1 and one for R2, found in the file "a.txt".
 QVKReportKeywordAttachNode TwoItems();
-QVKKeywordText MakeText(std::string const& text);
 
 // What Find gives.
 struct Found {

@@ -14,57 +14,53 @@ class TextFaultTest : public TextFixture {
     void WithEveryFault(fault::Step const& before, fault::Step const& work, fault::Step const& check) {
         fault::WithEveryFault(root_.Path(), {EIO}, before, work, check);
     }
-    int FileCount() const {
-        return static_cast<int>(
-            std::distance(std::filesystem::directory_iterator(Dir()), std::filesystem::directory_iterator()));
-    }
 };
 
 TEST_F(TextFaultTest, FirstTextIsStoredOrMissing) {
     int code = 0;
     WithEveryFault([this] { std::filesystem::remove_all(root_ / "cache"); },
-                   [&] { code = cache_.Add("a", Text("alpha")); },
+                   [&] { code = cache_.Add("a", MakeText("alpha")); },
                    [&] {
                        EXPECT_EQ(code, 1);
-                       EXPECT_THAT(Find("a"), AnyOf(Found{2, Text("alpha")}, Found{-4, Text("before")}));
-                       EXPECT_EQ(cache_.Add("a", Text("newer")), 1);
-                       EXPECT_EQ(Find("a"), (Found{2, Text("newer")}));
+                       EXPECT_THAT(Find("a"), AnyOf(Found{2, MakeText("alpha")}, Found{-4, MakeText("before")}));
+                       EXPECT_EQ(cache_.Add("a", MakeText("newer")), 1);
+                       EXPECT_EQ(Find("a"), (Found{2, MakeText("newer")}));
                    });
 }
 
 TEST_F(TextFaultTest, NewerTextIsStoredOrTheOlderOrNone) {
     int code = 0;
-    WithEveryFault(
-        [this] { cache_.Add("a", Text("older")); }, [&] { code = cache_.Add("a", Text("newer")); },
-        [&] {
-            EXPECT_EQ(code, 1);
-            EXPECT_THAT(Find("a"), AnyOf(Found{2, Text("older")}, Found{2, Text("newer")}, Found{-4, Text("before")}));
-        });
+    WithEveryFault([this] { cache_.Add("a", MakeText("older")); }, [&] { code = cache_.Add("a", MakeText("newer")); },
+                   [&] {
+                       EXPECT_EQ(code, 1);
+                       EXPECT_THAT(Find("a"), AnyOf(Found{2, MakeText("older")}, Found{2, MakeText("newer")},
+                                                    Found{-4, MakeText("before")}));
+                   });
 }
 
 TEST_F(TextFaultTest, TextIsFoundOrNot) {
-    cache_.Add("a", Text("alpha"));
+    cache_.Add("a", MakeText("alpha"));
     Found found;
     WithEveryFault(
         Nothing, [&] { found = Find("a"); },
         [&] {
-            EXPECT_THAT(found, AnyOf(Found{2, Text("alpha")}, Found{-13, QVKKeywordText()}));
+            EXPECT_THAT(found, AnyOf(Found{2, MakeText("alpha")}, Found{-13, QVKKeywordText()}));
         });
     EXPECT_EQ(Find("a").code, 2);
-    EXPECT_EQ(FileCount(), 1);
+    EXPECT_THAT(Files(Dir()), testing::SizeIs(1));
 }
 
 TEST_F(TextFaultTest, FullDiskLeavesNothingBehind) {
-    cache_.Add("a", Text("older"));
+    cache_.Add("a", MakeText("older"));
     {
         FaultInjection faults;
         faults.OnlyBelow(root_.Path());
         faults.FailFrom(SystemCall::kPwrite, 1, ENOSPC);
-        EXPECT_EQ(cache_.Add("a", Text("alpha")), 1);
+        EXPECT_EQ(cache_.Add("a", MakeText("alpha")), 1);
         EXPECT_GT(faults.Fired(), 0);
     }
     EXPECT_EQ(Find("a").code, -4);
-    EXPECT_EQ(FileCount(), 0);
+    EXPECT_THAT(Files(Dir()), testing::IsEmpty());
 }
 
 }  // namespace

@@ -12,8 +12,8 @@ using testing::AnyOf;
 class TextMemoryTest : public TextFixture {
   protected:
     HString const name_ = "a name";
-    QVKKeywordText const older_ = Text("older");
-    QVKKeywordText const newer_ = Text("newer");
+    QVKKeywordText const older_ = MakeText("older");
+    QVKKeywordText const newer_ = MakeText("newer");
 };
 
 TEST_F(TextMemoryTest, TextIsStoredOrTheOlderStaysOrNone) {
@@ -22,7 +22,7 @@ TEST_F(TextMemoryTest, TextIsStoredOrTheOlderStaysOrNone) {
         [this] { cache_.Add(name_, older_); }, [&] { code = cache_.Add(name_, newer_); },
         [&] {
             EXPECT_EQ(code, 1);
-            EXPECT_THAT(Find("a name"), AnyOf(Found{2, older_}, Found{2, newer_}, Found{-4, Text("before")}));
+            EXPECT_THAT(Find("a name"), AnyOf(Found{2, older_}, Found{2, newer_}, Found{-4, MakeText("before")}));
         });
 }
 

@@ -10,27 +10,18 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class TextTest : public TextFixture {
-  protected:
-    std::vector<std::string> Files() const {
-        std::vector<std::string> names;
-        for (auto const& entry : fs::directory_iterator(Dir()))
-            names.push_back(entry.path().filename());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-};
+using TextTest = TextFixture;
 
 TEST_F(TextTest, TextIsFoundUnderItsName) {
-    EXPECT_EQ(cache_.Add("a", Text("alpha")), 1);
-    EXPECT_EQ(cache_.Add("b", Text("beta")), 1);
-    EXPECT_EQ(Find("a"), (Found{2, Text("alpha")}));
-    EXPECT_EQ(Find("b"), (Found{2, Text("beta")}));
-    EXPECT_EQ(Find("A"), (Found{-4, Text("before")}));
+    EXPECT_EQ(cache_.Add("a", MakeText("alpha")), 1);
+    EXPECT_EQ(cache_.Add("b", MakeText("beta")), 1);
+    EXPECT_EQ(Find("a"), (Found{2, MakeText("alpha")}));
+    EXPECT_EQ(Find("b"), (Found{2, MakeText("beta")}));
+    EXPECT_EQ(Find("A"), (Found{-4, MakeText("before")}));
 }
 
 TEST_F(TextTest, EveryFieldComesBack) {
-    QVKKeywordText text = Text("alpha");
+    QVKKeywordText text = MakeText("alpha");
     text.second_text = "second";
     text.second_text_path = "/no/such/file";
     text.second_positions = {{5, 6}};
@@ -39,46 +30,47 @@ TEST_F(TextTest, EveryFieldComesBack) {
 }
 
 TEST_F(TextTest, NothingIsMissingInADirectoryThatIs) {
-    EXPECT_EQ(Find("a"), (Found{-4, Text("before")}));
+    EXPECT_EQ(Find("a"), (Found{-4, MakeText("before")}));
     EXPECT_FALSE(Exists(root_ / "cache/task"));
     fs::create_directories(Dir());
-    EXPECT_EQ(Find("a"), (Found{-4, Text("before")}));
+    EXPECT_EQ(Find("a"), (Found{-4, MakeText("before")}));
 }
 
 TEST_F(TextTest, PathOfAMissingFileIsNotKeptButTheDirectoryIsMade) {
-    QVKKeywordText text = Text("alpha");
+    QVKKeywordText text = MakeText("alpha");
     text.text_path = root_ / "missing";
     EXPECT_EQ(cache_.Add("a", text), -15);
-    EXPECT_THAT(Files(), IsEmpty());
+    EXPECT_TRUE(Exists(Dir()));
+    EXPECT_THAT(Files(Dir()), IsEmpty());
 }
 
 TEST_F(TextTest, SecondTextWithoutPositionsIsNotKept) {
     QVKKeywordText text;
     text.second_text = "second";
     EXPECT_EQ(cache_.Add("a", text), -15);
-    EXPECT_THAT(Files(), IsEmpty());
+    EXPECT_THAT(Files(Dir()), IsEmpty());
 }
 
 TEST_F(TextTest, SecondAddCoversTheFirstAndSaysSoOnce) {
     LogLines log;
-    EXPECT_EQ(cache_.Add("a", Text("alpha")), 1);
+    EXPECT_EQ(cache_.Add("a", MakeText("alpha")), 1);
     EXPECT_THAT(log.Take(), IsEmpty());
-    EXPECT_EQ(cache_.Add("a", Text("newer")), 1);
+    EXPECT_EQ(cache_.Add("a", MakeText("newer")), 1);
     auto const lines = log.Take();
     ASSERT_EQ(lines.size(), 1U);
     EXPECT_EQ(lines[0].level, 2);
     EXPECT_EQ(lines[0].source, "../DLPCacheText.cpp");
     EXPECT_EQ(lines[0].line, 156);
     EXPECT_EQ(lines[0].text, "conflict exist, cover !!!!!!!!!!");
-    EXPECT_EQ(Find("a"), (Found{2, Text("newer")}));
-    EXPECT_THAT(Files(), ElementsAre("a.arc"));
+    EXPECT_EQ(Find("a"), (Found{2, MakeText("newer")}));
+    EXPECT_THAT(Files(Dir()), ElementsAre("a.arc"));
 }
 
 TEST_F(TextTest, RefusedTextLeavesTheFirst) {
     LogLines log;
-    EXPECT_EQ(cache_.Add("a", Text("alpha")), 1);
+    EXPECT_EQ(cache_.Add("a", MakeText("alpha")), 1);
     EXPECT_EQ(cache_.Add("a", QVKKeywordText()), -15);
-    EXPECT_EQ(Find("a"), (Found{2, Text("alpha")}));
+    EXPECT_EQ(Find("a"), (Found{2, MakeText("alpha")}));
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
@@ -89,14 +81,14 @@ TEST_F(TextTest, WriteDoesNotJudge) {
 }
 
 TEST_F(TextTest, WriteMakesNoDirectory) {
-    EXPECT_EQ(cache_.WriteArcCache("a", Text("alpha")), 1);
+    EXPECT_EQ(cache_.WriteArcCache("a", MakeText("alpha")), 1);
     EXPECT_FALSE(Exists(root_ / "cache/task"));
     EXPECT_EQ(Find("a").code, -4);
 }
 
 TEST_F(TextTest, TextThatIsNoLongerKeepableStaysAsItWasRead) {
     WriteBytes(root_ / "content", "content");
-    QVKKeywordText text = Text("");
+    QVKKeywordText text = MakeText("");
     text.text_path = root_ / "content";
     EXPECT_EQ(cache_.Add("a", text), 1);
     EXPECT_EQ(Find("a"), (Found{2, text}));
@@ -105,7 +97,7 @@ TEST_F(TextTest, TextThatIsNoLongerKeepableStaysAsItWasRead) {
 }
 
 TEST_F(TextTest, DamagedFileIsUnreadable) {
-    cache_.Add("a", Text("alpha"));
+    cache_.Add("a", MakeText("alpha"));
     std::string const whole = ReadBytes(File("a"));
     for (std::string const& damaged : {std::string(), whole.substr(0, whole.size() - 1), whole + "x"}) {
         WriteBytes(File("a"), damaged);
@@ -117,11 +109,11 @@ TEST_F(TextTest, DamagedFileIsUnreadable) {
 
 TEST_F(TextTest, TasksAreApart) {
     DLPCacheText const other("T2");
-    cache_.Add("a", Text("alpha"));
+    cache_.Add("a", MakeText("alpha"));
     QVKKeywordText text;
     EXPECT_EQ(other.Find("a", text), -4);
-    EXPECT_EQ(other.Add("a", Text("other")), 1);
-    EXPECT_EQ(Find("a").text, Text("alpha"));
+    EXPECT_EQ(other.Add("a", MakeText("other")), 1);
+    EXPECT_EQ(Find("a").text, MakeText("alpha"));
     EXPECT_EQ(DLPCacheText("T1").Find("a", text), 2);
 }
 
@@ -134,42 +126,43 @@ TEST_F(TextTest, PathIsTaskAndNameAsFileNames) {
 
 TEST_F(TextTest, HostileNameStaysInItsDirectory) {
     for (char const* const name : {"", ".", "..", "/", "../x", "../../../../x", "a/b", "%", "a\nb"}) {
-        EXPECT_EQ(cache_.Add(name, Text(name + std::string("!"))), 1);
+        EXPECT_EQ(cache_.Add(name, MakeText(name + std::string("!"))), 1);
     }
-    EXPECT_THAT(Files(), testing::UnorderedElementsAre("%.arc", "%25.arc", "%2E..arc", "%2E.%2F..%2F..%2F..%2Fx.arc",
-                                                       "%2E.%2Fx.arc", "%2E.arc", "%2F.arc", "a%0Ab.arc", "a%2Fb.arc"));
-    EXPECT_EQ(Find("../x").text, Text("../x!"));
+    EXPECT_THAT(Files(Dir()),
+                testing::UnorderedElementsAre("%.arc", "%25.arc", "%2E..arc", "%2E.%2F..%2F..%2F..%2Fx.arc",
+                                              "%2E.%2Fx.arc", "%2E.arc", "%2F.arc", "a%0Ab.arc", "a%2Fb.arc"));
+    EXPECT_EQ(Find("../x").text, MakeText("../x!"));
     EXPECT_EQ(std::distance(fs::directory_iterator(root_ / "cache/task/T1"), fs::directory_iterator()), 1);
     EXPECT_FALSE(Exists(root_ / "x"));
 }
 
 TEST_F(TextTest, NameTooLongForAFileIsNotStored) {
     std::string const name(300, 'n');
-    EXPECT_EQ(cache_.Add(HString(name), Text("alpha")), 1);
-    EXPECT_EQ(Find(name), (Found{-13, QVKKeywordText()}));
-    EXPECT_THAT(Files(), IsEmpty());
+    EXPECT_EQ(cache_.Add(HString(name), MakeText("alpha")), 1);
+    EXPECT_EQ(Find(name), (Found{-4, MakeText("before")}));
+    EXPECT_THAT(Files(Dir()), IsEmpty());
 }
 
 TEST_F(TextTest, DirectoryInTheFilesPlaceStays) {
     LogLines log;
     fs::create_directories(File("a") + "/sub");
-    EXPECT_EQ(cache_.Add("a", Text("alpha")), 1);
-    EXPECT_EQ(Find("a"), (Found{-4, Text("before")}));
+    EXPECT_EQ(cache_.Add("a", MakeText("alpha")), 1);
+    EXPECT_EQ(Find("a"), (Found{-4, MakeText("before")}));
     EXPECT_TRUE(Exists(File("a") + "/sub"));
-    EXPECT_THAT(Files(), ElementsAre("a.arc"));
+    EXPECT_THAT(Files(Dir()), ElementsAre("a.arc"));
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
 TEST_F(TextTest, LinkInTheFilesPlaceIsReplacedAndNotFollowed) {
     fs::create_directories(Dir());
     std::string const elsewhere = root_ / "elsewhere";
-    DLPCacheText("T2").Add("a", Text("of others"));
+    DLPCacheText("T2").Add("a", MakeText("of others"));
     fs::copy_file(root_ / "cache/task/T2/text/a.arc", elsewhere);
     fs::create_symlink(elsewhere, File("a"));
     std::string const before = ReadBytes(elsewhere);
     EXPECT_EQ(Find("a"), (Found{-13, QVKKeywordText()}));
-    EXPECT_EQ(cache_.Add("a", Text("alpha")), 1);
-    EXPECT_EQ(Find("a"), (Found{2, Text("alpha")}));
+    EXPECT_EQ(cache_.Add("a", MakeText("alpha")), 1);
+    EXPECT_EQ(Find("a"), (Found{2, MakeText("alpha")}));
     EXPECT_EQ(ReadBytes(elsewhere), before);
 }
 
@@ -178,9 +171,9 @@ TEST_F(TextTest, NothingBehindALinkInTheDirectorysPlaceIsTouched) {
     fs::create_directories(root_ / "elsewhere");
     WriteBytes(root_ / "elsewhere/a.arc", "stays");
     fs::create_directory_symlink(root_ / "elsewhere", root_ / "cache/task/T1/text");
-    EXPECT_EQ(cache_.Add("a", Text("alpha")), 1);
-    EXPECT_EQ(cache_.Add("b", Text("beta")), 1);
-    EXPECT_EQ(Find("a"), (Found{-4, Text("before")}));
+    EXPECT_EQ(cache_.Add("a", MakeText("alpha")), 1);
+    EXPECT_EQ(cache_.Add("b", MakeText("beta")), 1);
+    EXPECT_EQ(Find("a"), (Found{-4, MakeText("before")}));
     EXPECT_EQ(ReadBytes(root_ / "elsewhere/a.arc"), "stays");
     EXPECT_FALSE(Exists(root_ / "elsewhere/b.arc"));
 }
@@ -194,10 +187,10 @@ TEST_F(TextTest, NothingBehindALinkAboveTheDirectoryIsTouched) {
         fs::remove_all(cache / "task");
         fs::create_directories((cache / link).parent_path());
         fs::create_directory_symlink(link == std::string("task") ? elsewhere : elsewhere / "T1", cache / link);
-        EXPECT_EQ(cache_.Add("a", Text("alpha")), 1);
-        EXPECT_EQ(cache_.WriteArcCache("a", Text("alpha")), 1);
+        EXPECT_EQ(cache_.Add("a", MakeText("alpha")), 1);
+        EXPECT_EQ(cache_.WriteArcCache("a", MakeText("alpha")), 1);
         EXPECT_TRUE(fs::is_empty(elsewhere / "T1/text"));
-        ASSERT_EQ(Text("alpha").to_file(HString((elsewhere / "T1/text/b.arc").string())), 0);
+        ASSERT_EQ(MakeText("alpha").to_file(HString((elsewhere / "T1/text/b.arc").string())), 0);
         EXPECT_EQ(Find("b").code, -4);
         fs::remove(elsewhere / "T1/text/b.arc");
     }
@@ -206,7 +199,7 @@ TEST_F(TextTest, NothingBehindALinkAboveTheDirectoryIsTouched) {
 TEST_F(TextTest, NothingIsDoneForATaskWithoutId) {
     DLPCacheText const nobodys{HString()};
     EXPECT_TRUE(nobodys.GetFileArcCache("a").empty());
-    EXPECT_EQ(nobodys.Add("a", Text("alpha")), 1);
+    EXPECT_EQ(nobodys.Add("a", MakeText("alpha")), 1);
     QVKKeywordText text;
     EXPECT_EQ(nobodys.Find("a", text), -4);
     EXPECT_FALSE(Exists(root_ / "cache/task"));
@@ -215,7 +208,7 @@ TEST_F(TextTest, NothingIsDoneForATaskWithoutId) {
 TEST_F(TextTest, FileInTheDirectorysPlaceStays) {
     fs::create_directories(root_ / "cache/task/T1");
     WriteBytes(root_ / "cache/task/T1/text", "stays");
-    EXPECT_EQ(cache_.Add("a", Text("alpha")), 1);
+    EXPECT_EQ(cache_.Add("a", MakeText("alpha")), 1);
     EXPECT_EQ(Find("a").code, -4);
     EXPECT_EQ(ReadBytes(root_ / "cache/task/T1/text"), "stays");
 }

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/support/KeywordText.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/TempRoot.h"
 #include "text/DLPCacheText.h"
@@ -12,14 +13,6 @@
 // A root of its own and the text cache of the task "T1".
 class TextFixture : public testing::Test {
   protected:
-    // Worth keeping for its text.
-    static QVKKeywordText Text(std::string const& content) {
-        QVKKeywordText text;
-        text.tpl_id = "tpl";
-        text.text = content;
-        text.line_positions = {{7, {{1, 4}, {9, 12}}}};
-        return text;
-    }
     // What Find gives.
     struct Found {
         int code = 0;
@@ -28,7 +21,7 @@ class TextFixture : public testing::Test {
     };
     // Looks into a text that holds something before.
     Found Find(std::string const& name) const {
-        Found found{0, Text("before")};
+        Found found{0, MakeText("before")};
         found.code = cache_.Find(HString(name), found.text);
         return found;
     }

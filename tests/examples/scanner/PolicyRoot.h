@@ -6,12 +6,13 @@
 #include "examples/scanner/TemplateFile.h"
 #include "host/policy/KwLocateMgr.h"
 #include "tests/examples/scanner/TempTree.h"
+#include "tests/support/BucketCount.h"
 
 // A root directory of the process with small indexes, and templates to put in force below it.
 class PolicyRoot {
   public:
     PolicyRoot() {
-        tree_.Write("root/ini/DLPService.ini", "[DLPCache]\niIndexBucketSize=1009\n");
+        SetBucketCount(tree_ / "root", "1009");
         KwLocateMgr::pins()->set_root(HString(tree_ / "root"));
     }
 

@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 
+#include "tests/support/BucketCount.h"
+
 namespace {
 
 void Replace(std::string& text, std::string const& from, std::string const& to) {
@@ -16,7 +18,7 @@ void Replace(std::string& text, std::string const& from, std::string const& to) 
 }  // namespace
 
 Program::Program(int buckets) {
-    tree_.Write("root/ini/DLPService.ini", "[DLPCache]\niIndexBucketSize=" + std::to_string(buckets) + "\n");
+    SetBucketCount(tree_ / "root", std::to_string(buckets));
     tree_.Write("docs/plain.txt", "nothing here");
 }
 

@@ -28,13 +28,6 @@ struct HFileTest : testing::Test {
         fs::create_directory(dir);
     }
     void LinkTo(std::string const& target) { fs::create_symlink(target, link); }
-    [[nodiscard]] std::vector<std::string> Names() const {
-        std::vector<std::string> names;
-        for (auto const& entry : fs::directory_iterator(root.Path()))
-            names.push_back(entry.path().filename());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
 };
 
 TEST_F(HFileTest, ExistenceTellsFilesFromDirectories) {
@@ -99,7 +92,7 @@ TEST_F(HFileTest, DeleteFileRemovesFilesAndLinksOnly) {
     EXPECT_EQ(HFile::delete_file(dir), EISDIR);
     EXPECT_EQ(HFile::delete_file(file), 0);
     EXPECT_EQ(HFile::delete_file(file), ENOENT);
-    EXPECT_THAT(Names(), ElementsAre("dir"));
+    EXPECT_THAT(Files(root.Path()), ElementsAre("dir"));
 }
 
 TEST_F(HFileTest, OnlyEmptyDirectoriesAreDeletedAsSuch) {
@@ -151,7 +144,7 @@ TEST_F(HFileTest, ReplaceLeavesTheNewContentAndNothingElse) {
     EXPECT_EQ(HFile::replace_file(file, "new", 3), 0);
     EXPECT_EQ(HFile::replace_file(root / "fresh", "", 0), 0);
     EXPECT_EQ(ReadBytes(file), "new");
-    EXPECT_THAT(Names(), ElementsAre("dir", "file", "fresh"));
+    EXPECT_THAT(Files(root.Path()), ElementsAre("dir", "file", "fresh"));
     struct stat status {};
     ASSERT_EQ(stat(file.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777, 0600U);
@@ -177,7 +170,7 @@ TEST_F(HFileTest, ReplaceThatFailsLeavesNothingBehind) {
     EXPECT_EQ(HFile::replace_file(dir, "new", 3), EISDIR);
     EXPECT_EQ(HFile::replace_file(root / "missing/file", "new", 3), ENOENT);
     EXPECT_EQ(HFile::replace_file("", "new", 3), ENOENT);
-    EXPECT_THAT(Names(), ElementsAre("dir", "file"));
+    EXPECT_THAT(Files(root.Path()), ElementsAre("dir", "file"));
 }
 
 TEST_F(HFileTest, RenameReplacesTheTarget) {

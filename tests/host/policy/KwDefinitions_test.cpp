@@ -1,23 +1,15 @@
 #include "host/policy/KwDefinitions.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cerrno>
 #include <filesystem>
-#include <set>
 #include <string>
 
 #include "tests/host/policy/DefinitionBuilder.h"
 #include "tests/support/TempRoot.h"
 
 namespace {
-
-std::set<std::string> NamesIn(std::string const& directory) {
-    std::set<std::string> names;
-    for (auto const& entry : std::filesystem::directory_iterator(directory))
-        names.insert(entry.path().filename().string());
-    return names;
-}
 
 class KwDefinitionsTest : public testing::Test {
   protected:
@@ -26,8 +18,8 @@ class KwDefinitionsTest : public testing::Test {
 
 TEST_F(KwDefinitionsTest, KeepsOneArchivePerTable) {
     ASSERT_EQ(definitions::Small().save(root / "a/b"), 0);
-    EXPECT_EQ(NamesIn(root / "a/b"), (std::set<std::string>{"KeywordTemplate.arc", "KeywordFormatItem.arc",
-                                                            "KeywordDataClass.arc", "KeywordDataLevel.arc"}));
+    EXPECT_THAT(Files(root / "a/b"), testing::ElementsAre("KeywordDataClass.arc", "KeywordDataLevel.arc",
+                                                          "KeywordFormatItem.arc", "KeywordTemplate.arc"));
     KwDefinitions read;
     EXPECT_EQ(read.templates.from_file(root / "a/b/KeywordTemplate.arc"), 0);
     EXPECT_EQ(read.rules.from_file(root / "a/b/KeywordFormatItem.arc"), 0);
