@@ -14,6 +14,7 @@
 #include "storage/DLPCacheIndex.h"
 #include "task/DLPCacheSensFileNode.h"
 #include "template/DLPCacheTplNode.h"
+#include "tests/storage/RecordBytes.h"
 #include "tests/support/TempRoot.h"
 
 namespace {
@@ -53,15 +54,6 @@ enum DumpOrder : std::size_t {
     kTask,
     kDumps
 };
-
-std::string Encoded(DLPCache::SerialBasic& record) {
-    unsigned char* bytes = nullptr;
-    int length = 0;
-    EXPECT_TRUE(record.ToBuffer(bytes, length));
-    std::string encoded(reinterpret_cast<char const*>(bytes), static_cast<std::size_t>(length));
-    delete[] bytes;
-    return encoded;
-}
 
 class FormatsPage : public testing::Test {
   protected:
@@ -132,7 +124,7 @@ TEST_F(FormatsPage, FindingReadsBackAndIsEncodedTheSame) {
     EXPECT_EQ(record.file_attrs, (std::array<long long, 4>{1, 2, 3, -1}));
     EXPECT_EQ(record.extra_1, HString("v"));
     EXPECT_EQ(record.tpl_ids, std::vector<HString>{"T1"});
-    EXPECT_EQ(Encoded(record), bytes);
+    EXPECT_EQ(ToBytes(record), bytes);
 }
 
 TEST_F(FormatsPage, FoundTimesReadBackAndAreEncodedTheSame) {
@@ -142,7 +134,7 @@ TEST_F(FormatsPage, FoundTimesReadBackAndAreEncodedTheSame) {
     EXPECT_EQ(record.realtime_count, 0);
     EXPECT_EQ(record.policy_count, 2);
     EXPECT_EQ(record.tool_count, 1);
-    EXPECT_EQ(Encoded(record), bytes);
+    EXPECT_EQ(ToBytes(record), bytes);
 }
 
 TEST_F(FormatsPage, TaskRecordReadsBackAndIsWrittenTheSame) {

@@ -5,6 +5,7 @@
 #include "host/base/Reader.h"
 #include "host/base/Writer.h"
 #include "tests/sensrecord/SensRecordFixture.h"
+#include "tests/storage/RecordBytes.h"
 #include "tests/storage/SerialFixture.h"
 
 namespace {
@@ -12,19 +13,6 @@ namespace {
 using DLPCache::SensRecordNode;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-std::string ToBytes(SensRecordNode record) {
-    unsigned char* bytes = nullptr;
-    int length = 0;
-    if (!record.ToBuffer(bytes, length)) return "not encoded";
-    std::string const encoded(reinterpret_cast<char const*>(bytes), static_cast<std::size_t>(length));
-    delete[] bytes;
-    return encoded;
-}
-
-bool FromBytes(SensRecordNode& record, std::string bytes) {
-    return record.FromBuffer(reinterpret_cast<unsigned char*>(bytes.data()), static_cast<int>(bytes.size()));
-}
 
 // A record and its bytes.
 struct Sample {
@@ -72,7 +60,7 @@ TEST_F(SensRecordNodeTest, IsMadeWithoutCounts) {
 
 TEST_F(SensRecordNodeTest, IsEncodedFieldByField) {
     for (Sample const& sample : kSamples) {
-        SensRecordNode const record = MakeRecord(sample.realtime, sample.policy, sample.tool);
+        SensRecordNode record = MakeRecord(sample.realtime, sample.policy, sample.tool);
         EXPECT_EQ(record.Size(), 16);
         EXPECT_EQ(ToBytes(record), FromHex(sample.hex));
     }

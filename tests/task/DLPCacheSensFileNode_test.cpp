@@ -1,10 +1,10 @@
 #include "task/DLPCacheSensFileNode.h"
 
 #include <climits>
-#include <memory>
 
 #include "host/base/IBuffer.h"
 #include "host/base/OBuffer.h"
+#include "tests/storage/RecordBytes.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/TempRoot.h"
 
@@ -41,15 +41,7 @@ SensFile SmallFile() {
 
 std::string Encode(SensFile const& file) {
     SensFileNode node(file);
-    unsigned char* bytes = nullptr;
-    int length = 0;
-    if (!node.ToBuffer(bytes, length)) return {};
-    std::unique_ptr<unsigned char[]> const owner(bytes);
-    return {reinterpret_cast<char*>(bytes), static_cast<std::size_t>(length)};
-}
-
-bool Decode(std::string bytes, SensFileNode& node) {
-    return node.FromBuffer(reinterpret_cast<unsigned char*>(bytes.data()), static_cast<int>(bytes.size()));
+    return ToBytes(node);
 }
 
 HString Long(std::size_t length) {
@@ -68,7 +60,7 @@ TEST_F(DLPCacheSensFileNodeTest, RecordIsWrittenByteByByteAsItAlwaysWas) {
 
 TEST_F(DLPCacheSensFileNodeTest, RecordIsReadBack) {
     SensFileNode node;
-    ASSERT_TRUE(Decode(FromHex(kRecord), node));
+    ASSERT_TRUE(FromBytes(node, FromHex(kRecord)));
     EXPECT_EQ(node.Size(), 68);
     SensFile file;
     node.GiveTo(file);
@@ -86,7 +78,7 @@ TEST_F(DLPCacheSensFileNodeTest, EmptyFileHasARecordOfItsFixedFields) {
 
 TEST_F(DLPCacheSensFileNodeTest, ReadReplacesTheTemplateIds) {
     SensFileNode node(SmallFile());
-    ASSERT_TRUE(Decode(FromHex(kRecord), node));
+    ASSERT_TRUE(FromBytes(node, FromHex(kRecord)));
     EXPECT_THAT(node.tpl_ids, ElementsAre("T1"));
 }
 
@@ -94,12 +86,12 @@ TEST_F(DLPCacheSensFileNodeTest, EveryCutRecordIsRefused) {
     std::string const whole = FromHex(kRecord);
     for (std::size_t length = 0; length < whole.size(); ++length) {
         SensFileNode node;
-        EXPECT_FALSE(Decode(whole.substr(0, length) + "", node)) << length;
+        EXPECT_FALSE(FromBytes(node, whole.substr(0, length) + "")) << length;
         // Nor does a length that agrees make a whole of it.
         std::string cut = whole.substr(0, length);
         if (length < 4) continue;
         cut[0] = static_cast<char>(length);
-        EXPECT_FALSE(Decode(cut, node)) << length;
+        EXPECT_FALSE(FromBytes(node, cut)) << length;
     }
 }
 
@@ -107,8 +99,8 @@ TEST_F(DLPCacheSensFileNodeTest, RecordOfAnotherLengthThanItsOwnIsRefused) {
     std::string bytes = FromHex(kRecord);
     ++bytes[0];
     SensFileNode node;
-    EXPECT_FALSE(Decode(bytes, node));
-    EXPECT_FALSE(Decode(FromHex(kRecord) + "x", node));
+    EXPECT_FALSE(FromBytes(node, bytes));
+    EXPECT_FALSE(FromBytes(node, FromHex(kRecord) + "x"));
 }
 
 TEST_F(DLPCacheSensFileNodeTest, NullReadersAndWritersAreRefused) {
@@ -160,7 +152,7 @@ TEST_F(DLPCacheSensFileNodeTest, HostileCountsTakeNoMemory) {
         std::string hostile = bytes;
         hostile.replace(place, 4, FromHex("ff ff ff 7f"));
         SensFileNode node;
-        EXPECT_FALSE(Decode(hostile, node));
+        EXPECT_FALSE(FromBytes(node, hostile));
         EXPECT_LE(node.tpl_ids.capacity(), 4U);
     }
 }
@@ -176,14 +168,14 @@ TEST_P(DLPCacheSensFileNodeTextTest, LongestTextIsEncodableAndTheNextIsNot) {
     file.*GetParam() = Long(32767);
     EXPECT_TRUE(SensFileNode::IsEncodable(file));
     SensFileNode node;
-    ASSERT_TRUE(Decode(Encode(file), node));
+    ASSERT_TRUE(FromBytes(node, Encode(file)));
     SensFile read;
     node.GiveTo(read);
     EXPECT_EQ(read.*GetParam(), file.*GetParam());
     for (std::size_t const length : {32768U, 65535U, 65536U, 65537U, 98304U}) {
         file.*GetParam() = Long(length);
         EXPECT_FALSE(SensFileNode::IsEncodable(file)) << length;
-        EXPECT_EQ(Encode(file), "") << length;
+        EXPECT_EQ(Encode(file), "not encoded") << length;
     }
 }
 
@@ -191,7 +183,7 @@ TEST_F(DLPCacheSensFileNodeTest, LongTemplateIdIsNotEncodable) {
     SensFile file = SmallFile();
     file.tpl_ids = {"T1", Long(32768), "T2"};
     EXPECT_FALSE(SensFileNode::IsEncodable(file));
-    EXPECT_EQ(Encode(file), "");
+    EXPECT_EQ(Encode(file), "not encoded");
     file.tpl_ids[1] = Long(32767);
     EXPECT_TRUE(SensFileNode::IsEncodable(file));
     EXPECT_EQ(Encode(file).size(), 68U + 6 + 2 + 2 * 32767);

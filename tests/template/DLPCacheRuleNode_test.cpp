@@ -9,6 +9,7 @@
 #include "host/base/IBuffer.h"
 #include "host/base/OBuffer.h"
 #include "template/DLPCacheDNARuleNode.h"
+#include "tests/storage/RecordBytes.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/TempRoot.h"
 #include "tests/template/TplLogLines.h"
@@ -40,15 +41,6 @@ void Fill(RuleNode& rule) {
     rule.match_text_1 = "a";
     rule.file_short_name = "n";
     rule.match_text_3 = "c";
-}
-
-std::string Encode(RuleNode& rule) {
-    unsigned char* bytes = nullptr;
-    int length = 0;
-    if (!rule.ToBuffer(bytes, length)) return "not encoded";
-    std::string const encoded(reinterpret_cast<char const*>(bytes), static_cast<std::size_t>(length));
-    delete[] bytes;
-    return encoded;
 }
 
 // Writes into room for `capacity` bytes only.
@@ -87,7 +79,7 @@ TEST_F(DLPCacheRuleNodeTest, IsEncodedFieldByField) {
     RuleNode rule(1001);
     Fill(rule);
     EXPECT_EQ(rule.Size(), 36);
-    EXPECT_EQ(Encode(rule), FromHex(kRuleHex));
+    EXPECT_EQ(ToBytes(rule), FromHex(kRuleHex));
 }
 
 TEST_F(DLPCacheRuleNodeTest, FingerprintRuleIsEncodedWithItsValueAndText) {
@@ -95,10 +87,10 @@ TEST_F(DLPCacheRuleNodeTest, FingerprintRuleIsEncodedWithItsValueAndText) {
     Fill(rule);
     rule.dna_value = -2;
     EXPECT_EQ(rule.Size(), 42);
-    EXPECT_EQ(Encode(rule), FromHex(kDnaHex));
+    EXPECT_EQ(ToBytes(rule), FromHex(kDnaHex));
     rule.dna_text = "xy";
     EXPECT_EQ(rule.Size(), 46);
-    EXPECT_EQ(Encode(rule).substr(36), FromHex("fe ff ff ff 02 00 78 00 79 00"));
+    EXPECT_EQ(ToBytes(rule).substr(36), FromHex("fe ff ff ff 02 00 78 00 79 00"));
 }
 
 TEST_F(DLPCacheRuleNodeTest, ReadsWhatItWrote) {
@@ -124,7 +116,7 @@ TEST_F(DLPCacheRuleNodeTest, EmptyRuleIdDoesNotReadBackAndIsNotLogged) {
     RuleNode rule(1001);
     Fill(rule);
     rule.rule_id.clear();
-    std::string const body = Encode(rule).substr(4);
+    std::string const body = ToBytes(rule).substr(4);
     EXPECT_FALSE(ReadBody(rule, body, 34));
     EXPECT_THAT(log_.Take(), testing::IsEmpty());
 }

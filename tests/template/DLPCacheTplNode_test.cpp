@@ -10,6 +10,7 @@
 #include "host/base/IBuffer.h"
 #include "host/base/OBuffer.h"
 #include "template/DLPCacheDNARuleNode.h"
+#include "tests/storage/RecordBytes.h"
 #include "tests/support/TempRoot.h"
 #include "tests/template/TplLogLines.h"
 
@@ -87,19 +88,6 @@ class WatchedReader final : public Varnok::Reader {
   private:
     Varnok::IBuffer reader_;
 };
-
-bool FromBytes(TplNode& node, std::string bytes) {
-    return node.FromBuffer(reinterpret_cast<unsigned char*>(bytes.data()), static_cast<int>(bytes.size()));
-}
-
-std::string ToBytes(TplNode& node) {
-    unsigned char* bytes = nullptr;
-    int length = 0;
-    if (!node.ToBuffer(bytes, length)) return "not encoded";
-    std::string const encoded(reinterpret_cast<char const*>(bytes), static_cast<std::size_t>(length));
-    delete[] bytes;
-    return encoded;
-}
 
 class DLPCacheTplNodeTest : public testing::Test {
   protected:

@@ -10,34 +10,17 @@
 
 #include "host/policy/ArchiveFile.h"
 #include "host/policy/QVKKeywordText.h"
+#include "tests/host/policy/TextBytes.h"
+#include "tests/support/EveryDamage.h"
 #include "tests/support/TempRoot.h"
 
 namespace {
 
-// Put together by hand: the head as of every archive, then the record as in a buffer.
-std::string const kBody = FromHex(
-    "01"                                   // version
-    "02000000 5400 3100"                   // "T1"
-    "01000000"                             // one line:
-    "07000000 02000000"                    // number 7, two positions
-    "01000000 04000000 FFFFFFFF 04030201"  //
-    "02000000 6100 6200"                   // "ab"
-    "00000000"                             // no path
-    "01000000 80DC"                        // a byte that is not UTF-8
-    "02000000 2F00 7000"                   // "/p"
-    "01000000 05000000 06000000");         // one position
-std::string const kFile = FromHex("54564152 01000000 4b545854 01000000 4b000000 28a73f12") + kBody;  // "KTXT", 75 bytes
+using texts::Full;
 
-QVKKeywordText Full() {
-    QVKKeywordText text;
-    text.tpl_id = "T1";
-    text.line_positions = {{7, {{1, 4}, {-1, 0x01020304}}}};
-    text.text = "ab";
-    text.second_text = "\x80";
-    text.second_text_path = "/p";
-    text.second_positions = {{5, 6}};
-    return text;
-}
+// The head as of every archive, then the record as in a buffer.
+std::string const& kBody = texts::kFullBytes;
+std::string const kFile = FromHex("54564152 01000000 4b545854 01000000 4b000000 28a73f12") + kBody;  // "KTXT", 75 bytes
 
 class QVKKeywordTextFile : public testing::Test {
   protected:
@@ -107,21 +90,15 @@ TEST_F(QVKKeywordTextFile, ThatIsMissingOrNoFileResetsTheRecord) {
 }
 
 TEST_F(QVKKeywordTextFile, WithAFlippedBitIsRefused) {
-    for (std::size_t bit = 0; bit < 8 * kFile.size(); ++bit) {
-        std::string bytes = kFile;
-        bytes[bit / 8] = static_cast<char>(bytes[bit / 8] ^ (1 << (bit % 8)));
-        ExpectRefused(bytes);
-    }
+    ForEveryFlippedBit(kFile, [this](std::string const& bytes) { ExpectRefused(bytes); });
 }
 
 TEST_F(QVKKeywordTextFile, ThatIsCutIsRefused) {
-    for (std::size_t length = 0; length < kFile.size(); ++length)
-        ExpectRefused(kFile.substr(0, length));
+    ForEveryCut(kFile, [this](std::string const& bytes) { ExpectRefused(bytes); });
 }
 
 TEST_F(QVKKeywordTextFile, WithACutRecordIsRefusedWhateverItsChecksum) {
-    for (std::size_t length = 0; length < kBody.size(); ++length)
-        ExpectBodyRefused(std::string_view(kBody).substr(0, length));
+    ForEveryCut(kBody, [this](std::string const& body) { ExpectBodyRefused(body); });
 }
 
 TEST_F(QVKKeywordTextFile, OfAnotherNumberOfRecordsIsRefused) {

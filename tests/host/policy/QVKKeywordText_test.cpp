@@ -5,9 +5,13 @@
 #include <memory>
 #include <string>
 
+#include "tests/host/policy/TextBytes.h"
 #include "tests/support/TempRoot.h"
 
 namespace {
+
+using texts::Full;
+using texts::kFullBytes;
 
 std::string ToBytes(QVKKeywordText const& text) {
     char* buf = nullptr;
@@ -21,39 +25,13 @@ bool FromBytes(QVKKeywordText& text, std::string const& bytes) {
     return text.from_buffer(bytes.data(), static_cast<long long>(bytes.size()));
 }
 
-QVKKeywordText Full() {
-    QVKKeywordText text;
-    text.tpl_id = "T1";
-    text.line_positions = {{7, {{1, 4}, {-1, 0x01020304}}}};
-    text.text = "ab";
-    text.second_text = "\x80";
-    text.second_text_path = "/p";
-    text.second_positions = {{5, 6}};
-    return text;
-}
-
-// Put together by hand from the layout that the header gives.
-std::string FullBytes() {
-    return FromHex(
-        "01"                                   // version
-        "02000000 5400 3100"                   // "T1"
-        "01000000"                             // one line:
-        "07000000 02000000"                    // number 7, two positions
-        "01000000 04000000 FFFFFFFF 04030201"  //
-        "02000000 6100 6200"                   // "ab"
-        "00000000"                             // no path
-        "01000000 80DC"                        // a byte that is not UTF-8
-        "02000000 2F00 7000"                   // "/p"
-        "01000000 05000000 06000000");         // one position
-}
-
 TEST(QVKKeywordText, MakesTheDocumentedBytes) {
-    EXPECT_EQ(ToBytes(Full()), FullBytes());
+    EXPECT_EQ(ToBytes(Full()), kFullBytes);
 }
 
 TEST(QVKKeywordText, ReadsTheDocumentedBytes) {
     QVKKeywordText text;
-    ASSERT_TRUE(FromBytes(text, FullBytes()));
+    ASSERT_TRUE(FromBytes(text, kFullBytes));
     EXPECT_EQ(text, Full());
 }
 
@@ -82,7 +60,7 @@ TEST(QVKKeywordText, NothingIsRefusedAndResetsTheRecord) {
 }
 
 TEST(QVKKeywordText, EveryCutIsRefusedAndResetsTheRecord) {
-    std::string const bytes = FullBytes();
+    std::string const bytes = kFullBytes;
     for (std::size_t length = 0; length < bytes.size(); ++length) {
         QVKKeywordText text = Full();
         EXPECT_FALSE(FromBytes(text, bytes.substr(0, length))) << length;
@@ -92,11 +70,11 @@ TEST(QVKKeywordText, EveryCutIsRefusedAndResetsTheRecord) {
 
 TEST(QVKKeywordText, BytesAfterTheRecordAreRefused) {
     QVKKeywordText text;
-    EXPECT_FALSE(FromBytes(text, FullBytes() + '\0'));
+    EXPECT_FALSE(FromBytes(text, kFullBytes + '\0'));
 }
 
 TEST(QVKKeywordText, AnotherVersionIsRefused) {
-    std::string bytes = FullBytes();
+    std::string bytes = kFullBytes;
     bytes[0] = 2;
     QVKKeywordText text;
     EXPECT_FALSE(FromBytes(text, bytes));
@@ -105,7 +83,7 @@ TEST(QVKKeywordText, AnotherVersionIsRefused) {
 TEST(QVKKeywordText, HostileCountsAreRefused) {
     for (std::size_t const offset : {1U, 9U, 17U, 37U, 45U, 49U, 55U, 63U}) {
         for (char const* count : {"FFFFFFFF", "00000080", "FFFFFF7F", "10270000"}) {
-            std::string bytes = FullBytes();
+            std::string bytes = kFullBytes;
             bytes.replace(offset, 4, FromHex(count));
             QVKKeywordText text = Full();
             EXPECT_FALSE(FromBytes(text, bytes)) << offset << " " << count;

@@ -10,6 +10,7 @@
 #include "host/policy/KwLocateMgr.h"
 #include "host/policy/QVKPolicySensitiveFileAuditVTMgr.h"
 #include "tests/host/policy/TaskBuilder.h"
+#include "tests/support/EveryDamage.h"
 #include "tests/support/TempRoot.h"
 
 namespace {
@@ -108,21 +109,15 @@ TEST_F(AuditPolicyTest, CopiesShareTheHeader) {
 }
 
 TEST_F(AuditPolicyTest, EveryFlippedBitIsRefused) {
-    for (std::size_t bit = 0; bit < 8 * kFile.size(); ++bit) {
-        std::string bytes = kFile;
-        bytes[bit / 8] = static_cast<char>(bytes[bit / 8] ^ (1 << (bit % 8)));
-        ExpectRefused(bytes);
-    }
+    ForEveryFlippedBit(kFile, [this](std::string const& bytes) { ExpectRefused(bytes); });
 }
 
 TEST_F(AuditPolicyTest, EveryCutFileIsRefused) {
-    for (std::size_t length = 0; length < kFile.size(); ++length)
-        ExpectRefused(kFile.substr(0, length));
+    ForEveryCut(kFile, [this](std::string const& bytes) { ExpectRefused(bytes); });
 }
 
 TEST_F(AuditPolicyTest, EveryCutRecordIsRefusedWhateverItsChecksum) {
-    for (std::size_t length = 0; length < kPolicyBytes.size(); ++length)
-        ExpectRefused(Varnok::PackArchive("PSFA", 1, kPolicyBytes.substr(0, length)));
+    ForEveryCut(kPolicyBytes, [this](std::string const& body) { ExpectRefused(Varnok::PackArchive("PSFA", 1, body)); });
     ExpectRefused(Varnok::PackArchive("PSFA", 1, kPolicyBytes + '\0'));
     ExpectRefused(Varnok::PackArchive("PSFA", 2, kPolicyBytes));
 }

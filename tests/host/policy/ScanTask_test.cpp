@@ -16,6 +16,7 @@
 
 #include "host/policy/ArchiveFile.h"
 #include "tests/host/policy/TaskBuilder.h"
+#include "tests/support/EveryDamage.h"
 #include "tests/support/TempRoot.h"
 
 namespace {
@@ -182,21 +183,15 @@ TEST_F(ScanTaskTest, WhatCannotBeReadLeavesAFreshTask) {
 }
 
 TEST_F(ScanTaskTest, EveryFlippedBitIsRefused) {
-    for (std::size_t bit = 0; bit < 8 * kTaskFile.size(); ++bit) {
-        std::string bytes = kTaskFile;
-        bytes[bit / 8] = static_cast<char>(bytes[bit / 8] ^ (1 << (bit % 8)));
-        ExpectRefused(bytes);
-    }
+    ForEveryFlippedBit(kTaskFile, [this](std::string const& bytes) { ExpectRefused(bytes); });
 }
 
 TEST_F(ScanTaskTest, EveryCutFileIsRefused) {
-    for (std::size_t length = 0; length < kTaskFile.size(); ++length)
-        ExpectRefused(kTaskFile.substr(0, length));
+    ForEveryCut(kTaskFile, [this](std::string const& bytes) { ExpectRefused(bytes); });
 }
 
 TEST_F(ScanTaskTest, EveryCutRecordIsRefusedWhateverItsChecksum) {
-    for (std::size_t length = 0; length < kTaskBody.size(); ++length)
-        ExpectBodyRefused(std::string_view(kTaskBody).substr(0, length));
+    ForEveryCut(kTaskBody, [this](std::string const& body) { ExpectBodyRefused(body); });
 }
 
 TEST_F(ScanTaskTest, ARecordIsOneAndNothingFollowsIt) {
