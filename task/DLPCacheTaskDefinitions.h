@@ -19,8 +19,9 @@ class TaskDefinitions {
 
     // Null when the writer has none. Without a snapshot they are empty.
     [[nodiscard]] KwDefineMgr const* get() const noexcept { return definitions_; }
-    // 0, also when the snapshot is missing or damaged. Any other errno: it could not be read for now, `get` is empty,
-    // and nothing may be deleted on that.
+    // 0, also when the snapshot is missing or damaged, or when what is no file stands in the place of one of its files
+    // (`get` is then empty). Any other errno: it could not be read for now, `get` is empty, and nothing may be deleted
+    // on that.
     [[nodiscard]] int error() const noexcept { return error_; }
 
   private:

@@ -91,6 +91,12 @@ void LogUnread(int line, HString const& record, int failed) noexcept {
     kTaskLog.Write(DLPCache::kLogError, line, "read task record failed, errno: ", failed, ", file: ", record);
 }
 
+// Whether a record that could not be read may be readable another time. What is no file never is: a task of such a
+// record is as unknown as one of a damaged record.
+bool MayBeReadLater(int failed, HString const& record) noexcept {
+    return failed != 0 && failed != ENOENT && failed != EBADMSG && !HFile::IsOtherThanFile(record);
+}
+
 // What the scanner keeps while the task runs; it need not be there.
 void DeleteSnapCache(ScanTask const& task) noexcept {
     NoThrow(false, [&] {
@@ -156,7 +162,7 @@ bool DLPCacheTaskMgr::TakeTasks(Registered earlier) {
 ScanTask* DLPCacheTaskMgr::TakeTask(std::unique_ptr<ScanTask> task, int failed, HString const& record,
                                     Registered earlier) {
     if (failed != 0) LogUnread(142, record, failed);
-    if (failed != 0 && failed != ENOENT && failed != EBADMSG) all_read_ = false;
+    if (MayBeReadLater(failed, record)) all_read_ = false;
     if (failed == ENOMEM) return nullptr;
     auto const found = tasks_.find(task->id);
     if (found != tasks_.end() && (task->id.empty() || earlier == Registered::kKeep)) return found->second;

@@ -166,7 +166,7 @@ class TORVANE_API DLPCacheTaskMgr {
     std::map<HString, ScanTask*> tasks_;  // never null; the key is the task's id
     std::set<ScanTask const*> replaced_;  // by another object with the same id; callers may still hold them
     std::set<ScanTask const*> released_;
-    bool all_read_ = true;  // every task directory's record was read, or found to be missing or damaged
+    bool all_read_ = true;  // every task directory's record was read, or found to be missing, damaged or no file
 
     mutable std::shared_mutex caches_mutex_;  // guards caches_, for one look-up or entry; nothing is taken under it
     std::map<HString, DLPCacheTask*> caches_;

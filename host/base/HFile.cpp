@@ -99,6 +99,11 @@ bool HFile::IsFileExistDir(HString const& path) noexcept {
     return error == 0 ? S_ISDIR(status.st_mode) : !IsMissing(error);
 }
 
+bool HFile::IsOtherThanFile(HString const& path) noexcept {
+    struct stat status {};
+    return StatusOf(path, status) == 0 && !S_ISREG(status.st_mode);
+}
+
 bool HFile::IsDirEmpty(HString const& path) noexcept {
     NarrowPath narrow(path);
     if (narrow.Error() != 0) return false;

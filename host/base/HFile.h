@@ -16,6 +16,9 @@ class TORVANE_API HFile {
     [[nodiscard]] static bool IsFileExistFile(HString const& path) noexcept;
     // False when the path is known to be missing or to be no directory.
     [[nodiscard]] static bool IsFileExistDir(HString const& path) noexcept;
+    // True only when it is known that something stands there that is no regular file: a directory, a symbolic link, a
+    // FIFO. It can never be read as a file, however often that is tried.
+    [[nodiscard]] static bool IsOtherThanFile(HString const& path) noexcept;
     // True only when the directory was read and holds nothing.
     [[nodiscard]] static bool IsDirEmpty(HString const& path) noexcept;
     // Size in bytes, or -1.

@@ -5,6 +5,7 @@
 
 #include "task/DLPCacheTaskStore.h"
 #include "tests/support/fault/EveryAllocation.h"
+#include "tests/support/fault/Unreadable.h"
 #include "tests/task/RemovalFixture.h"
 
 namespace {
@@ -186,7 +187,8 @@ TEST_F(DLPCacheTaskMgrMemoryTest, PruningDeletesNoCacheInUseAndNoCurrentOne) {
 TEST_F(DLPCacheTaskMgrMemoryTest, PruningDeletesNoCacheAfterItFailedToReadARecordAgain) {
     std::string const md5 = MakeCache();
     { DLPCacheTaskStore const of_an_earlier_process(MakeUser("A")); }
-    fs::create_symlink("missing", RecordPath("A"));  // nobody can read that
+    WriteRecord("A", MakeUser("A"));
+    Unreadable const record(RecordPath("A"));
     Edit("T1");
     (void)Registry();
     WithEveryFailure([] { Caches().UpdataCache(); },

@@ -1,6 +1,8 @@
 #include <filesystem>
 
 #include "task/DLPCacheTaskStore.h"
+#include "tests/support/NoFile.h"
+#include "tests/support/fault/Unreadable.h"
 #include "tests/task/RemovalFixture.h"
 
 namespace {
@@ -123,6 +125,16 @@ TEST_F(DelTaskTest, TaskWithoutASnapshotDeletesNoCache) {
     EXPECT_FALSE(Exists(TaskPath("A")));
 }
 
+TEST_F(DelTaskTest, RecordThatIsNoFileKeepsNoCache) {
+    std::string const md5 = MakeCache();
+    for (std::string const kind : kNoFiles)
+        PutNoFile(kind, RecordPath(kind), "missing");
+    ScanTask const& task = AddUser("A");
+    Edit("T1");
+    Registry().DelTask(task);
+    EXPECT_FALSE(HasCache(md5));
+}
+
 // The directory.
 
 TEST_F(DelTaskTest, DirectoryGoesWithAllThatItHolds) {
@@ -201,9 +213,11 @@ TEST_F(DelTaskTest, TaskThatAskingForTheHistoryRegistersIsForgottenAsWell) {
     MakeCache();
     ScanTask const& task = MakeUser("A");
     { DLPCacheTaskStore const of_an_earlier_process(task); }
-    fs::create_symlink("missing", RecordPath("A"));  // nobody can read that
-    ASSERT_FALSE(Registry().IsExistTask("A"));
     WriteRecord("A", task);
+    {
+        Unreadable const record(RecordPath("A"));
+        ASSERT_FALSE(Registry().IsExistTask("A"));
+    }
     Edit("T1");
     Registry().DelTask(task);
     EXPECT_FALSE(Registry().IsExistTask("A"));

@@ -2,6 +2,8 @@
 #include <iterator>
 
 #include "task/DLPCacheTaskStore.h"
+#include "tests/support/NoFile.h"
+#include "tests/support/fault/Unreadable.h"
 #include "tests/task/RemovalFixture.h"
 
 namespace {
@@ -17,12 +19,6 @@ class UpdataCacheTest : public RemovalFixture {
         auto const threads = fs::directory_iterator("/proc/self/task");
         return static_cast<std::size_t>(std::distance(begin(threads), end(threads)));
     }
-    // Something that can be opened by nobody and may be a sound file for all that is known.
-    static void MakeUnreadable(std::string const& file) {
-        fs::rename(file, file + ".kept");
-        fs::create_symlink(file + ".kept", file);
-    }
-    static void MakeReadable(std::string const& file) { fs::rename(file + ".kept", file); }
 };
 
 TEST_F(UpdataCacheTest, CurrentCacheIsKept) {
@@ -194,12 +190,11 @@ TEST_F(UpdataCacheTest, EveryCacheStaysWhileATasksSnapshotCannotBeRead) {
     AddUser("A", {"T2"}, Writer::kNever);
     Edit("T1");
     for (char const* name : {"KeywordTemplate.arc", "KeywordFormatItem.arc"}) {
-        MakeUnreadable(TaskPath("A", name));
+        Unreadable const file(TaskPath("A", name));
         LogLines log;
         Caches().UpdataCache();
         EXPECT_TRUE(HasCache(md5)) << name;
         EXPECT_THAT(log.TakeTexts(), Contains("read task history failed, every template cache stays"));
-        MakeReadable(TaskPath("A", name));
     }
     Caches().UpdataCache();
     EXPECT_FALSE(HasCache(md5));
@@ -213,11 +208,12 @@ TEST_F(UpdataCacheTest, EveryCacheStaysWhileATasksRecordCannotBeRead) {
         WriteRecord("A", task);
     }
     Edit("T1");
-    MakeUnreadable(RecordPath("A"));
-    Caches().UpdataCache();
-    EXPECT_TRUE(HasCache(md5));
-    EXPECT_TRUE(Registry().IsExistTask(""));
-    MakeReadable(RecordPath("A"));
+    {
+        Unreadable const record(RecordPath("A"));
+        Caches().UpdataCache();
+        EXPECT_TRUE(HasCache(md5));
+        EXPECT_TRUE(Registry().IsExistTask(""));
+    }
     Caches().UpdataCache();
     EXPECT_TRUE(HasCache(md5));  // the task is known now
     ASSERT_TRUE(Registry().IsExistTask("A"));
@@ -234,10 +230,44 @@ TEST_F(UpdataCacheTest, TaskOfADamagedRecordIsForgotten) {
     EXPECT_THAT(Files(TaskPath("A")), ElementsAre("ScanTask.arc"));
 }
 
+// What stands in a file's place but is none is not waited for.
+class UpdataCacheNoFileTest : public UpdataCacheTest, public testing::WithParamInterface<char const*> {
+  protected:
+    // In place of a task's file; a link names what was there.
+    void PutInPlaceOf(std::string const& name, std::string const& file) const {
+        std::string const path = TaskPath(name, file);
+        fs::create_directories(TaskPath(name));
+        if (Exists(path)) fs::rename(path, root_ / "target");
+        PutNoFile(GetParam(), path, root_ / "target");
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Kinds, UpdataCacheNoFileTest, testing::ValuesIn(kNoFiles));
+
+TEST_P(UpdataCacheNoFileTest, TaskWhoseRecordIsNoFileIsForgotten) {
+    std::string const md5 = MakeCache();
+    PutInPlaceOf("A", "ScanTask.arc");
+    Edit("T1");
+    Caches().UpdataCache();
+    EXPECT_FALSE(HasCache(md5));
+    EXPECT_THAT(Files(TaskPath("A")), ElementsAre("ScanTask.arc"));
+}
+
+TEST_P(UpdataCacheNoFileTest, TaskWhoseSnapshotIsNoFileKeepsNothing) {
+    for (char const* name :
+         {"KeywordTemplate.arc", "KeywordFormatItem.arc", "KeywordDataClass.arc", "KeywordDataLevel.arc"}) {
+        std::string const md5 = MakeCache();
+        AddUser(name, {"T1"}, Writer::kNever);
+        PutInPlaceOf(name, name);
+        Edit("T1");
+        Caches().UpdataCache();
+        EXPECT_FALSE(HasCache(md5)) << name;
+    }
+}
+
 TEST_F(UpdataCacheTest, SecondReadingOfTheRecordsLeavesRegisteredObjectsInPlace) {
     MakeCache();
     WriteFile("X", "ScanTask.arc", "");
-    MakeUnreadable(RecordPath("X"));
+    Unreadable const record(RecordPath("X"));
     ScanTask const& task = AddUser("A");
     Edit("T1");
     Caches().UpdataCache();
