@@ -9,6 +9,11 @@
 
 namespace {
 
+struct Outdated {
+    HString tpl_id;
+    HString md5;
+};
+
 // The one template of a cache's own definitions; null when they hold none or several, or without memory.
 QVKConfigKeywordTemplateNode const* OnlyTpl(DLPCacheTpl const* cache) {
     std::vector<QVKConfigKeywordTemplateNode const*> templates;
@@ -32,13 +37,18 @@ bool IsCurrent(HString const& tpl_id, HString const& md5) {
 void DLPCacheTplMgr::UpdataCache() noexcept {
     HAutoMutex const lock(mutex_);
     NoThrow(false, [&] {
-        DLPCache::TplUse use;
-        for (auto next = caches_.begin(); next != caches_.end();) {
-            auto const& [md5, cache] = *next++;  // the entry may go
+        std::vector<Outdated> outdated;
+        for (auto const& [md5, cache] : caches_) {
             auto const* tpl = OnlyTpl(cache);
             if (!tpl) continue;
-            HString const tpl_id(QVKCommon::IdOf(tpl->common));
-            if (!IsCurrent(tpl_id, md5) && !use.IsUsed(tpl_id, md5)) (void)DeleteCache(HString(md5));
+            Outdated found{HString(QVKCommon::IdOf(tpl->common)), md5};
+            if (!IsCurrent(found.tpl_id, md5)) outdated.push_back(std::move(found));
+        }
+        // Asked only now: a task that begins after the first question begins under definitions in which none of these
+        // is current.
+        DLPCache::TplUse use;
+        for (auto const& [tpl_id, md5] : outdated) {
+            if (!use.IsUsed(tpl_id, md5)) (void)DeleteCache(md5);
         }
         return true;
     });
