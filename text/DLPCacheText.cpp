@@ -1,6 +1,8 @@
 #include "text/DLPCacheText.h"
 
+#include <cerrno>
 #include <cstddef>
+#include <utility>
 
 #include "host/base/HFile.h"
 #include "host/base/NoThrow.h"
@@ -69,9 +71,9 @@ int DLPCacheText::Add(HString const& name, QVKKeywordText const& text) const noe
 int DLPCacheText::WriteArcCache(HString const& name, QVKKeywordText const& text) const noexcept {
     HString const path = GetFileArcCache(name);
     if (path.empty() || !MayUse(directory_) || !HFile::IsFileExistDir(directory_)) return kTextStored;
-    if (HFile::IsFileExistFile(path)) {
+    // There is no file of a name that is too long for one.
+    if (HFile::IsFileExistFile(path) && HFile::delete_file2(path) != ENAMETOOLONG) {
         kLog.Write(kLogWarning, 156, "conflict exist, cover !!!!!!!!!!");
-        (void)HFile::delete_file2(path);
     }
     (void)text.to_file(path);
     return kTextStored;
@@ -81,6 +83,8 @@ int DLPCacheText::Find(HString const& name, QVKKeywordText& text) const noexcept
     if (!MayUse(directory_) || !HFile::IsFileExistDir(directory_)) return kTextMissing;
     HString const path = GetFileArcCache(name);
     if (!HFile::IsFileExistFile(path)) return kTextMissing;
-    (void)text.from_file(path);
+    QVKKeywordText read;
+    if (read.from_file(path) == ENAMETOOLONG) return kTextMissing;
+    text = std::move(read);
     return IsKeepable(text) ? kTextFound : kTextUnreadable;
 }

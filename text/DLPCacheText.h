@@ -27,7 +27,9 @@ class TORVANE_API DLPCacheText {
     [[nodiscard]] HString GetFileArcCache(HString const& name) const noexcept;
     // kTextStored (also when writing failed, see WriteArcCache) or kTextNotKeepable. Makes the directory in any case.
     int Add(HString const& name, QVKKeywordText const& text) const noexcept;
-    // kTextFound; kTextMissing (`text` as it was); kTextUnreadable (`text` as it was read, or reset).
+    // kTextFound; kTextMissing (`text` as it was); kTextUnreadable (`text` as it was read, or reset). The text of a
+    // name that is longer than the file system allows (with the ending ".arc" 255 bytes as a rule) is missing, also
+    // after Add.
     [[nodiscard]] int Find(HString const& name, QVKKeywordText& text) const noexcept;
     // Writes the file, in place of an older one (which is logged). kTextStored always: a text that could not be written
     // shows when it is looked for.

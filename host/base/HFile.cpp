@@ -8,7 +8,10 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstring>
+#include <string_view>
 
 #include "host/base/Descriptor.h"
 #include "host/base/DirectoryScan.h"
@@ -64,13 +67,32 @@ int ReadFile(char const* path, std::string& content, std::size_t limit) {
     return size > limit ? EFBIG : ReadToEnd(file.Get(), size, content, limit);
 }
 
-// Makes a file of its own beside `path`; `name` receives its path. 0 or errno.
-int MakeTemporary(char const* path, char (&name)[PATH_MAX], int& fd) noexcept {
+// How many bytes of `path` fit before an ending: all of it where there is room, else its last name cut short, never
+// within a character. The directory alone may be too long already; then there is no room for the whole.
+std::size_t RoomBefore(std::string_view ending, std::string_view path) noexcept {
+    std::size_t const directory = path.rfind('/') + 1;  // 0: there is none
+    std::size_t const longest = std::min<std::size_t>(directory + NAME_MAX, PATH_MAX - 1) - ending.size();
+    if (path.size() <= longest) return path.size();
+    std::size_t room = std::max(directory, longest);
+    auto const is_within_character = [&] { return (static_cast<unsigned char>(path[room]) & 0xC0) == 0x80; };
+    while (room > directory && is_within_character())
+        --room;
+    return room;
+}
+
+// Makes a file of its own beside `path`: the same name as far as it fits, then ".<process>-<number>.tmp". `name`
+// receives its path. 0 or errno.
+int MakeTemporary(std::string_view path, char (&name)[PATH_MAX], int& fd) noexcept {
     static constinit std::atomic<unsigned> counter{0};
     for (int attempt = 0; attempt < 1000; ++attempt) {
-        int const length = std::snprintf(name, sizeof name, "%s.%d-%u.tmp", path, static_cast<int>(::getpid()),
+        char ending[32];
+        int const length = std::snprintf(ending, sizeof ending, ".%d-%u.tmp", static_cast<int>(::getpid()),
                                          counter.fetch_add(1, std::memory_order_relaxed));
-        if (length < 0 || static_cast<std::size_t>(length) >= sizeof name) return ENAMETOOLONG;
+        auto const ending_length = static_cast<std::size_t>(length);
+        std::size_t const room = RoomBefore({ending, ending_length}, path);
+        if (room + ending_length >= sizeof name) return ENAMETOOLONG;
+        std::memcpy(name, path.data(), room);
+        std::memcpy(name + room, ending, ending_length + 1);
         // One that exists was left behind by a process that died and had our number.
         int const error = Varnok::OpenNew(name, O_WRONLY, fd);
         if (error != EEXIST) return error;

@@ -41,9 +41,9 @@ class TORVANE_API HFile {
 
     // Reads a whole regular file of at most `limit` bytes. ENOENT: missing; EFBIG: larger than `limit`.
     [[nodiscard]] static int read_file(HString const& path, std::string& content, std::size_t limit) noexcept;
-    // Replaces a file in one step: writes a temporary file (mode 0600) in the same directory and renames it over
-    // `path`. A reader sees the old content or the new, never a part; on failure the old file is untouched and the
-    // temporary one gone.
+    // Replaces a file in one step: writes a temporary file (mode 0600; the file's name, cut short where there is no
+    // room behind it, and ".<process>-<number>.tmp") in the same directory and renames it over `path`. A reader sees
+    // the old content or the new, never a part; on failure the old file is untouched and the temporary one gone.
     [[nodiscard]] static int replace_file(HString const& path, void const* bytes, std::size_t length) noexcept;
     // Renames a file over another of the same directory.
     [[nodiscard]] static int rename_file(HString const& from, HString const& to) noexcept;
