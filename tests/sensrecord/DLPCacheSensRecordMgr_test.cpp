@@ -128,12 +128,13 @@ TEST_F(SensRecordMgrTest, LargestCountStays) {
     EXPECT_EQ(Count("/a.txt", Mgr::kToolCheck), 1);
 }
 
-TEST_F(SensRecordMgrTest, NegativeCountOfADamagedFileGoesUpByOne) {
+TEST_F(SensRecordMgrTest, NegativeCountOfADamagedFileBeginsAtOne) {
     Count("/a.txt");
     WriteBytes(Dir() + "cache", FromHex("10000000 00000080 FEFFFFFF FFFFFFFF"));
-    EXPECT_EQ(Count("/a.txt", Mgr::kRealtimeCheck), INT_MIN + 1);
-    EXPECT_EQ(Count("/a.txt", Mgr::kPolicyCheck), -1);
-    EXPECT_EQ(Count("/a.txt", Mgr::kToolCheck), 0);
+    EXPECT_EQ(Count("/a.txt", Mgr::kRealtimeCheck), 1);
+    EXPECT_EQ(Count("/a.txt", Mgr::kPolicyCheck), 1);
+    EXPECT_EQ(Count("/a.txt", Mgr::kToolCheck), 1);
+    EXPECT_EQ(Count("/a.txt", Mgr::kRealtimeCheck), 2);
 }
 
 TEST_F(SensRecordMgrTest, RecordThatCannotBeReadWholeCountsFromZero) {
