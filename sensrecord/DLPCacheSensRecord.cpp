@@ -48,15 +48,17 @@ Place PlaceOf(QVKPolicySensitiveFileAuditNode const& node) {
 
 enum class Version {
     kThere,
-    kMissing,  // or not in a directory of ours
+    kMissing,  // or not in a directory of ours, or no file: a link, say, which goes with the directory
     kUnknown,  // cannot be looked at: no reason to delete anything
 };
 
 Version LookFor(Place const& place) noexcept {
     bool const ours =
         HFile::IsFileExistDir(place.all) && HFile::IsFileExistDir(place.top) && HFile::IsFileExistDir(place.directory);
-    if (ours && HFile::GetFileLen(place.marker) >= 0) return Version::kThere;
-    return ours && HFile::IsFileExistFile(place.marker) ? Version::kUnknown : Version::kMissing;
+    if (!ours) return Version::kMissing;
+    if (HFile::GetFileLen(place.marker) >= 0) return Version::kThere;
+    bool const is_known = !HFile::IsFileExistFile(place.marker) || HFile::IsOtherThanFile(place.marker);
+    return is_known ? Version::kMissing : Version::kUnknown;
 }
 
 // True when there is no such directory any more.

@@ -32,11 +32,12 @@ class TORVANE_API DLPCacheSensRecord {
     void Lock() noexcept { mutex_.Lock(); }
     void UnLock() noexcept { mutex_.UnLock(); }
 
-    // Points the record at the version of `node`. When that has no marker file, the policy's directory is deleted with
-    // all counts and begun anew. Never touches anything but that directory, whatever the policy's id is, and nothing
-    // behind a symbolic link in its place or in that of the two directories above. Without memory, or when the
-    // directory cannot be looked at, emptied or made, nothing is deleted that should stay and the record has no store
-    // until the next call: better none than that of another version.
+    // Points the record at the version of `node`. When that has no marker file (a directory, a symbolic link or a FIFO
+    // in its place is none), the policy's directory is deleted with all counts and begun anew. Never touches anything
+    // but that directory, whatever the policy's id is, and nothing behind a symbolic link in its place, in it, or in
+    // that of the two directories above. Without memory, or when the directory cannot be looked at, emptied or made,
+    // nothing is deleted that should stay and the record has no store until the next call: better none than that of
+    // another version.
     void Update(QVKPolicySensitiveFileAuditNode const& node) noexcept;
     // kSensRecordFound with `node` filled; `node` as it was: kSensRecordEmpty, kSensRecordAbsent, kSensRecordNoStore,
     // kSensRecordNotDecoded, or a negative code of the store.

@@ -5,6 +5,7 @@
 
 #include "storage/DLPCacheManager.h"
 #include "tests/sensrecord/SensRecordFixture.h"
+#include "tests/support/NoFile.h"
 
 namespace {
 
@@ -284,14 +285,17 @@ TEST_F(SensRecordTest, LinksInADirectoryAreDeletedAndNotFollowed) {
     EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(Dir() + "cache")));
 }
 
-TEST_F(SensRecordTest, LinkInTheMarkersPlaceIsNoReasonToDelete) {
-    CountTimes(2, "/a.txt");
-    fs::remove(Dir() + "1700000000");
-    fs::create_symlink("nowhere", Dir() + "1700000000");
-    EXPECT_EQ(Count("/a.txt"), 1);
-    fs::remove(Dir() + "1700000000");
-    WriteBytes(Dir() + "1700000000", "");
-    EXPECT_EQ(Count("/a.txt"), 3);
+TEST_F(SensRecordTest, WhatIsNoFileInTheMarkersPlaceIsNoMarker) {
+    WriteBytes(root_ / "target", "stays");
+    for (std::string const kind : kNoFiles) {
+        SCOPED_TRACE(kind);
+        CountTimes(2, "/a.txt");
+        PutNoFile(kind, Dir() + "1700000000", root_ / "target");
+        EXPECT_EQ(Count("/a.txt"), 1);
+        EXPECT_EQ(Count("/a.txt"), 2);
+        EXPECT_EQ(ReadBytes(root_ / "target"), "stays");
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(Dir() + "1700000000")));
+    }
 }
 
 // Ids that would lead out of the directory if they were taken as they stand, and the names that they have instead.
