@@ -5,6 +5,7 @@
 
 #include "examples/scanner/Options.h"
 #include "examples/scanner/ScanCommand.h"
+#include "examples/scanner/Summary.h"
 #include "examples/scanner/TaskCommands.h"
 #include "examples/scanner/TemplateFile.h"
 
@@ -42,7 +43,8 @@ int main(int argc, char** argv) {
     try {
         return Run(argc, argv);
     } catch (std::exception const& error) {
-        std::cerr << "scanner: " << error.what() << '\n';
+        // Messages hold names and texts from everywhere.
+        std::cerr << "scanner: " << scanner::Printable(error.what()) << '\n';
         return scanner::kFailed;
     }
 }
