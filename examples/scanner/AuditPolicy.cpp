@@ -50,19 +50,25 @@ void Renew(Node& node, HString const& id, std::vector<HString> const& tpl_ids) {
 
 }  // namespace
 
-Node PutPolicyInForce(HString const& id, std::vector<HString> const& tpl_ids) {
+AuditPolicy PlanPolicy(HString const& id, std::vector<HString> const& tpl_ids) {
+    AuditPolicy policy;
+    policy.table = ReadPolicies();
+    Node& node = FindOrAdd(id, policy.table);
+    bool const known = node.header().id == id;
+    policy.is_new =
+        !known || !std::is_permutation(node.tpl_ids.begin(), node.tpl_ids.end(), tpl_ids.begin(), tpl_ids.end());
+    if (policy.is_new) Renew(node, id, tpl_ids);
+    policy.node = node;
+    return policy;
+}
+
+void PutInForce(AuditPolicy const& policy) {
     auto* const policies = QVKPolicySensitiveFileAuditVTMgr::pins();
     if (policies == nullptr) throw std::bad_alloc();
-    QVKPolicySensitiveFileAuditVT table = ReadPolicies();
-    Node& node = FindOrAdd(id, table);
-    bool const known = node.header().id == id;
-    if (known && std::is_permutation(node.tpl_ids.begin(), node.tpl_ids.end(), tpl_ids.begin(), tpl_ids.end())) {
-        if (!policies->set_no_write_to_arc(table)) throw std::bad_alloc();
-        return node;
-    }
-    Renew(node, id, tpl_ids);
-    Require(policies->set(table), "write");
-    return node;
+    if (policy.is_new)
+        Require(policies->set(policy.table), "write");
+    else if (!policies->set_no_write_to_arc(policy.table))
+        throw std::bad_alloc();
 }
 
 }  // namespace scanner

@@ -37,7 +37,7 @@ class Walk {
 
     void Start(std::string path) {
         struct stat status {};
-        if (::stat(path.c_str(), &status) != 0) throw std::runtime_error(path + ": " + std::strerror(errno));
+        if (::lstat(path.c_str(), &status) != 0) return Fail(path);
         if (S_ISREG(status.st_mode)) result_.files.push_back(path);
         if (!S_ISDIR(status.st_mode)) return;
         pending_.push_back(std::move(path));
@@ -52,12 +52,6 @@ class Walk {
         std::sort(result_.files.begin(), result_.files.end());
         result_.files.erase(std::unique(result_.files.begin(), result_.files.end()), result_.files.end());
         return std::move(result_);
-    }
-
-    static std::string Resolved(std::string const& path) {
-        std::unique_ptr<char, decltype(&std::free)> const real(::realpath(path.c_str(), nullptr), &std::free);
-        if (real == nullptr) throw std::runtime_error(path + ": " + std::strerror(errno));
-        return real.get();
     }
 
   private:
@@ -109,11 +103,18 @@ class Walk {
 
 }  // namespace
 
-WalkResult WalkFiles(std::vector<std::string> const& paths, std::string const& excluded) {
+std::vector<std::string> ResolvePaths(std::vector<std::string> const& paths) {
+    std::set<std::string> resolved;
+    for (std::string const& path : paths) {
+        std::unique_ptr<char, decltype(&std::free)> const real(::realpath(path.c_str(), nullptr), &std::free);
+        if (real == nullptr) throw std::runtime_error(path + ": " + std::strerror(errno));
+        resolved.insert(real.get());
+    }
+    return {resolved.begin(), resolved.end()};
+}
+
+WalkResult WalkFiles(std::vector<std::string> const& starts, std::string const& excluded) {
     Walk walk(excluded);
-    std::set<std::string> starts;
-    for (std::string const& path : paths)
-        starts.insert(Walk::Resolved(path));
     for (std::string const& start : starts)
         walk.Start(start);
     return walk.Finish();

@@ -13,13 +13,15 @@ struct WalkError {
 
 struct WalkResult {
     std::vector<std::string> files;  // regular files, in byte order of their paths, each once
-    std::vector<WalkError> errors;   // directories that could not be read
+    std::vector<WalkError> errors;   // what could not be read: directories, starts that are gone
 };
 
-// Lists the regular files at and below `paths`, by absolute paths without links: however a file is named, it is one. A
-// path given by the caller may lead over symbolic links, links below are not followed; other kinds of files are left
-// out. The directory `excluded` (the scanner's own root) is not entered. Throws std::runtime_error when a given path
-// does not exist.
-[[nodiscard]] WalkResult WalkFiles(std::vector<std::string> const& paths, std::string const& excluded);
+// The absolute paths without links of what a caller names, each once, in byte order: however a file is named, it is
+// one. Throws std::runtime_error when a path does not exist or cannot be looked at.
+[[nodiscard]] std::vector<std::string> ResolvePaths(std::vector<std::string> const& paths);
+
+// Lists the regular files at and below `starts` (as ResolvePaths gives them). Links below are not followed; other kinds
+// of files are left out. The directory `excluded` (the scanner's own root) is not entered.
+[[nodiscard]] WalkResult WalkFiles(std::vector<std::string> const& starts, std::string const& excluded);
 
 }  // namespace scanner

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <functional>
 #include <future>
 #include <iostream>
@@ -26,8 +27,6 @@
 namespace scanner {
 namespace {
 
-constexpr std::chrono::seconds kWaitForFindings{60};  // to reach the disk after the last file
-
 using Clock = std::chrono::steady_clock;
 
 // Makes everything ready for the first file.
@@ -46,11 +45,20 @@ HString TaskName(Options const& options) {
     return name;
 }
 
-std::unique_ptr<TaskRun> BeginTask(Policy const& policy, Options const& options) {
-    if (!options.HasTask()) return nullptr;
-    auto const audit = PutPolicyInForce(HString(options.policy), policy.ids());
+// Puts the templates in force and begins the task, if the scan is to be one. What may refuse it comes before the first
+// change.
+std::unique_ptr<TaskRun> Begin(KwDefinitions const& definitions, Options const& options, std::chrono::milliseconds wait,
+                               Policy& policy) {
+    if (!options.HasTask()) {
+        policy.Install(definitions);
+        return nullptr;
+    }
+    AuditPolicy const audit = PlanPolicy(HString(options.policy), policy.ids());
     HString const id = options.task.empty() ? FreshTaskId() : HString(options.task);
-    return std::make_unique<TaskRun>(id, TaskName(options), audit, kWaitForFindings);
+    RequireRunnable(id, audit.node);
+    policy.Install(definitions);
+    PutInForce(audit);
+    return std::make_unique<TaskRun>(id, TaskName(options), audit.node, wait);
 }
 
 // The files to scan, and how long it took to list them.
@@ -59,9 +67,9 @@ struct Listing {
     Summary::Seconds seconds{};
 };
 
-Listing ListFiles(Options const& options, std::string const& root) {
+Listing ListFiles(std::vector<std::string> const& starts, std::string const& root) {
     auto const begin = Clock::now();
-    WalkResult walk = WalkFiles(options.paths, root);
+    WalkResult walk = WalkFiles(starts, root);
     return {std::move(walk), Clock::now() - begin};
 }
 
@@ -97,18 +105,42 @@ int StatusOf(Counters const& counters, WalkResult const& walk) {
     return counters.sensitive_files > 0 ? kSensitiveFound : kNothingFound;
 }
 
+// Ends the task. Gives what went wrong, so that the summary is printed first.
+std::exception_ptr Finish(TaskRun& task) {
+    try {
+        task.Finish();
+        return nullptr;
+    } catch (std::exception const&) {
+        return std::current_exception();
+    }
+}
+
+Summary MakeSummary(Options const& options, Root const& root, Policy const& policy, TaskRun const* task) {
+    Summary summary(policy.templates().size());
+    summary.paths = options.paths;
+    summary.root = root.path();
+    if (task != nullptr) {
+        summary.task = task->id().get_str();
+        summary.policy = options.policy;
+    }
+    summary.use_cache = options.use_cache;
+    for (Template const& tpl : policy.templates())
+        summary.templates.emplace_back(tpl.id.get_str(), tpl.name);
+    return summary;
+}
+
 }  // namespace
 
-int RunScan(Options const& options) {
+int RunScan(Options const& options, std::chrono::milliseconds wait) {
     auto const begin = Clock::now();
     KwDefinitions const definitions = LoadTemplates(options.templates_file);
-    Root const root(options);
     Policy policy(definitions);
-    std::future<Listing> listing =
-        std::async(std::launch::async, ListFiles, std::cref(options), std::cref(root.path()));
-    policy.Install(definitions);
+    std::vector<std::string> const starts = ResolvePaths(options.paths);
+    Root const root(options);
+    std::unique_ptr<TaskRun> const task = Begin(definitions, options, wait, policy);
+    // From here on an error would wait for the whole list.
+    std::future<Listing> listing = std::async(std::launch::async, ListFiles, std::cref(starts), std::cref(root.path()));
     OpenCaches(policy, options);
-    std::unique_ptr<TaskRun> const task = BeginTask(policy, options);
     auto const opened = Clock::now();
     auto const [walk, walk_seconds] = listing.get();
     auto const walked = Clock::now();
@@ -116,20 +148,11 @@ int RunScan(Options const& options) {
     unsigned const jobs = JobCount(options);
     std::vector<FileOutcome> const outcomes = crew.Run(jobs);
     auto const worked = Clock::now();
+    std::exception_ptr const failure = task ? Finish(*task) : nullptr;
 
-    Summary summary(policy.templates().size());
-    summary.paths = options.paths;
-    summary.root = root.path();
-    if (task) {
-        task->Finish();
-        summary.task = task->id().get_str();
-        summary.policy = options.policy;
-    }
-    summary.use_cache = options.use_cache;
+    Summary summary = MakeSummary(options, root, policy, task.get());
     summary.jobs = jobs;
     summary.counters = crew.counters();
-    for (Template const& tpl : policy.templates())
-        summary.templates.emplace_back(tpl.id.get_str(), tpl.name);
     Summarize(walk.files, outcomes, summary);
     summary.open_seconds = opened - begin;
     summary.walk_seconds = walk_seconds;
@@ -137,6 +160,7 @@ int RunScan(Options const& options) {
     summary.wall_seconds = Clock::now() - begin;
     ReportTroubles(walk, outcomes);
     Print(summary, options);
+    if (failure) std::rethrow_exception(failure);
     return StatusOf(summary.counters, walk);
 }
 

@@ -1,10 +1,16 @@
 #pragma once
 
+#include <chrono>
+
 #include "examples/scanner/Options.h"
 
 namespace scanner {
 
-// The `scan` command. Returns the program's exit status; throws std::exception when the run fails as a whole.
-[[nodiscard]] int RunScan(Options const& options);
+// The `scan` command. Returns the program's exit status; throws std::exception when the run fails as a whole, or when
+// its findings did not reach the disk in the time `wait` after the last file (then the summary was printed).
+//
+// Whatever can refuse the scan is asked first: the templates, the paths, the root's lock, the policy, the task. A scan
+// that is refused leaves definitions, policies and tasks as they were.
+[[nodiscard]] int RunScan(Options const& options, std::chrono::milliseconds wait = std::chrono::seconds(60));
 
 }  // namespace scanner

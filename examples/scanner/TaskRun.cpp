@@ -2,9 +2,12 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 #include "examples/scanner/Registry.h"
 #include "host/base/HTimeValueEx.h"
@@ -28,30 +31,42 @@ bool IsSameVersion(QVKPolicySensitiveFileAuditNode const& a, QVKPolicySensitiveF
     return a.header().id == b.header().id && DLPCache::GetPolicyHash(a) == DLPCache::GetPolicyHash(b);
 }
 
+[[noreturn]] void ThrowUnrecorded(HString const& path, std::string const& why = "") {
+    throw std::runtime_error("the task cannot be recorded in " + path.get_str() + why);
+}
+
 // Neither registering nor a change of status reports anything, so whether the task is kept shows in its record.
 void RequireRecord(HString const& id, int status) {
     ScanTask record;
     HString const path = KwLocateMgr::pins()->get_task_arc(id);
     if (record.from_file(path) == 0 && record.id == id && record.status == status) return;
-    throw std::runtime_error("the task cannot be recorded in " + path.get_str());
+    ThrowUnrecorded(path);
 }
 
 void Begin(HString const& id, HString const& name, QVKPolicySensitiveFileAuditNode const& policy) {
-    ScanTask const* const remembered = TaskRegistry().GetTask(id);
-    if (remembered == nullptr) {
-        Register(id, name, policy);
-    } else if (remembered->id != id) {
-        throw std::runtime_error("the record of the task " + id.get_str() +
-                                 " cannot be read; give this scan another --task");
-    } else if (!IsSameVersion(remembered->audit_node(), policy)) {
-        throw std::runtime_error("the task " + id.get_str() +
-                                 " was a scan under another policy or other templates; give this scan another --task");
-    }
+    RequireRunnable(id, policy);
+    if (TaskRegistry().GetTask(id) == nullptr) Register(id, name, policy);
     TaskRegistry().UpdateTaskStatus(id, kTaskRunning);
     RequireRecord(id, kTaskRunning);
 }
 
 }  // namespace
+
+void RequireRunnable(HString const& id, QVKPolicySensitiveFileAuditNode const& policy) {
+    HString const path = KwLocateMgr::pins()->get_task_arc(id);
+    ScanTask record;
+    int const error = record.from_file(path);
+    if (error == ENOENT) return;
+    if (error != 0 && error != EBADMSG) ThrowUnrecorded(path, std::string(": ") + std::strerror(error));
+    if (error != 0 || record.id != id) {
+        throw std::runtime_error("the record of the task " + id.get_str() + " in " +
+                                 KwLocateMgr::pins()->get_task_path(id, true).get_str() +
+                                 " cannot be read; give this scan another --task");
+    }
+    if (IsSameVersion(record.audit_node(), policy)) return;
+    throw std::runtime_error("the task " + id.get_str() +
+                             " was a scan under another policy or other templates; give this scan another --task");
+}
 
 TaskRun::TaskRun(HString const& id, HString const& name, QVKPolicySensitiveFileAuditNode const& policy,
                  std::chrono::milliseconds wait)

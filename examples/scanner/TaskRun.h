@@ -10,14 +10,19 @@
 
 namespace scanner {
 
+// Whether a scan under this policy may run as the task `id`: there is none yet, or it is one to repeat. Throws
+// std::runtime_error, and nothing was changed, when it is remembered under another policy or version of it, or with a
+// record that cannot be read; also for an id that cannot name a file.
+void RequireRunnable(HString const& id, QVKPolicySensitiveFileAuditNode const& policy);
+
 // A scan as a task of the registry: running from the object's beginning, finished with Finish. A scan that ends without
 // that (an error, a signal) leaves a task that is still running, which a later scan may take up again. One object a
 // process and task; threads share id(), policy() and texts().
 class TaskRun {
   public:
     // Registers the task, or takes up one that is remembered. `name`: for people. `wait`: how long the findings may
-    // take to reach the disk at the end. Throws std::runtime_error when the task cannot be recorded below the root, or
-    // when it is remembered under another policy or version of it, or with a record that cannot be read.
+    // take to reach the disk at the end. Throws std::runtime_error when the task cannot be recorded below the root, and
+    // as RequireRunnable does.
     TaskRun(HString const& id, HString const& name, QVKPolicySensitiveFileAuditNode const& policy,
             std::chrono::milliseconds wait);
     ~TaskRun();

@@ -8,6 +8,7 @@
 
 #include "host/policy/KwLocateMgr.h"
 #include "host/policy/QVKPolicySensitiveFileAuditVTMgr.h"
+#include "tests/examples/scanner/PutPolicy.h"
 #include "tests/examples/scanner/TempTree.h"
 
 namespace scanner {
@@ -86,6 +87,15 @@ TEST_F(AuditPolicies, LeaveOtherPoliciesAsTheyAre) {
     (void)Version("weekly", {"c"});
     EXPECT_EQ(OnDisk().nodes.size(), 2U);
     EXPECT_EQ(Version("daily", {"a"}), version);
+}
+
+TEST_F(AuditPolicies, ThatAreOnlyPlannedAreNeitherWrittenNorInForce) {
+    long long const version = Version("daily", {"a"});
+    EXPECT_GT(PlanPolicy("daily", {"b"}).node.header().time_stamp, version);
+    EXPECT_EQ(OnDisk().nodes[0].header().time_stamp, version);
+    QVKPolicySensitiveFileAuditVT in_force;
+    ASSERT_TRUE(QVKPolicySensitiveFileAuditVTMgr::pins()->get(in_force, false));
+    EXPECT_EQ(in_force.nodes[0].header().time_stamp, version);
 }
 
 TEST_F(AuditPolicies, AreNotWrittenOverARecordFileThatCannotBeRead) {

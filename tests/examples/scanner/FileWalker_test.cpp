@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <stdexcept>
 
@@ -33,7 +34,7 @@ TEST(FileWalks, ListAFileOnceHoweverItsDirectoryIsNamed) {
     tree.Write("d/sub/y", "");
     std::filesystem::create_directory_symlink(tree / "d/sub", tree / "link");
     std::filesystem::current_path(tree.Path());
-    EXPECT_THAT(WalkFiles({"d", "./d", "d/../d/", "link/..", "link/../x", tree / "link/y"}, "").files,
+    EXPECT_THAT(WalkFiles(ResolvePaths({"d", "./d", "d/../d/", "link/..", "link/../x", tree / "link/y"}), "").files,
                 ElementsAre(tree / "d/sub/y", file));
 }
 
@@ -56,7 +57,8 @@ TEST(FileWalks, FollowALinkThatTheCallerNames) {
     TempTree const tree;
     std::string const file = tree.Write("d/x", "");
     std::filesystem::create_directory_symlink(tree / "d", tree / "link");
-    EXPECT_THAT(WalkFiles({tree / "link"}, "").files, ElementsAre(std::filesystem::canonical(file).string()));
+    EXPECT_THAT(WalkFiles(ResolvePaths({tree / "link"}), "").files,
+                ElementsAre(std::filesystem::canonical(file).string()));
 }
 
 TEST(FileWalks, LeaveOutTheExcludedDirectory) {
@@ -68,7 +70,17 @@ TEST(FileWalks, LeaveOutTheExcludedDirectory) {
 
 TEST(FileWalks, RefuseANamedPathThatDoesNotExist) {
     TempTree const tree;
-    EXPECT_THROW((void)WalkFiles({tree / "missing"}, ""), std::runtime_error);
+    EXPECT_THROW((void)ResolvePaths({tree.Path(), tree / "missing"}), std::runtime_error);
+}
+
+TEST(FileWalks, TellOfAStartThatIsGoneMeanwhile) {
+    TempTree const tree;
+    std::string const file = tree.Write("x", "");
+    WalkResult const result = WalkFiles({tree / "missing", file}, "");
+    EXPECT_THAT(result.files, ElementsAre(file));
+    ASSERT_EQ(result.errors.size(), 1U);
+    EXPECT_EQ(result.errors[0].path, tree / "missing");
+    EXPECT_EQ(result.errors[0].error, ENOENT);
 }
 
 }  // namespace

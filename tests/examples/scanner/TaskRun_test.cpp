@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "examples/scanner/AuditPolicy.h"
 #include "examples/scanner/Registry.h"
 #include "host/policy/KwLocateMgr.h"
 #include "tests/examples/scanner/PolicyRoot.h"
+#include "tests/examples/scanner/PutPolicy.h"
 
 namespace scanner {
 namespace {
@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 
 class TaskRuns : public testing::Test {
   protected:
-    static QVKPolicySensitiveFileAuditNode AuditPolicy() { return PutPolicyInForce("daily", {"names", "words"}); }
+    static QVKPolicySensitiveFileAuditNode Daily() { return PutPolicyInForce("daily", {"names", "words"}); }
 
     // The task as a later process would read it.
     static ScanTask Record(HString const& id) {
@@ -42,7 +42,7 @@ class TaskRuns : public testing::Test {
 };
 
 TEST_F(TaskRuns, AreRunningFromTheBeginning) {
-    TaskRun const run("job", "/srv", AuditPolicy(), 60s);
+    TaskRun const run("job", "/srv", Daily(), 60s);
     ScanTask const task = Record("job");
     EXPECT_EQ(task.id, "job");
     EXPECT_EQ(task.name, "/srv");
@@ -53,7 +53,7 @@ TEST_F(TaskRuns, AreRunningFromTheBeginning) {
 }
 
 TEST_F(TaskRuns, AreOverWhenTheyAreFinished) {
-    TaskRun run("job", "/srv", AuditPolicy(), 60s);
+    TaskRun run("job", "/srv", Daily(), 60s);
     Find("job");
     run.Finish();
     EXPECT_TRUE(TaskRegistry().WaitWritten("job", 0));
@@ -63,7 +63,7 @@ TEST_F(TaskRuns, AreOverWhenTheyAreFinished) {
 
 TEST_F(TaskRuns, ThatEndOtherwiseHaveTheirFindingsButStayOpen) {
     {
-        TaskRun const run("job", "/srv", AuditPolicy(), 60s);
+        TaskRun const run("job", "/srv", Daily(), 60s);
         Find("job");
     }
     EXPECT_TRUE(TaskRegistry().WaitWritten("job", 0));
@@ -71,8 +71,8 @@ TEST_F(TaskRuns, ThatEndOtherwiseHaveTheirFindingsButStayOpen) {
 }
 
 TEST_F(TaskRuns, MayBeRepeatedUnderTheSamePolicy) {
-    TaskRun("job", "/srv", AuditPolicy(), 60s).Finish();
-    TaskRun again("job", "/other", AuditPolicy(), 60s);
+    TaskRun("job", "/srv", Daily(), 60s).Finish();
+    TaskRun again("job", "/other", Daily(), 60s);
     EXPECT_EQ(Record("job").status, 2);
     EXPECT_EQ(Record("job").name, "/srv");
     again.Finish();
@@ -80,7 +80,7 @@ TEST_F(TaskRuns, MayBeRepeatedUnderTheSamePolicy) {
 }
 
 TEST_F(TaskRuns, AreNotRepeatedWithOtherTemplatesOrUnderAnotherPolicy) {
-    TaskRun("job", "/srv", AuditPolicy(), 60s).Finish();
+    TaskRun("job", "/srv", Daily(), 60s).Finish();
     for (auto const& policy : {PutPolicyInForce("weekly", {"names", "words"}), PutPolicyInForce("daily", {"names"})}) {
         EXPECT_THROW(TaskRun("job", "/srv", policy, 60s), std::runtime_error);
     }
@@ -88,26 +88,28 @@ TEST_F(TaskRuns, AreNotRepeatedWithOtherTemplatesOrUnderAnotherPolicy) {
 }
 
 TEST_F(TaskRuns, ThatCannotBeRecordedAreAnError) {
-    EXPECT_THAT([] { TaskRun(HString(std::string(300, 'x')), "/srv", AuditPolicy(), 60s); },
+    EXPECT_THAT([] { TaskRun(HString(std::string(300, 'x')), "/srv", Daily(), 60s); },
                 ThrowsMessage<std::runtime_error>(HasSubstr("the task cannot be recorded in ")));
     tree_.Write("root/cache/task/taken", "a file in the way");
-    EXPECT_THROW(TaskRun("taken", "/srv", AuditPolicy(), 60s), std::runtime_error);
+    EXPECT_THROW(TaskRun("taken", "/srv", Daily(), 60s), std::runtime_error);
 }
 
 TEST_F(TaskRuns, AreNotRepeatedWithARecordThatCannotBeRead) {
     for (char const* id : {"one", "other"})
-        TaskRun(id, "/srv", AuditPolicy(), 60s).Finish();
+        TaskRun(id, "/srv", Daily(), 60s).Finish();
+    std::string const directory = tree_ / "root/cache/task/job/";
     for (std::string const& record : {std::string("damaged"), tree_.Read("root/cache/task/other/ScanTask.arc")}) {
         tree_.Write("root/cache/task/job/ScanTask.arc", record);
-        EXPECT_THAT([] { TaskRun("job", "/srv", AuditPolicy(), 60s); },
-                    ThrowsMessage<std::runtime_error>(HasSubstr("the record of the task job cannot be read")));
+        EXPECT_THAT([] { TaskRun("job", "/srv", Daily(), 60s); },
+                    ThrowsMessage<std::runtime_error>(
+                        HasSubstr("the record of the task job in " + directory + " cannot be read")));
     }
 }
 
 TEST_F(TaskRuns, WhoseFindingsCannotBeWrittenFailLoudlyAndStayOpen) {
     (void)TaskRegistry();                                                      // a new root is cleared first
     std::filesystem::create_directories(tree_ / "root/cache/task/job/cache");  // where the findings' file should be
-    TaskRun run("job", "/srv", AuditPolicy(), 1ms);
+    TaskRun run("job", "/srv", Daily(), 1ms);
     Find("job");
     EXPECT_THAT([&] { run.Finish(); },
                 ThrowsMessage<std::runtime_error>(HasSubstr("findings of the task job are not written after 1 ms")));
@@ -115,7 +117,7 @@ TEST_F(TaskRuns, WhoseFindingsCannotBeWrittenFailLoudlyAndStayOpen) {
 }
 
 TEST_F(TaskRuns, WhoseEndCannotBeRecordedFailLoudly) {
-    TaskRun run("job", "/srv", AuditPolicy(), 60s);
+    TaskRun run("job", "/srv", Daily(), 60s);
     std::filesystem::remove(tree_ / "root/cache/task/job/ScanTask.arc");
     tree_.Write("root/cache/task/job/ScanTask.arc/in the way", "");
     EXPECT_THAT([&] { run.Finish(); }, ThrowsMessage<std::runtime_error>(HasSubstr("the task cannot be recorded in ")));
@@ -130,7 +132,7 @@ TEST_F(TaskRuns, GetFreshIdsThatNoTaskHas) {
     std::string const id = FreshTaskId(kNow).get_str();
     tree_.Write("root/cache/task/" + id + "/ScanTask.arc", "damaged, but there");
     EXPECT_EQ(FreshTaskId(kNow), HString(id + "-2"));
-    TaskRun const run(HString(id + "-2"), "/srv", AuditPolicy(), 60s);
+    TaskRun const run(HString(id + "-2"), "/srv", Daily(), 60s);
     EXPECT_EQ(FreshTaskId(kNow), HString(id + "-3"));
 }
 

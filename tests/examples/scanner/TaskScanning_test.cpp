@@ -4,13 +4,13 @@
 #include <cstdint>
 #include <filesystem>
 
-#include "examples/scanner/AuditPolicy.h"
 #include "examples/scanner/Digest.h"
 #include "examples/scanner/FileScanner.h"
 #include "examples/scanner/Registry.h"
 #include "host/policy/KwDefineMgr.h"
 #include "task/DLPCacheTaskStore.h"
 #include "tests/examples/scanner/PolicyRoot.h"
+#include "tests/examples/scanner/PutPolicy.h"
 
 namespace scanner {
 namespace {
@@ -42,9 +42,13 @@ class TaskScanning : public testing::Test {
     static std::vector<SensFile> Findings() {
         DLPCacheTask const& cache = *TaskRegistry().GetCache("job");
         std::vector<SensFile> findings;
-        for (SensFile file; cache.Find(static_cast<int>(findings.size()) + 1, file) != 0;)
+        while (true) {
+            SensFile file;
+            int const code = cache.Find(static_cast<int>(findings.size()) + 1, file);
+            if (code < 0) ADD_FAILURE() << "finding " << findings.size() + 1 << ": code " << code;
+            if (code <= 0) return findings;
             findings.push_back(file);
-        return findings;
+        }
     }
     // Bytes of every file of a template's caches.
     [[nodiscard]] std::uintmax_t StoredBytes(std::string const& tpl) const {
