@@ -13,20 +13,40 @@ namespace {
 
 constexpr int kWaitMilliseconds = 60000;
 
+// Deletes the task and what only it needed. What it needed of the answers is told by its record.
+void Delete(ScanTask const& task) {
+    TaskRegistry().DelTask(task);
+    HString const directory = KwLocateMgr::pins()->get_task_path(task.id, false);
+    if (HFile::IsFileExistDir(directory)) throw std::runtime_error("cannot remove " + directory.get_str());
+    std::cout << "Task removed: " << Printable(task.id.get_str()) << '\n';
+}
+
+void DeleteWithoutRecord(HString const& id) {
+    ScanTask task;
+    task.id = id;
+    Delete(task);
+    std::cout << "Its record was damaged; scanner prune deletes the answers that only it needed.\n";
+}
+
+void DeleteRemembered(ScanTask const& task) {
+    if (!TaskRegistry().WaitWritten(task.id, kWaitMilliseconds)) {
+        throw std::runtime_error("the task's findings are not written yet");
+    }
+    std::size_t const before = CountTemplateCaches();
+    Delete(task);
+    std::cout << "Template caches removed, that only it needed: " << before - CountTemplateCaches() << '\n';
+}
+
 }  // namespace
 
 int RunRemove(Options const& options) {
     Root const root(options, Root::Use::kOfEarlierScans);
-    ScanTask const& task = RequireTask(options.task);
-    std::size_t const before = CountTemplateCaches();
-    if (!TaskRegistry().WaitWritten(task.id, kWaitMilliseconds)) {
-        throw std::runtime_error("the task's findings are not written yet");
-    }
-    TaskRegistry().DelTask(task);
-    HString const directory = KwLocateMgr::pins()->get_task_path(HString(options.task), false);
-    if (HFile::IsFileExistDir(directory)) throw std::runtime_error("cannot remove " + directory.get_str());
-    std::cout << "Task removed: " << Printable(options.task)
-              << "\nTemplate caches removed, that only it needed: " << before - CountTemplateCaches() << '\n';
+    (void)TaskRegistry();  // which removes directories that hold nothing
+    HString const id(options.task);
+    if (HasLostItsRecord(id))
+        DeleteWithoutRecord(id);
+    else
+        DeleteRemembered(RequireTask(options.task));
     if (!std::cout.flush()) throw std::runtime_error("the outcome cannot be written");
     return kNothingFound;
 }

@@ -69,4 +69,9 @@ std::string Printable(std::string const& text) {
     return printable;
 }
 
+std::size_t WidthOf(std::string const& text) {
+    auto const begins_one = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), begins_one));
+}
+
 }  // namespace scanner

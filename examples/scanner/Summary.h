@@ -55,4 +55,8 @@ void PrintJson(Summary const& summary, std::ostream& out);
 // Control characters (in UTF-8 also U+0080 to U+009F) as \xNN per byte, so that no file name can steer a terminal.
 [[nodiscard]] std::string Printable(std::string const& text);
 
+// The columns that a text of UTF-8 takes, as its number of code points: wide and combining characters are not told
+// apart.
+[[nodiscard]] std::size_t WidthOf(std::string const& text);
+
 }  // namespace scanner

@@ -20,7 +20,8 @@ class TextPrinter {
 
     void Heading(std::string const& text) { out_ << '\n' << bold_ << text << plain_ << '\n'; }
     void Row(std::string const& name, std::string const& value) {
-        out_ << "  " << name << std::string(name.size() < 24 ? 24 - name.size() : 1, ' ') << value << '\n';
+        std::size_t const width = WidthOf(name);
+        out_ << "  " << name << std::string(width < 24 ? 24 - width : 1, ' ') << value << '\n';
     }
     void Row(std::string const& name, std::uint64_t value) { Row(name, std::to_string(value)); }
     // Left out when there is nothing to tell.

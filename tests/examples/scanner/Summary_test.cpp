@@ -111,5 +111,11 @@ TEST(JsonTexts, HaveNoControlCharacters) {
     EXPECT_EQ(nlohmann::ordered_json::parse(JsonText(json)), json);
 }
 
+TEST(WidthOf, CountsCodePoints) {
+    EXPECT_EQ(WidthOf(""), 0U);
+    EXPECT_EQ(WidthOf("plain"), 5U);
+    EXPECT_EQ(WidthOf("\xc3\xa4\xe2\x82\xac\xf0\x9f\x99\x82"), 3U);  // of two, three and four bytes
+}
+
 }  // namespace
 }  // namespace scanner
