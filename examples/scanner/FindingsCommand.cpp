@@ -15,6 +15,8 @@
 namespace scanner {
 namespace {
 
+constexpr int kMostMissing = 1000;  // findings in a row
+
 // Whether the task has findings. Opening its store would make one, with the definitions of today as the task's.
 bool HasFindings(HString const& task_id) {
     return std::filesystem::exists(KwLocateMgr::pins()->get_task_path(task_id, true).get_str() + "index");
@@ -36,17 +38,52 @@ DLPCacheTask const& Open(HString const& task_id) {
     return *task;
 }
 
+// Tells of findings that are missing, the numbers that follow each other at once.
+class Gap {
+  public:
+    explicit Gap(Troubles& troubles) : troubles_(troubles) {}
+
+    void Add(int sn) {
+        if (count_++ == 0) first_ = sn;
+    }
+    [[nodiscard]] int count() const { return count_; }
+    // `more`: what else there is to say.
+    void End(std::string const& more = "") {
+        if (count_ == 0) return;
+        std::string const first = std::to_string(first_);
+        troubles_.Add((count_ == 1 ? "finding " + first + " is"
+                                   : "findings " + first + " to " + std::to_string(first_ + count_ - 1) + " are") +
+                      " missing" + more);
+        count_ = 0;
+    }
+
+  private:
+    Troubles& troubles_;
+    int first_ = 0;
+    int count_ = 0;
+};
+
+// Goes as far as the index does, but not through a hole: numbers are handed out one after the other, so an index that
+// holds nothing for so many has grown by other means.
 void PrintAll(HString const& task_id, DLPCacheTask const& task, FindingsPrinter& printer, Troubles& troubles) {
-    int const last = task.store() == nullptr ? 0 : task.store()->GetIndexNumber();
-    for (int sn = 1; sn <= last; ++sn) {
+    long long const last = task.store() == nullptr ? 0 : task.store()->GetIndexNumber();
+    Gap gap(troubles);
+    for (long long number = 1; number <= last && std::cout; ++number) {
+        int const sn = static_cast<int>(number);
         SensFile file;
         int const code = Find(task, sn, file);
+        if (code == DLPCache::kTaskFileAbsent) {
+            gap.Add(sn);
+            if (gap.count() == kMostMissing && number < last) return gap.End("; the list ends here, the index goes on");
+            continue;
+        }
+        gap.End();
         if (code == DLPCache::kTaskFileFound)
             printer.Print(Rebuild(task_id, std::move(file)));
         else
             troubles.Add("finding " + std::to_string(sn) + " cannot be read (code " + std::to_string(code) + ")");
-        if (!std::cout) return;
     }
+    gap.End();
 }
 
 }  // namespace
