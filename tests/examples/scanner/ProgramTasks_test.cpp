@@ -2,10 +2,9 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <fstream>
 #include <set>
 
-#include "tests/examples/scanner/Program.h"
+#include "tests/examples/scanner/ProgramTasks.h"
 
 namespace {
 
@@ -17,60 +16,6 @@ using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
 using testing::UnorderedElementsAre;
-
-constexpr char kMails[] = "a@example.com b@example.com c@example.com d@example.com e@example.com";
-
-class Tasks : public testing::Test {
-  protected:
-    Tasks() {
-        program_.Document("mails.txt", kMails);
-        program_.Document("note.gz", Gzip("the passphrase, All rights reserved"));
-    }
-
-    Program::Run Run(std::string const& arguments) const {
-        std::size_t const command = std::min(arguments.find(' '), arguments.size());
-        return program_.Execute(arguments.substr(0, command) + " --root @ROOT" + arguments.substr(command));
-    }
-    json Findings(std::string const& task) const {
-        Program::Run const run = Run("findings --format json " + task);
-        EXPECT_EQ(run.status, 0) << run.err;
-        return run.Json().at("findings");
-    }
-    json History() const { return Run("tasks --format json").Json().at("tasks"); }
-    // A templates file in which a rule of the template "secrets" looks for words that a document has.
-    std::string Edited() const {
-        std::string templates = program_.Execute("templates").out;
-        std::string const rule = R"("passphrase", "min_count": 3)";
-        std::size_t const at = templates.find(rule);
-        EXPECT_NE(at, std::string::npos);
-        program_.tree().Write("my.json", templates.replace(at, rule.size(), "\"All rights\""));
-        return "--templates " + (program_.tree() / "my.json");
-    }
-    // A templates file with one template less.
-    std::string Fewer() const {
-        json templates = json::parse(program_.Execute("templates").out);
-        templates.at("templates").erase(4);
-        program_.tree().Write("fewer.json", templates.dump());
-        return "--templates " + (program_.tree() / "fewer.json");
-    }
-    std::set<std::string> CachesOf(std::string const& tpl) const {
-        std::set<std::string> caches;
-        for (auto const& entry : std::filesystem::directory_iterator(program_.tree() / ("root/cache/template/" + tpl)))
-            caches.insert(entry.path().filename());
-        return caches;
-    }
-    bool Exists(std::string const& below_root) const {
-        return std::filesystem::exists(program_.tree() / ("root/" + below_root));
-    }
-    static std::set<std::string> PathsAndVerdicts(json const& entries) {
-        std::set<std::string> texts;
-        for (json const& entry : entries)
-            texts.insert(entry.at("path").get<std::string>() + "\n" + entry.at("verdict").get<std::string>());
-        return texts;
-    }
-
-    Program program_;
-};
 
 TEST_F(Tasks, ScanIsATaskWithANameOfItsOwn) {
     json const summary = program_.Scan();
@@ -118,6 +63,11 @@ TEST_F(Tasks, HistoryAsTextIsATable) {
     EXPECT_THAT(Run("tasks").out,
                 MatchesRegex("TASK  STATUS    STARTED \\(UTC\\)        ENDED \\(UTC\\)          POLICY   SCANNED\n"
                              "one   finished  [-0-9]{10} [:0-9]{8}  [-0-9]{10} [:0-9]{8}  default  [^\n]*/docs\n"));
+}
+
+TEST_F(Tasks, HistoryAsTextIsATableAlsoWithTextsBeyondAscii) {
+    (void)program_.Scan("--task Täglich");
+    EXPECT_THAT(Run("tasks").out, MatchesRegex("TASK     STATUS    [^\n]*  SCANNED\nTäglich  finished  [^\n]*/docs\n"));
 }
 
 TEST_F(Tasks, HistoryWithoutTasksSaysSo) {
@@ -184,40 +134,6 @@ TEST_F(Tasks, FindingsWhoseAnswersAreGoneShowTheRecordedVerdict) {
     EXPECT_EQ(findings[0].at("verdict"), "");
     EXPECT_EQ(findings[0].at("recorded_verdict"), "E-mail addresses: 5\n");
     EXPECT_THAT(Run("findings one").out, HasSubstr("recorded at the time of the scan:\n      E-mail addresses: 5\n"));
-}
-
-TEST_F(Tasks, FindingThatCannotBeReadIsToldAndTheOthersListed) {
-    (void)program_.Scan("--task one --jobs 1");
-    {
-        std::fstream data(program_.tree() / "root/cache/task/one/cache",
-                          std::ios::in | std::ios::out | std::ios::binary);
-        data.write("\xff\xff\xff\x7f", 4);  // the first record's length
-    }
-    Program::Run const run = Run("findings one");
-    EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.err, "scanner: finding 1 cannot be read (code -18)\n");
-    EXPECT_THAT(run.out, StartsWith("2  "));
-}
-
-TEST_F(Tasks, FindingWhoseDataIsCutOffIsTold) {
-    (void)program_.Scan("--task one --jobs 1");
-    std::filesystem::resize_file(program_.tree() / "root/cache/task/one/cache", 2);
-    Program::Run const run = Run("findings one");
-    EXPECT_EQ(run.status, 2);
-    EXPECT_THAT(run.err, StartsWith("scanner: finding 1 cannot be read (code -13)\n"));
-    EXPECT_THAT(run.out, Not(HasSubstr("level: ")));
-}
-
-TEST_F(Tasks, FindingsWithoutTheirDefinitionsAreListed) {
-    (void)program_.Scan("--task one --jobs 1");
-    program_.tree().Write("root/cache/task/one/KeywordTemplate.arc", "damaged");
-    json const findings = Findings("one");
-    ASSERT_EQ(findings.size(), 2U);
-    EXPECT_EQ(findings[0].at("sn"), 1);
-    EXPECT_EQ(findings[1].at("sn"), 2);
-    EXPECT_FALSE(findings[0].at("templates").at(0).contains("name"));
-    EXPECT_EQ(findings[0].at("path"), program_.tree() / "docs/mails.txt");
-    EXPECT_EQ(findings[0].at("recorded_verdict"), "E-mail addresses: 5\n");
 }
 
 TEST_F(Tasks, ListingATaskThatFoundNothingGivesItNoDefinitions) {
@@ -353,23 +269,6 @@ TEST_F(Tasks, UnknownTaskIsAnError) {
     EXPECT_EQ(Run("findings").status, 2);
 }
 
-TEST_F(Tasks, TaskWhoseRecordCannotBeReadIsAnErrorAndNothingIsRemoved) {
-    (void)program_.Scan("--task one");
-    (void)program_.Scan("--task two");
-    for (std::string const& record :
-         {std::string("damaged"), program_.tree().Read("root/cache/task/two/ScanTask.arc")}) {
-        program_.tree().Write("root/cache/task/one/ScanTask.arc", record);
-        for (char const* command : {"findings", "remove"}) {
-            Program::Run const run = Run(std::string(command) + " one");
-            EXPECT_EQ(run.status, 2) << command;
-            EXPECT_EQ(run.out, "");
-            EXPECT_EQ(run.err, "scanner: there is a task \"one\", but its record cannot be read\n");
-        }
-    }
-    EXPECT_TRUE(Exists("cache/task/one/index"));
-    EXPECT_EQ(Findings("two").size(), 2U);
-}
-
 TEST_F(Tasks, CommandsNeedAnEarlierScanAndMakeNoRoot) {
     for (char const* command : {"tasks", "findings one", "remove one", "prune"}) {
         Program::Run const run = program_.Execute(std::string(command) + " --root @ROOT/new");
@@ -377,16 +276,6 @@ TEST_F(Tasks, CommandsNeedAnEarlierScanAndMakeNoRoot) {
         EXPECT_THAT(run.err, HasSubstr("nothing was scanned below ")) << command;
     }
     EXPECT_FALSE(Exists("new"));
-}
-
-TEST_F(Tasks, CommandsRefuseDamagedDefinitions) {
-    (void)program_.Scan("--task one");
-    program_.tree().Write("root/config/KeywordTemplate.arc", "damaged");
-    for (char const* command : {"tasks", "findings one", "remove one", "prune"}) {
-        EXPECT_EQ(Run(command).status, 2) << command;
-    }
-    EXPECT_EQ(CachesOf("secrets").size(), 1U);
-    EXPECT_TRUE(Exists("cache/task/one/ScanTask.arc"));
 }
 
 TEST_F(Tasks, CommandsTellWhenTheirOutputCannotBeWritten) {

@@ -1,0 +1,109 @@
+// Scans that are refused: they leave everything as it was.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <map>
+
+#include "host/policy/ScanTask.h"
+#include "tests/examples/scanner/ProgramTasks.h"
+
+namespace {
+
+using nlohmann::json;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class RefusedScans : public Tasks {
+  protected:
+    // What scans leave for later ones but for the answers: definitions, policies, tasks, counts.
+    [[nodiscard]] std::map<std::string, std::string> Remembered() const {
+        std::map<std::string, std::string> files;
+        for (char const* directory : {"root/config", "root/cache/task", "root/cache/sensrecord"}) {
+            for (auto const& entry : std::filesystem::recursive_directory_iterator(program_.tree() / directory)) {
+                std::string const path = entry.path();
+                std::string const name = path.substr(program_.tree().Path().size() + 1);
+                files[name] = entry.is_regular_file() ? program_.tree().Read(name) : "";
+            }
+        }
+        return files;
+    }
+    // As a signal would have left it.
+    void Interrupt(std::string const& task) const {
+        HString const path(program_.tree() / ("root/cache/task/" + task + "/ScanTask.arc"));
+        ScanTask record;
+        ASSERT_EQ(record.from_file(path), 0);
+        record.status = kTaskRunning;
+        ASSERT_EQ(record.to_file(path), 0);
+    }
+};
+
+TEST_F(RefusedScans, WithOtherTemplatesLeaveThePolicyAndTheTaskAsTheyAre) {
+    (void)program_.Scan("--task one");
+    auto const before = Remembered();
+    EXPECT_EQ(Run("scan --task one " + Fewer() + " @DOCS").status, 2);
+    EXPECT_TRUE(Remembered() == before);
+    EXPECT_EQ(program_.Scan("--task one").at("sensitive").at(0).at("found_times"), 2);
+}
+
+TEST_F(RefusedScans, LeaveInterruptedTasksToBeRepeated) {
+    for (char const* task : {"one", "two"})
+        (void)program_.Scan(std::string("--task ") + task);
+    Interrupt("one");
+    EXPECT_EQ(Run("scan --task two " + Fewer() + " @DOCS").status, 2);
+    EXPECT_THAT(Run("tasks").out, HasSubstr("one   interrupted  "));
+    (void)program_.Scan(Fewer());  // the policy does change
+    EXPECT_THAT(Run("tasks").out, ContainsRegex("\none +finished  "));
+}
+
+TEST_F(RefusedScans, OfAMissingPathKeepTheRulesThatAreInForce) {
+    (void)program_.Scan("--no-task");
+    std::set<std::string> const caches = CachesOf("secrets");
+    EXPECT_EQ(Run("scan " + Edited() + " @DOCS/missing").status, 2);
+    EXPECT_EQ(Run("prune").out, "Template caches removed: 0 of 5\n");
+    EXPECT_EQ(CachesOf("secrets"), caches);
+}
+
+TEST_F(RefusedScans, OfAMissingPathAreNotRemembered) {
+    (void)program_.Scan("--no-task");
+    for (char const* paths : {"@DOCS/missing", "@DOCS @DOCS/missing"}) {
+        Program::Run const run = Run(std::string("scan ") + paths);
+        EXPECT_EQ(run.status, 2) << paths;
+        EXPECT_EQ(run.err, "scanner: " + (program_.tree() / "docs/missing") + ": No such file or directory\n");
+    }
+    EXPECT_THAT(History(), IsEmpty());
+}
+
+TEST_F(RefusedScans, OfAMissingPathMakeNoRoot) {
+    EXPECT_EQ(program_.Execute("scan --root @ROOT/new @DOCS/missing").status, 2);
+    EXPECT_FALSE(Exists("new"));
+}
+
+TEST_F(RefusedScans, UnderAnIdThatNoFileCanHaveLeaveThePoliciesAsTheyAre) {
+    (void)program_.Scan("--task one");
+    auto const before = Remembered();
+    Program::Run const run = Run("scan --task " + std::string(300, 'x') + " " + Fewer() + " @DOCS");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.err, HasSubstr("the task cannot be recorded in "));
+    EXPECT_TRUE(Remembered() == before);
+}
+
+// Reading a directory sets the time of its last access when that lies before the last change.
+TEST_F(RefusedScans, DoNotWaitForTheListOfFiles) {
+    std::string const docs = program_.tree() / "docs";
+    auto const access_time = [&] {
+        struct stat status {};
+        EXPECT_EQ(::stat(docs.c_str(), &status), 0);
+        return status.st_atim.tv_sec;
+    };
+    timespec const long_ago[2] = {{1000, 0}, {2000, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, docs.c_str(), long_ago, 0), 0);
+    (void)program_.Scan("--task one");
+    if (access_time() == 1000) GTEST_SKIP() << "this file system keeps no access times";
+    ASSERT_EQ(::utimensat(AT_FDCWD, docs.c_str(), long_ago, 0), 0);
+    EXPECT_EQ(Run("scan --task one " + Fewer() + " @DOCS").status, 2);
+    EXPECT_EQ(access_time(), 1000);
+}
+
+}  // namespace
