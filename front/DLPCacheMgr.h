@@ -32,12 +32,14 @@ class TORVANE_API DLPCacheMgr {
     // Stores a scanned result: a sensitive one of task kind 0 is recorded against its task (AddTask), then AddTpl. The
     // result of a cancelled scan (status kScanCancelled) is dropped. kStored (0), kShapeRefused (also: no check param
     // or no task id), or the first code other than 0 of AddTask or AddTpl; after a failing AddTask nothing goes into
-    // the template caches. The duties of AddTpl hold here too.
+    // the template caches (AddTpl can still be called). The duties of AddTpl hold here too.
     int AddCache(QVKKeywordMatchResult const& result) const noexcept;
     // Records the one file of a sensitive result against the scan task of its check param, under the task's next serial
     // number. kStored; kShapeRefused: not exactly one file item (counting matched templates) with one match node and
-    // one attach node per matched template id; kNoTaskCache: no such task, or no thread for its writer; else a negative
-    // code of the task's writer.
+    // one attach node per matched template id; kNoTaskCache: no such task, a task whose record cannot be read, or one
+    // whose store or writer's thread cannot be had for now (the next call tries again); else a negative code of the
+    // task's writer. kTaskFileNotEncoded (-17) among them also means a verdict or an extra text of more than 32767
+    // units or with a zero character: the same file gets it each time, so that AddCache never stores its answers.
     int AddTask(QVKKeywordMatchResult const& result) const noexcept;
 
     // Stores every template's answer of a scanned result. kStored, or kShapeRefused when a match node has not exactly

@@ -3,7 +3,9 @@
 namespace DLPCache {
 
 // What a task's store and writer answer; they pass the negative codes of the record store on
-// (storage/DLPCacheCodes.h).
+// (storage/DLPCacheCodes.h), two of which have the value of a code below. From Find -13 is kTaskTplGone when the file
+// is filled, and the store's kDataUnreadable when its path is empty. From Add -15 is the store's kNoIndex only for a
+// file that has template ids, a path and an MD5; from Find it is always that.
 enum TaskCode : int {
     kTaskFileFound = 2,         // Find: found, and every template of it is in the task's definitions
     kTaskFileEmpty = 1,         // Find: present without data
