@@ -1,9 +1,8 @@
 #include "sensrecord/DLPCacheSensRecord.h"
 
-#include <cstddef>
-
 #include "host/base/HFile.h"
 #include "host/base/NoThrow.h"
+#include "host/base/ParentPath.h"
 #include "host/policy/KwIdName.h"
 #include "host/policy/KwLocateMgr.h"
 #include "sensrecord/DLPCachePolicyHash.h"
@@ -33,9 +32,7 @@ Place PlaceOf(QVKPolicySensitiveFileAuditNode const& node) {
     Place place;
     place.top = KwLocateMgr::pins()->get_sens_record_path(HString(true), true);
     if (place.top.empty()) return place;  // never a path of its own: that would be relative
-    place.all = place.top;
-    place.all.dir_fit(false);
-    place.all.cut_to(static_cast<std::size_t>(place.all.length() - place.all.get_short_name().length()));
+    place.all = Varnok::ParentPath(place.top);
     place.directory = place.top;
     place.directory << Varnok::IdToFileName(node.header().id);
     place.directory.dir_fit(true);

@@ -17,11 +17,6 @@ bool IsDirOrMissing(HString const& path) {
     return path.not_empty() && !HFile::IsFileExistFile(path);
 }
 
-// What cannot be looked at is not known to be anything else.
-bool IsTaken(HString const& path) noexcept {
-    return HFile::IsFileExistFile(path) && !HFile::IsFileExistDir(path);
-}
-
 bool IsTaskDirectory(HString const& directory, HString const& task_id) {
     KwLocateMgr const& paths = *KwLocateMgr::pins();
     return HFile::IsFileExistDir(directory) && HFile::IsFileExistDir(paths.get_task_path(false)) &&
@@ -55,7 +50,7 @@ bool IsTaskDirectoryTaken(HString const& task_id) {
     HString const tasks_path = paths.get_task_path(false);
     HString const path = paths.get_task_path(task_id, false);
     if (tasks_path.empty() || path.empty()) throw std::bad_alloc();
-    return IsTaken(tasks_path) || IsTaken(path);
+    return HFile::IsOtherThanDir(tasks_path) || HFile::IsOtherThanDir(path);
 }
 
 int DeleteTaskDirectory(HString const& task_id) {

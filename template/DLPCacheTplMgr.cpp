@@ -1,7 +1,6 @@
 #include "template/DLPCacheTplMgr.h"
 
 #include <cerrno>
-#include <cstddef>
 #include <new>
 #include <utility>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "host/base/HDirSnap.h"
 #include "host/base/HFile.h"
 #include "host/base/NoThrow.h"
+#include "host/base/ParentPath.h"
 #include "host/base/Retained.h"
 #include "host/policy/KwDefineMgr.h"
 #include "host/policy/KwIdName.h"
@@ -63,13 +63,6 @@ bool IsCacheDirectory(HString const& directory) {
     HString id;
     return names.size() == 2 && Varnok::FileNameToId(names[0], id) && Varnok::FileNameToId(names[1], id) &&
            HFile::IsFileExistDir(HString(top) << names[0]) && HFile::IsFileExistDir(directory);
-}
-
-HString ParentOf(HString const& directory) {
-    HString parent = directory;
-    parent.dir_fit(false);
-    parent.cut_to(static_cast<std::size_t>(parent.length() - parent.get_short_name().length()));
-    return parent.dir_fit(false);
 }
 
 void DeleteInvalid(HString const& directory) {
@@ -174,7 +167,7 @@ bool DLPCacheTplMgr::DeleteCache(HString const& md5) noexcept {
             return false;
         }
         HString const tpl_file = DLPCache::TplSnapshotFile(directory);
-        HString const parent = ParentOf(directory);
+        HString const parent = Varnok::ParentPath(directory);
         bool const behind_link = HFile::IsFileExistDir(directory) && !HFile::IsFileExistDir(parent);
         // From here on the cache is gone, whatever fails; nothing throws.
         entry->second->Retire();

@@ -1,11 +1,11 @@
 #include "text/DLPCacheText.h"
 
 #include <cerrno>
-#include <cstddef>
 #include <utility>
 
 #include "host/base/HFile.h"
 #include "host/base/NoThrow.h"
+#include "host/base/ParentPath.h"
 #include "host/policy/KwIdName.h"
 #include "host/policy/KwLocateMgr.h"
 #include "storage/DLPCacheLog.h"
@@ -30,9 +30,9 @@ constexpr int kOwnLevels = 3;  // <task path>/<task id>/text
 bool IsPlaceFree(HString const& directory) {
     HString path = directory;
     for (int level = 0; level < kOwnLevels; ++level) {
-        // Both are true of what cannot be looked at: reading and writing tell.
-        if (HFile::IsFileExistFile(path.dir_fit(false)) && !HFile::IsFileExistDir(path)) return false;
-        path.cut_to(static_cast<std::size_t>(path.length() - path.get_short_name().length()));
+        // Of what cannot be looked at reading and writing tell.
+        if (HFile::IsOtherThanDir(path)) return false;
+        path = Varnok::ParentPath(path);
     }
     return directory.not_empty();
 }

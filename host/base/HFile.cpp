@@ -126,6 +126,11 @@ bool HFile::IsOtherThanFile(HString const& path) noexcept {
     return StatusOf(path, status) == 0 && !S_ISREG(status.st_mode);
 }
 
+bool HFile::IsOtherThanDir(HString const& path) noexcept {
+    struct stat status {};
+    return StatusOf(path, status) == 0 && !S_ISDIR(status.st_mode);
+}
+
 bool HFile::IsDirEmpty(HString const& path) noexcept {
     NarrowPath narrow(path);
     if (narrow.Error() != 0) return false;

@@ -19,6 +19,8 @@ class TORVANE_API HFile {
     // True only when it is known that something stands there that is no regular file: a directory, a symbolic link, a
     // FIFO. It can never be read as a file, however often that is tried.
     [[nodiscard]] static bool IsOtherThanFile(HString const& path) noexcept;
+    // The same for a directory: a file or a symbolic link, for instance, stands in its place.
+    [[nodiscard]] static bool IsOtherThanDir(HString const& path) noexcept;
     // True only when the directory was read and holds nothing.
     [[nodiscard]] static bool IsDirEmpty(HString const& path) noexcept;
     // Size in bytes, or -1.

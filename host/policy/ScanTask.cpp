@@ -8,6 +8,7 @@
 
 #include "host/base/HFile.h"
 #include "host/base/NoThrow.h"
+#include "host/base/ParentPath.h"
 #include "host/policy/ArchiveFile.h"
 #include "host/policy/ArchiveReader.h"
 #include "host/policy/ArchiveWriter.h"
@@ -64,13 +65,6 @@ void Reset(ScanTask& task) noexcept {
     task = std::move(fresh);
 }
 
-// The directory that a file lies in; empty when the path names none.
-HString ParentOf(HString const& path) {
-    HString parent = path;
-    parent.cut_to(path.view().size() - path.get_short_name().view().size());
-    return parent;
-}
-
 }  // namespace
 
 QVKPolicySensitiveFileAuditNode const& ScanTask::audit_node() const noexcept {
@@ -90,7 +84,7 @@ int ScanTask::to_file(HString const& path) const noexcept {
         std::string const body = Encode(*this);
         int const error = Varnok::WriteArchive(path, kTag, kRecords, body);
         // The directory is nearly always there: it is looked at only when the record found no place.
-        if (error != ENOENT || !Varnok::MakeDir(ParentOf(path))) return error;
+        if (error != ENOENT || !Varnok::MakeDir(Varnok::ParentPath(path))) return error;
         return Varnok::WriteArchive(path, kTag, kRecords, body);
     });
 }
