@@ -10,18 +10,10 @@
 #include "task/DLPCacheTaskLog.h"
 #include "task/DLPCacheTaskMgr.h"
 #include "template/DLPCacheTplMgr.h"
+#include "template/DLPCacheTplState.h"
 #include "template/DLPCacheTplUse.h"
 
 namespace {
-
-// Whether the template is still defined, but under another MD5.
-bool IsOutdated(HString const& tpl_id, HString const& md5) noexcept {
-    KwDefineMgr const* const current = KwDefineMgr::pins();
-    auto const* tpl = current ? current->get_tpl_by_id(tpl_id) : nullptr;
-    if (!tpl) return false;
-    HString const current_md5 = current->get_md5_by_tpl(*tpl);
-    return current_md5.not_empty() && current_md5 != md5;
-}
 
 // The template caches that only this task still needs. Nothing is deleted on what could not be read.
 void DeleteTplCaches(ScanTask const& task, DLPCacheTask const* opened, DLPCacheTplMgr& caches) {
@@ -32,7 +24,8 @@ void DeleteTplCaches(ScanTask const& task, DLPCacheTask const* opened, DLPCacheT
         auto const* tpl = definitions.get()->get_tpl_by_id(tpl_id);
         if (!tpl) continue;
         HString const md5 = definitions.get()->get_md5_by_tpl(*tpl);
-        if (md5.empty() || !IsOutdated(tpl_id, md5) || others.IsUsed(tpl_id, md5)) continue;
+        if (md5.empty() || DLPCache::StateOfTpl(tpl_id, md5) != DLPCache::TplState::kOther) continue;
+        if (others.IsUsed(tpl_id, md5)) continue;
         (void)caches.DeleteCache(md5);
     }
 }
