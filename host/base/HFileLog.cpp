@@ -16,6 +16,7 @@
 #include "host/base/LocateMgr.h"
 #include "host/base/LogText.h"
 #include "host/base/NarrowPath.h"
+#include "host/base/NeverDestroyed.h"
 #include "host/base/NoThrow.h"
 
 namespace {
@@ -59,9 +60,8 @@ HFileLog::~HFileLog() {
 }
 
 HFileLog* HFileLog::ins() noexcept {
-    alignas(HFileLog) static unsigned char storage[sizeof(HFileLog)];
-    static HFileLog* const instance = new (storage) HFileLog;
-    return instance;
+    static Varnok::NeverDestroyed<HFileLog> const instance([](void* place) { return new (place) HFileLog; });
+    return instance.get();
 }
 
 HLogRecord HFileLog::get(int level, wchar_t const* source, int line) const noexcept {

@@ -14,6 +14,7 @@
 #include "host/base/HMutex.h"
 #include "host/base/LanguageTexts.h"
 #include "host/base/LocateMgr.h"
+#include "host/base/NeverDestroyed.h"
 #include "host/base/NoThrow.h"
 #include "host/base/Retained.h"
 
@@ -30,8 +31,7 @@ constinit std::atomic<Table const*> current{nullptr};
 
 // Held while a table is read, so that it is read once.
 HMutex& ReadMutex() noexcept {
-    alignas(HMutex) static unsigned char storage[sizeof(HMutex)];
-    static HMutex* const mutex = new (storage) HMutex;
+    static Varnok::NeverDestroyed<HMutex> const mutex([](void* place) { return new (place) HMutex; });
     return *mutex;
 }
 

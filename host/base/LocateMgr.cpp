@@ -8,6 +8,7 @@
 #include <new>
 
 #include "host/base/HAutoMutex.h"
+#include "host/base/NeverDestroyed.h"
 #include "host/base/NoThrow.h"
 
 namespace {
@@ -51,9 +52,8 @@ HString Absolute(HString const& path) {
 namespace Varnok {
 
 LocateMgr* LocateMgr::pins() noexcept {
-    alignas(LocateMgr) static unsigned char storage[sizeof(LocateMgr)];
-    static LocateMgr* const instance = new (storage) LocateMgr;
-    return instance;
+    static NeverDestroyed<LocateMgr> const instance([](void* place) { return new (place) LocateMgr; });
+    return instance.get();
 }
 
 void LocateMgr::set_root(HString const& path) noexcept {

@@ -4,13 +4,13 @@
 #include <new>
 #include <utility>
 
+#include "host/base/NeverDestroyed.h"
 #include "host/policy/ArchiveReader.h"
 #include "host/policy/ArchiveWriter.h"
 
 QVKPolicyCommon const& QVKPolicySensitiveFileAuditNode::header() const noexcept {
-    alignas(QVKPolicyCommon) static unsigned char storage[sizeof(QVKPolicyCommon)];
-    static QVKPolicyCommon const& none = *new (storage) QVKPolicyCommon;  // never destroyed
-    return policy ? *policy : none;
+    static Varnok::NeverDestroyed<QVKPolicyCommon> const none([](void* place) { return new (place) QVKPolicyCommon; });
+    return policy ? *policy : *none;
 }
 
 void QVKPolicySensitiveFileAuditNode::Encode(Varnok::ArchiveWriter& writer) const {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "host/base/HFile.h"
+#include "host/base/NeverDestroyed.h"
 #include "host/base/NoThrow.h"
 #include "host/base/ParentPath.h"
 #include "host/policy/ArchiveFile.h"
@@ -69,10 +70,9 @@ void Reset(ScanTask& task) noexcept {
 
 QVKPolicySensitiveFileAuditNode const& ScanTask::audit_node() const noexcept {
     using Node = QVKPolicySensitiveFileAuditNode;
-    alignas(Node) static unsigned char storage[sizeof(Node)];
-    static Node const& none =
-        *new (storage) Node{.policy = nullptr, .tpl_ids = {}};  // takes no memory; never destroyed
-    return policy && policy->audit_node ? *policy->audit_node : none;
+    static Varnok::NeverDestroyed<Node> const none(
+        [](void* place) { return new (place) Node{.policy = nullptr, .tpl_ids = {}}; });  // takes no memory
+    return policy && policy->audit_node ? *policy->audit_node : *none;
 }
 
 unsigned char ScanTask::kind() const noexcept {
