@@ -1,6 +1,9 @@
 #include "sensrecord/DLPCacheSensRecord.h"
 
+#include <utility>
+
 #include "host/base/HFile.h"
+#include "host/base/LocateMgr.h"
 #include "host/base/NoThrow.h"
 #include "host/base/ParentPath.h"
 #include "host/policy/KwIdName.h"
@@ -18,18 +21,35 @@ namespace {
 constexpr int kCapacity = 100000;                                      // buckets of a store's index
 constexpr long long kLeastIndex = IndexHead::kSize + IndexKey::kSize;  // bytes of an index with a slot
 
-// Where a policy's counts lie. All empty without memory for the path above them.
-struct Place {
+}  // namespace
+
+// Where a policy's counts lie, and what that was worked out from. All paths are empty without memory for the one above
+// them.
+struct SensRecordPlace {
+    unsigned root = 0;  // generation of the root directory
+    HString policy_id;
+    long long time_stamp = 0;
     HString all;        // the directory of every way of counting
     HString top;        // in it that of all policies
     HString directory;  // the policy's own
     HString marker;     // the file in it that is named by the policy's version
     HString index;
     HString data;
+
+    [[nodiscard]] bool IsOf(QVKPolicyCommon const& policy, unsigned root_now) const noexcept {
+        return root == root_now && time_stamp == policy.time_stamp && policy_id == policy.id;
+    }
 };
 
-Place PlaceOf(QVKPolicySensitiveFileAuditNode const& node) {
+namespace {
+
+using Place = SensRecordPlace;
+
+Place PlaceOf(QVKPolicySensitiveFileAuditNode const& node, unsigned root) {
     Place place;
+    place.root = root;
+    place.policy_id = node.header().id;
+    place.time_stamp = node.header().time_stamp;
     place.top = KwLocateMgr::pins()->get_sens_record_path(HString(true), true);
     if (place.top.empty()) return place;  // never a path of its own: that would be relative
     place.all = Varnok::ParentPath(place.top);
@@ -97,8 +117,14 @@ void DLPCacheSensRecord::Update(QVKPolicySensitiveFileAuditNode const& node) noe
 }
 
 void DLPCacheSensRecord::PointAt(QVKPolicySensitiveFileAuditNode const& node) {
-    Place const place = PlaceOf(node);
-    if (place.top.empty()) return;
+    unsigned const root = Varnok::LocateMgr::pins()->generation();
+    if (!place_ || !place_->IsOf(node.header(), root)) {
+        place_ = nullptr;
+        auto found = std::make_unique<Place>(PlaceOf(node, root));
+        if (found->top.empty()) return;
+        place_ = std::move(found);
+    }
+    Place const& place = *place_;
     Version const version = LookFor(place);
     if (version == Version::kUnknown) return;
     if (version == Version::kMissing) {

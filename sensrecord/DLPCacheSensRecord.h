@@ -13,6 +13,7 @@
 namespace DLPCache {
 
 class Manager;
+struct SensRecordPlace;
 
 // The found-times of the files of one record key, under one version of one policy at a time. They lie in the policy's
 // directory below KwLocateMgr::get_sens_record_path, beside an empty marker file that is named by the policy's version.
@@ -54,7 +55,8 @@ class TORVANE_API DLPCacheSensRecord {
     std::map<HString, std::unique_ptr<Manager>> stores_;  // the open ones, by directory
     // Those of earlier versions: nobody uses them, but to let one go takes memory, so they wait for the destructor.
     std::multimap<HString, std::unique_ptr<Manager>> forgotten_;
-    Manager* manager_ = nullptr;  // the one of the last Update; null until the first, or when that failed
+    std::unique_ptr<SensRecordPlace> place_;  // of the last Update; null until the first, or when that failed
+    Manager* manager_ = nullptr;              // the one of the last Update; null until the first, or when that failed
 };
 
 }  // namespace DLPCache

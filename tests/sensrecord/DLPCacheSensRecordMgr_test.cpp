@@ -3,6 +3,7 @@
 #include <climits>
 #include <thread>
 
+#include "host/policy/KwLocateMgr.h"
 #include "sensrecord/DLPCacheSensRecord.h"
 #include "tests/sensrecord/SensRecordFixture.h"
 
@@ -64,6 +65,14 @@ TEST_F(SensRecordMgrTest, CountsAreKeptForALaterProcess) {
     EXPECT_EQ(Count("/a.txt"), 4);
     SetStamp(kStamp + 1);
     EXPECT_EQ(CountLater("/a.txt"), 1);
+}
+
+TEST_F(SensRecordMgrTest, AnotherRootHasItsOwnCounts) {
+    CountTimes(2, "/a.txt");
+    TempRoot const other;
+    EXPECT_EQ(Count("/a.txt"), 1);
+    KwLocateMgr::pins()->set_root(HString(root_.Path()));
+    EXPECT_EQ(Count("/a.txt"), 3);
 }
 
 TEST_F(SensRecordMgrTest, PoliciesCountApart) {
