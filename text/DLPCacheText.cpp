@@ -42,6 +42,16 @@ bool MayUse(HString const& directory) noexcept {
     return NoThrow(false, [&] { return IsPlaceFree(directory); });
 }
 
+// In place of an older file. A path is empty without memory.
+void Write(HString const& path, QVKKeywordText const& text) noexcept {
+    if (path.empty()) return;
+    // There is no file of a name that is too long for one.
+    if (HFile::IsFileExistFile(path) && HFile::delete_file2(path) != ENAMETOOLONG) {
+        kLog.Write(kLogWarning, 156, "conflict exist, cover !!!!!!!!!!");
+    }
+    (void)text.to_file(path);
+}
+
 }  // namespace
 
 DLPCacheText::DLPCacheText(HString const& taskId) noexcept
@@ -64,18 +74,14 @@ HString DLPCacheText::GetFileArcCache(HString const& name) const noexcept {
 }
 
 int DLPCacheText::Add(HString const& name, QVKKeywordText const& text) const noexcept {
-    if (MayUse(directory_) && !HFile::IsFileExistDir(directory_)) (void)Varnok::MakeDir(directory_);
-    return IsKeepable(text) ? WriteArcCache(name, text) : kTextNotKeepable;
+    bool const usable = MayUse(directory_) && (HFile::IsFileExistDir(directory_) || Varnok::MakeDir(directory_));
+    if (!IsKeepable(text)) return kTextNotKeepable;
+    if (usable) Write(GetFileArcCache(name), text);
+    return kTextStored;
 }
 
 int DLPCacheText::WriteArcCache(HString const& name, QVKKeywordText const& text) const noexcept {
-    HString const path = GetFileArcCache(name);
-    if (path.empty() || !MayUse(directory_) || !HFile::IsFileExistDir(directory_)) return kTextStored;
-    // There is no file of a name that is too long for one.
-    if (HFile::IsFileExistFile(path) && HFile::delete_file2(path) != ENAMETOOLONG) {
-        kLog.Write(kLogWarning, 156, "conflict exist, cover !!!!!!!!!!");
-    }
-    (void)text.to_file(path);
+    if (MayUse(directory_) && HFile::IsFileExistDir(directory_)) Write(GetFileArcCache(name), text);
     return kTextStored;
 }
 
