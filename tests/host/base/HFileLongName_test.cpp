@@ -1,7 +1,6 @@
 // Replacing files whose names leave no room for that of a temporary file.
 #include <cerrno>
 #include <filesystem>
-#include <thread>
 
 #include "host/base/HFile.h"
 #include "tests/support/OnAllThreads.h"
