@@ -10,7 +10,9 @@
 #include <vector>
 
 #include "bench/AnswerStore.h"
+#include "bench/Counting.h"
 #include "bench/Require.h"
+#include "bench/TaskRoot.h"
 #include "bench/TemplateRoot.h"
 #include "bench/peers/Store.h"
 
@@ -59,6 +61,24 @@ std::function<void(std::size_t)> Query(std::size_t templates) {
     return [&root, check = root.Check(0, 0, templates)](std::size_t) { root.Query(check); };
 }
 
+// Into the queue and from there into the store, by the one thread.
+std::function<void(std::size_t)> WriteFinding() {
+    auto const root = std::make_shared<TaskRoot>(1);
+    auto const writer = std::make_shared<DLPCacheTask>(root->registry().GetTask(TaskId(0)));
+    return [root, writer, finding = MakeFinding(0)](std::size_t) {
+        Require(writer->AddNumbered(finding) == DLPCache::kTaskFileStored && writer->WriteFirst(),
+                "a finding was lost");
+    };
+}
+
+std::function<void(std::size_t)> CountFirst() {
+    return [counting = std::make_shared<Counting>(1)](std::size_t i) { counting->CountFirst(i); };
+}
+
+std::function<void(std::size_t)> CountAgain() {
+    return [counting = std::make_shared<Counting>(1)](std::size_t) { counting->CountOften(); };
+}
+
 std::vector<Counted> Operations() {
     return {
         {"index-find", "Index::Find, hit in the first slot", FindInIndex},
@@ -68,6 +88,9 @@ std::vector<Counted> Operations() {
         {"template-find", "DLPCacheTpl::Find, matched", FindInTemplate},
         {"query-1", "QueryCache, one file, one template, full hit", [] { return Query(1); }},
         {"query-20", "QueryCache, one file, 20 templates, full hit", [] { return Query(20); }},
+        {"finding-write", "a finding, queued and written", WriteFinding},
+        {"count-first", "the first count of a file", CountFirst},
+        {"count-again", "a later count of a file, up to its 300th", CountAgain},
     };
 }
 

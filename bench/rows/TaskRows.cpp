@@ -125,7 +125,13 @@ Round DrainAll() {
     constexpr int kFindings = 100000;
     auto const recording = std::make_shared<Recording>();
     auto const floor = std::make_shared<RawDrain>();
-    return [recording, floor] { return Sample{recording->Drain(kFindings), floor->Run(kFindings)}; };
+    // Neither has the better place in every round.
+    return [recording, floor, floor_first = false]() mutable {
+        floor_first = !floor_first;
+        double const raw = floor_first ? floor->Run(kFindings) : 0;
+        double const ours = recording->Drain(kFindings);
+        return Sample{ours, floor_first ? raw : floor->Run(kFindings)};
+    };
 }
 
 Round FindStored() {
