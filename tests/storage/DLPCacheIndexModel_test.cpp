@@ -6,7 +6,7 @@
 
 #include "storage/DLPCacheIndex.h"
 #include "tests/storage/IndexModel.h"
-#include "tests/storage/Seed.h"
+#include "tests/support/Seed.h"
 #include "tests/support/TempRoot.h"
 
 namespace {

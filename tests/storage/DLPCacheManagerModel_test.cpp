@@ -4,7 +4,7 @@
 
 #include "tests/storage/IndexModel.h"
 #include "tests/storage/ManagerFixture.h"
-#include "tests/storage/Seed.h"
+#include "tests/support/Seed.h"
 
 namespace {
 

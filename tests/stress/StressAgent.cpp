@@ -42,8 +42,8 @@ std::vector<HString> MakeMd5s(std::size_t count) {
     return md5s;
 }
 
-Agent::Agent(std::string const& root) {
-    SetBucketCount(root, std::to_string(kBuckets));
+Agent::Agent(std::string const& root, int buckets) {
+    SetBucketCount(root, std::to_string(buckets));
     Install();
 }
 

@@ -27,8 +27,8 @@ inline constexpr int kAbsent = -1;
 // The agent's definitions: each template's rule is in one of two states, or the template is not defined.
 class Agent {
   public:
-    // Writes the bucket count into the settings of `root`, then installs the first definitions.
-    explicit Agent(std::string const& root);
+    // Writes the bucket count of each cache's index into the settings of `root`, then installs the first definitions.
+    explicit Agent(std::string const& root, int buckets = kBuckets);
 
     // Held shared, the definitions do not change.
     [[nodiscard]] std::shared_mutex& Gate() { return gate_; }

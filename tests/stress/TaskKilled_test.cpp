@@ -28,6 +28,7 @@
 #include "task/DLPCacheTaskMgr.h"
 #include "template/DLPCacheTplMgr.h"
 #include "tests/stress/StressAgent.h"
+#include "tests/support/Seed.h"
 #include "tests/support/TempRoot.h"
 
 namespace {
@@ -36,8 +37,9 @@ using namespace stress;
 
 constexpr int kFamilies = 8;
 constexpr int kThreads = 4;
-constexpr int kMost = 20000;       // answers or findings of one thread, over all lives
-constexpr int kSample = 300;       // of what earlier lives acknowledged, looked at by each new one
+constexpr int kMost = 20000;           // answers or findings of one thread, over all lives
+constexpr int kBucketsForMany = 1009;  // chains form, but tens of thousands of answers do not take hours
+constexpr int kSample = 300;       // of the answers that earlier lives have checked, looked at again by each new one
 constexpr int kLongestLife = 900;  // milliseconds
 constexpr int kPatience = 120000;  // milliseconds until a queue must be written in the last life
 constexpr signed char kNotAcknowledged = -1;
@@ -46,7 +48,9 @@ constexpr signed char kNotAcknowledged = -1;
 struct Notes {
     std::atomic<int> answers_begun;
     std::atomic<int> findings_begun;
-    std::atomic<int> checked;                             // by later lives
+    std::atomic<int> answers_settled;  // a later life has checked all before this one
+    std::atomic<int> findings_settled;
+    std::atomic<int> checked;                             // all in all
     std::array<std::atomic<signed char>, kMost> answers;  // what Add returned
     std::array<std::atomic<bool>, kMost> findings;        // written, as WaitWritten said
 };
@@ -54,6 +58,7 @@ struct Notes {
 struct FamilyNotes {
     std::array<Notes, kThreads> threads;
     std::atomic<int> lives;
+    std::atomic<int> last_sn;  // when all before findings_settled had been checked
 };
 
 // Memory that child processes share with their parent, zero at first.
@@ -84,7 +89,7 @@ class Life {
   public:
     Life(std::string const& root, FamilyNotes& notes) : notes_(notes), life_(notes.lives.fetch_add(1)) {
         KwLocateMgr::pins()->set_root(HString(root));
-        agent_ = std::make_unique<Agent>(root);
+        agent_ = std::make_unique<Agent>(root, kBucketsForMany);
         auto const* const tpl = KwDefineMgr::pins()->get_tpl_by_id(HString(TplId(0)));
         answers_ = DLPCacheTplMgr::pins()->GetCache(*tpl, KwDefineMgr::pins()->get_md5_by_tpl(*tpl));
         Demand(answers_ != nullptr, "the template's cache is missing");
@@ -93,25 +98,28 @@ class Life {
         Demand(findings_ != nullptr, "the task has no writer");
     }
 
-    void CheckSample() {
-        ReadFindings();
+    // What no earlier life has checked, and a sample of the answers that it has. The checks would take longer with each
+    // life otherwise.
+    void CheckWhatIsNew() {
+        int const last_sn = ReadFindings(notes_.last_sn);
         std::mt19937 random(static_cast<unsigned>(life_));
         for (int thread = 0; thread < kThreads; ++thread) {
-            Notes& notes = notes_.threads[static_cast<std::size_t>(thread)];
-            int const begun = notes.answers_begun;
-            for (int i = 0; i < std::min(kSample, begun); ++i)
-                CheckAnswer(thread, static_cast<int>(random() % static_cast<unsigned>(begun)));
-            CheckFindings(thread);
+            Notes& notes = NotesOf(thread);
+            if (int const settled = notes.answers_settled; settled > 0) {
+                for (int i = 0; i < kSample; ++i)
+                    CheckAnswer(thread, static_cast<int>(random() % static_cast<unsigned>(settled)));
+            }
+            Check(thread, notes.answers_settled, notes.findings_settled);
+            notes.answers_settled = notes.answers_begun.load();
+            notes.findings_settled = notes.findings_begun.load();
         }
+        notes_.last_sn = last_sn;
     }
     void CheckAll() {
         Demand(findings_->WaitWritten(kPatience), "the queue does not get empty");
-        ReadFindings();
-        for (int thread = 0; thread < kThreads; ++thread) {
-            for (int i = 0; i < notes_.threads[static_cast<std::size_t>(thread)].answers_begun; ++i)
-                CheckAnswer(thread, i);
-            CheckFindings(thread);
-        }
+        ReadFindings(0);
+        for (int thread = 0; thread < kThreads; ++thread)
+            Check(thread, 0, 0);
     }
     // Until the process is killed.
     [[noreturn]] void Work() {
@@ -163,8 +171,10 @@ class Life {
         return file;
     }
 
+    [[nodiscard]] Notes& NotesOf(int thread) const { return notes_.threads[static_cast<std::size_t>(thread)]; }
+
     void Record(int thread) {
-        Notes& notes = notes_.threads[static_cast<std::size_t>(thread)];
+        Notes& notes = NotesOf(thread);
         std::vector<int> queued;
         while (notes.answers_begun < kMost - 10 && notes.findings_begun < kMost - 10) {
             for (int i = 0; i < 5; ++i) {
@@ -185,8 +195,15 @@ class Life {
         }
     }
 
+    void Check(int thread, int first_answer, int first_finding) {
+        for (int i = first_answer; i < NotesOf(thread).answers_begun; ++i)
+            CheckAnswer(thread, i);
+        for (int i = first_finding; i < NotesOf(thread).findings_begun; ++i)
+            CheckFinding(thread, i);
+    }
+
     void CheckAnswer(int thread, int number) {
-        Notes& notes = notes_.threads[static_cast<std::size_t>(thread)];
+        Notes& notes = NotesOf(thread);
         int const code = notes.answers[static_cast<std::size_t>(number)];
         if (code == kNotAcknowledged) return;
         QVKReportKeywordAttachNode node;
@@ -199,36 +216,38 @@ class Life {
                           thread, number, found);
         Demand(found == DLPCache::kTplMatched && code == DLPCache::kTplStored, "an answer is lost", thread, number,
                found);
-        Demand(name == HString(Name(thread, number)) && text == TextOf(thread, number) && node.items.size() == 1 &&
-                   node.items[0].match_count == NodeOf(thread, number).items[0].match_count,
+        Demand(name == HString(Name(thread, number)) && text == TextOf(thread, number) && node.items.size() == 1,
+               "an answer has changed", thread, number, found);
+        QVKReportKeywordAttachItem const& item = node.items[0];
+        QVKReportKeywordAttachItem const stored = NodeOf(thread, number).items[0];
+        Demand(item.tpl_id == HString(TplId(0)) && item.rule_id == stored.rule_id && item.sub_type == stored.sub_type &&
+                   item.match_count == stored.match_count,
                "an answer has changed", thread, number, found);
     }
 
-    // Every finding that is in the store.
-    void ReadFindings() {
+    // Every finding that is in the store under a later number than this. Returns the last number.
+    int ReadFindings(int sn) {
         stored_.clear();
         SensFile file;
-        for (int sn = 1;; ++sn) {
-            int const code = findings_->Find(sn, file);
-            if (code == DLPCache::kTaskFileAbsent) return;
+        for (;;) {
+            int const code = findings_->Find(++sn, file);
+            if (code == DLPCache::kTaskFileAbsent) return sn - 1;
             Demand(code == DLPCache::kTaskFileFound && file.sn == sn, "a finding cannot be read", -1, sn, code);
             std::string path = file.file_path.get_str();
             Demand(stored_.emplace(std::move(path), file).second, "a finding has two numbers", -1, sn);
         }
     }
-    void CheckFindings(int thread) {
-        Notes& notes = notes_.threads[static_cast<std::size_t>(thread)];
-        for (int number = 0; number < notes.findings_begun; ++number) {
-            if (!notes.findings[static_cast<std::size_t>(number)]) continue;
-            SensFile const expected = FindingOf(thread, number);
-            auto const found = stored_.find(expected.file_path.get_str());
-            Demand(found != stored_.end(), "a finding is lost", thread, number);
-            SensFile const& file = found->second;
-            Demand(file.file_md5 == expected.file_md5 && file.file_attrs == expected.file_attrs &&
-                       file.tpl_ids == expected.tpl_ids && file.extra_1 == expected.extra_1 && file.extra_2.empty(),
-                   "a finding has changed", thread, number);
-            ++notes.checked;
-        }
+    void CheckFinding(int thread, int number) {
+        Notes& notes = NotesOf(thread);
+        if (!notes.findings[static_cast<std::size_t>(number)]) return;
+        SensFile const expected = FindingOf(thread, number);
+        auto const found = stored_.find(expected.file_path.get_str());
+        Demand(found != stored_.end(), "a finding is lost", thread, number);
+        SensFile const& file = found->second;
+        Demand(file.file_md5 == expected.file_md5 && file.file_attrs == expected.file_attrs &&
+                   file.tpl_ids == expected.tpl_ids && file.extra_1 == expected.extra_1 && file.extra_2.empty(),
+               "a finding has changed", thread, number);
+        ++notes.checked;
     }
 
     FamilyNotes& notes_;
@@ -262,7 +281,7 @@ class Family {
         if (child_ != 0) return;
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         Life process(root_.Path(), *notes_);
-        process.CheckSample();
+        process.CheckWhatIsNew();
         process.Work();
     }
     [[nodiscard]] std::chrono::steady_clock::time_point death() const { return death_; }
@@ -285,6 +304,12 @@ class Family {
         child_ = -1;
         ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
     }
+    [[nodiscard]] int Checked() const {
+        int count = 0;
+        for (Notes const& notes : notes_->threads)
+            count += notes.checked;
+        return count;
+    }
     [[nodiscard]] int Acknowledged() const {
         int count = 0;
         for (Notes const& notes : notes_->threads)
@@ -300,7 +325,7 @@ class Family {
 };
 
 TEST(TaskKilledTest, WhatWasAcknowledgedSurvivesSuddenDeath) {
-    std::mt19937 random(static_cast<unsigned>(std::random_device{}()));
+    std::mt19937 random(TestSeed());
     std::vector<std::unique_ptr<Family>> families;
     for (int family = 0; family < kFamilies; ++family)
         families.push_back(std::make_unique<Family>());
@@ -313,13 +338,15 @@ TEST(TaskKilledTest, WhatWasAcknowledgedSurvivesSuddenDeath) {
         ASSERT_NO_FATAL_FAILURE((*next)->Kill());
         (*next)->BeginLife(random);
     }
-    int acknowledged = 0;
+    int acknowledged = 0, checked = 0;
     for (auto const& family : families) {
         ASSERT_NO_FATAL_FAILURE(family->Kill());
         ASSERT_NO_FATAL_FAILURE(family->LiveToTheEnd());
         acknowledged += family->Acknowledged();
+        checked += family->Checked();
     }
     EXPECT_GT(acknowledged, 0);
+    EXPECT_GT(checked, acknowledged);  // answers too
     RecordProperty("findings", acknowledged);
 }
 

@@ -12,7 +12,7 @@
 #include "host/policy/QVKPolicySensitiveFileAuditVTMgr.h"
 #include "task/DLPCacheTaskMgr.h"
 #include "template/DLPCacheTplMgr.h"
-#include "tests/storage/Seed.h"
+#include "tests/support/Seed.h"
 #include "tests/support/BucketCount.h"
 #include "tests/task/TaskModel.h"
 #include "tests/template/TplFixture.h"

@@ -1,7 +1,11 @@
 #include "task/DLPCacheTask.h"
 
+#include <unistd.h>
+
+#include <atomic>
 #include <climits>
 #include <filesystem>
+#include <thread>
 
 #include "tests/task/StoreFixture.h"
 
@@ -220,13 +224,25 @@ TEST_F(DLPCacheTaskTest, WritingAnEmptyQueueDoesNothing) {
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
+// Whether a thread of this process waits for something.
+bool Sleeps(int id) {
+    std::string const status = ReadBytes("/proc/self/task/" + std::to_string(id) + "/stat");
+    return status.find(") S ") != std::string::npos;
+}
+
 TEST_F(DLPCacheTaskTest, WaiterIsWokenByTheLastWrite) {
     for (char const* path : {"/a", "/b"})
         ASSERT_EQ(writer_->AddNumbered(MakeFile(path)), 1);
     EXPECT_FALSE(writer_->WaitWritten(0));
     EXPECT_FALSE(writer_->WaitWritten(-1));
     bool written = false;
-    std::thread waiter([&] { written = writer_->WaitWritten(INT_MAX); });
+    std::atomic<int> id{0};
+    std::thread waiter([&] {
+        id = ::gettid();
+        written = writer_->WaitWritten(INT_MAX);
+    });
+    while (id == 0 || !Sleeps(id))
+        std::this_thread::yield();
     Write(2);
     waiter.join();
     EXPECT_TRUE(written);
