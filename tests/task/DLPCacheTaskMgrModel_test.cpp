@@ -12,8 +12,8 @@
 #include "host/policy/QVKPolicySensitiveFileAuditVTMgr.h"
 #include "task/DLPCacheTaskMgr.h"
 #include "template/DLPCacheTplMgr.h"
-#include "tests/support/Seed.h"
 #include "tests/support/BucketCount.h"
+#include "tests/support/Seed.h"
 #include "tests/task/TaskModel.h"
 #include "tests/template/TplFixture.h"
 
