@@ -1,6 +1,5 @@
 #include "sensrecord/DLPCacheSensRecordMgr.h"
 
-#include <algorithm>
 #include <limits>
 #include <new>
 
@@ -33,7 +32,6 @@ int CountOne(DLPCacheSensRecord& record, HString const& key, QVKPolicySensitiveF
     SensRecordNode node;
     (void)record.Find(key, node);  // counts from zero when nothing can be found
     int& count = CountOf(node, type);
-    count = std::max(count, 0);  // nothing was ever found less often: the file is damaged
     if (count < std::numeric_limits<int>::max()) ++count;
     (void)record.Add(key, node);
     record.UnLock();

@@ -22,6 +22,10 @@ QVKConfigKeywordTemplateNode const* OnlyTpl(DLPCacheTpl const* cache) {
     return known && templates.size() == 1 ? templates.front() : nullptr;
 }
 
+bool IsCurrent(HString const& tpl_id, HString const& md5) {
+    return DLPCache::StateOfTpl(tpl_id, md5) == DLPCache::TplState::kCurrent;
+}
+
 }  // namespace
 
 void DLPCacheTplMgr::UpdataCache() noexcept {
@@ -32,14 +36,12 @@ void DLPCacheTplMgr::UpdataCache() noexcept {
             auto const* tpl = OnlyTpl(cache);
             if (!tpl) continue;
             Outdated found{HString(QVKCommon::IdOf(tpl->common)), md5};
-            if (DLPCache::StateOfTpl(found.tpl_id, md5) == DLPCache::TplState::kCurrent) continue;
-            outdated.push_back(std::move(found));
+            if (!IsCurrent(found.tpl_id, md5)) outdated.push_back(std::move(found));
         }
-        // Asked only now: a task that begins after the first question begins under definitions in which none of these
-        // is current.
+        // Asked only now: a task that begins after the first question uses what is current, and that is asked again.
         DLPCache::TplUse use;
         for (auto const& [tpl_id, md5] : outdated) {
-            if (!use.IsUsed(tpl_id, md5)) (void)DeleteCache(md5);
+            if (!use.IsUsed(tpl_id, md5) && !IsCurrent(tpl_id, md5)) (void)DeleteCache(md5);
         }
         return true;
     });

@@ -1,6 +1,7 @@
 #include "text/DLPCacheText.h"
 
 #include <cerrno>
+#include <climits>
 #include <utility>
 
 #include "host/base/HFile.h"
@@ -42,12 +43,17 @@ bool MayUse(HString const& directory) noexcept {
     return NoThrow(false, [&] { return IsPlaceFree(directory); });
 }
 
+// Of a name that is too long there is no file, although its existence cannot be looked up.
+bool IsName(HString const& path) noexcept {
+    return NoThrow(false, [&] { return path.get_short_name().get_str().size() <= NAME_MAX; });
+}
+
 // In place of an older file. A path is empty without memory.
 void Write(HString const& path, QVKKeywordText const& text) noexcept {
     if (path.empty()) return;
-    // There is no file of a name that is too long for one.
-    if (HFile::IsFileExistFile(path) && HFile::delete_file2(path) != ENAMETOOLONG) {
+    if (HFile::IsFileExistFile(path) && IsName(path)) {
         kLog.Write(kLogWarning, 156, "conflict exist, cover !!!!!!!!!!");
+        (void)HFile::delete_file2(path);
     }
     (void)text.to_file(path);
 }

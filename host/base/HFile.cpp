@@ -68,12 +68,12 @@ int ReadFile(char const* path, std::string& content, std::size_t limit) {
 }
 
 // How many bytes of `path` fit before an ending: all of it where there is room, else its last name cut short, never
-// within a character. The directory alone may be too long already; then there is no room for the whole.
+// within a character.
 std::size_t RoomBefore(std::string_view ending, std::string_view path) noexcept {
     std::size_t const directory = path.rfind('/') + 1;  // 0: there is none
-    std::size_t const longest = std::min<std::size_t>(directory + NAME_MAX, PATH_MAX - 1) - ending.size();
+    std::size_t const longest = directory + NAME_MAX - ending.size();
     if (path.size() <= longest) return path.size();
-    std::size_t room = std::max(directory, longest);
+    std::size_t room = longest;
     auto const is_within_character = [&] { return (static_cast<unsigned char>(path[room]) & 0xC0) == 0x80; };
     while (room > directory && is_within_character())
         --room;

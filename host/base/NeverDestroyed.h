@@ -21,7 +21,8 @@ class NeverDestroyed {
     [[nodiscard]] Object& operator*() const noexcept { return *object_; }
 
   private:
-    alignas(Object) std::byte storage_[sizeof(Object)];
+    // The object changes, also in a constant that tells where it is.
+    alignas(Object) mutable std::byte storage_[sizeof(Object)];
     Object* object_;
 };
 

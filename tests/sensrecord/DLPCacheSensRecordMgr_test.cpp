@@ -137,13 +137,12 @@ TEST_F(SensRecordMgrTest, LargestCountStays) {
     EXPECT_EQ(Count("/a.txt", Mgr::kToolCheck), 1);
 }
 
-TEST_F(SensRecordMgrTest, NegativeCountOfADamagedFileBeginsAtOne) {
+TEST_F(SensRecordMgrTest, NegativeCountOfADamagedFileGoesUpByOneToo) {
     Count("/a.txt");
     WriteBytes(Dir() + "cache", FromHex("10000000 00000080 FEFFFFFF FFFFFFFF"));
-    EXPECT_EQ(Count("/a.txt", Mgr::kRealtimeCheck), 1);
-    EXPECT_EQ(Count("/a.txt", Mgr::kPolicyCheck), 1);
-    EXPECT_EQ(Count("/a.txt", Mgr::kToolCheck), 1);
-    EXPECT_EQ(Count("/a.txt", Mgr::kRealtimeCheck), 2);
+    EXPECT_EQ(Count("/a.txt", Mgr::kRealtimeCheck), INT_MIN + 1);
+    EXPECT_EQ(Count("/a.txt", Mgr::kPolicyCheck), -1);
+    EXPECT_EQ(Count("/a.txt", Mgr::kToolCheck), 0);
 }
 
 TEST_F(SensRecordMgrTest, RecordThatCannotBeReadWholeCountsFromZero) {

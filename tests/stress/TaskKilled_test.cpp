@@ -37,7 +37,7 @@ using namespace stress;
 
 constexpr int kFamilies = 8;
 constexpr int kThreads = 4;
-constexpr int kMost = 20000;           // answers or findings of one thread, over all lives
+constexpr int kMost = 200000;          // answers or findings of one thread, over all lives
 constexpr int kBucketsForMany = 1009;  // chains form, but tens of thousands of answers do not take hours
 constexpr int kSample = 300;       // of the answers that earlier lives have checked, looked at again by each new one
 constexpr int kLongestLife = 900;  // milliseconds
@@ -304,6 +304,12 @@ class Family {
         child_ = -1;
         ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
     }
+    // Whether a thread has come to the end of its notes and done nothing since.
+    [[nodiscard]] bool HasBeenIdle() const {
+        return std::any_of(notes_->threads.begin(), notes_->threads.end(), [](Notes const& notes) {
+            return notes.answers_begun >= kMost - 10 || notes.findings_begun >= kMost - 10;
+        });
+    }
     [[nodiscard]] int Checked() const {
         int count = 0;
         for (Notes const& notes : notes_->threads)
@@ -342,6 +348,7 @@ TEST(TaskKilledTest, WhatWasAcknowledgedSurvivesSuddenDeath) {
     for (auto const& family : families) {
         ASSERT_NO_FATAL_FAILURE(family->Kill());
         ASSERT_NO_FATAL_FAILURE(family->LiveToTheEnd());
+        EXPECT_FALSE(family->HasBeenIdle());
         acknowledged += family->Acknowledged();
         checked += family->Checked();
     }

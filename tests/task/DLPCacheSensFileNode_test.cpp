@@ -5,6 +5,7 @@
 #include "host/base/IBuffer.h"
 #include "host/base/OBuffer.h"
 #include "tests/storage/RecordBytes.h"
+#include "tests/support/EveryDamage.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/TempRoot.h"
 
@@ -83,16 +84,14 @@ TEST_F(DLPCacheSensFileNodeTest, ReadReplacesTheTemplateIds) {
 }
 
 TEST_F(DLPCacheSensFileNodeTest, EveryCutRecordIsRefused) {
-    std::string const whole = FromHex(kRecord);
-    for (std::size_t length = 0; length < whole.size(); ++length) {
+    ForEveryCut(FromHex(kRecord), [](std::string cut) {
         SensFileNode node;
-        EXPECT_FALSE(FromBytes(node, whole.substr(0, length) + "")) << length;
+        EXPECT_FALSE(FromBytes(node, cut)) << cut.size();
         // Nor does a length that agrees make a whole of it.
-        std::string cut = whole.substr(0, length);
-        if (length < 4) continue;
-        cut[0] = static_cast<char>(length);
-        EXPECT_FALSE(FromBytes(node, cut)) << length;
-    }
+        if (cut.size() < 4) return;
+        cut[0] = static_cast<char>(cut.size());
+        EXPECT_FALSE(FromBytes(node, cut)) << cut.size();
+    });
 }
 
 TEST_F(DLPCacheSensFileNodeTest, RecordOfAnotherLengthThanItsOwnIsRefused) {

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <climits>
 #include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include "tests/task/StoreFixture.h"
@@ -226,7 +227,8 @@ TEST_F(DLPCacheTaskTest, WritingAnEmptyQueueDoesNothing) {
 
 // Whether a thread of this process waits for something.
 bool Sleeps(int id) {
-    std::string const status = ReadBytes("/proc/self/task/" + std::to_string(id) + "/stat");
+    std::ifstream file("/proc/self/task/" + std::to_string(id) + "/stat");
+    std::string const status{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     return status.find(") S ") != std::string::npos;
 }
 
@@ -237,12 +239,15 @@ TEST_F(DLPCacheTaskTest, WaiterIsWokenByTheLastWrite) {
     EXPECT_FALSE(writer_->WaitWritten(-1));
     bool written = false;
     std::atomic<int> id{0};
+    std::atomic<bool> done{false};
     std::thread waiter([&] {
         id = ::gettid();
         written = writer_->WaitWritten(INT_MAX);
+        done = true;
     });
-    while (id == 0 || !Sleeps(id))
+    while ((id == 0 || !Sleeps(id)) && !done)
         std::this_thread::yield();
+    EXPECT_FALSE(done) << "it did not wait";
     Write(2);
     waiter.join();
     EXPECT_TRUE(written);

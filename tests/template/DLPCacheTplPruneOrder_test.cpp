@@ -5,6 +5,7 @@
 #include <functional>
 #include <utility>
 
+#include "tests/support/Definitions.h"
 #include "tests/task/RemovalFixture.h"
 
 namespace {
@@ -34,6 +35,20 @@ TEST_F(UpdataCacheOrderTest, CacheOfATaskThatBeganMeanwhileIsKept) {
         AddUser("A", {"T2"});
         Edit("T2");
     };
+    Caches().UpdataCache();
+    EXPECT_FALSE(before_deletion);
+    EXPECT_TRUE(HasCache(used, "T2"));
+}
+
+TEST_F(UpdataCacheOrderTest, CacheOfDefinitionsThatComeBackMeanwhileIsKept) {
+    std::string const used = MakeCache("T2");
+    while (MakeCache("T1") > used)  // that one is looked at first
+        Edit("T1");
+    Edit("T1");
+    KwDefinitions const before = definitions_;
+    Edit("T2");
+    (void)Registry();
+    before_deletion = [&] { InstallCopyOf(before); };
     Caches().UpdataCache();
     EXPECT_FALSE(before_deletion);
     EXPECT_TRUE(HasCache(used, "T2"));

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <limits>
 
 namespace {
 
@@ -44,6 +45,14 @@ TEST(HEnvironment, RestsForNoLessThanAsked) {
     auto const start = Clock::now();
     HEnvironment::Sleep(7);
     EXPECT_GE(Clock::now() - start, milliseconds(7));
+}
+
+TEST(HEnvironment, NothingAndLessAreNoRest) {
+    auto const start = Clock::now();
+    HEnvironment::Sleep(0);
+    HEnvironment::Sleep(-1);
+    HEnvironment::Sleep(std::numeric_limits<int>::min());
+    EXPECT_LT(Clock::now() - start, std::chrono::minutes(5));  // not the weeks of an unsigned number
 }
 
 TEST(HEnvironment, SignalsDoNotCutARestShort) {

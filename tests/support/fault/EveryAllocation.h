@@ -42,6 +42,7 @@ int WithEveryFailure(Before const& before, Work const& work, Check const& check,
             }
         }
     }
+    EXPECT_GT(failures, 0) << "it needs no memory";
     return failures;
 }
 
