@@ -101,6 +101,7 @@ class TORVANE_API DLPCacheTpl {
     // The store is published last, so that whoever sees it sees the rest; from then on nothing changes.
     std::atomic<DLPCache::Manager*> manager_{nullptr};
     KwDefineMgr* define_mgr_ = nullptr;
+    Snapshot snapshot_ = Snapshot::kUnknown;                         // in the directory, as it was read; for Open alone
     std::atomic<QVKConfigKeywordTemplateNode const*> tpl_{nullptr};  // held by define_mgr_
     std::atomic<bool> depends_on_file_attr_{false};                  // of tpl_, which does not change
 };

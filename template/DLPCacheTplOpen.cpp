@@ -86,17 +86,21 @@ void DLPCacheTpl::Open(QVKConfigKeywordTemplateNode const& tpl, HString const& m
     if (!made) return kTplLog.Write(DLPCache::kLogError, 694, "make template cache dir failed, dir: ", directory);
 
     if (HFile::IsFileExistFile(DLPCache::TplSnapshotFile(directory))) {
-        Snapshot const found = LoadSnapshot(tpl, md5);
-        if (found == Snapshot::kMatches) return OpenStore(directory, bucket_count);
+        // Read once: each set that is read stays.
+        if (snapshot_ == Snapshot::kUnknown) snapshot_ = LoadSnapshot(tpl, md5);
+        if (snapshot_ == Snapshot::kMatches) return OpenStore(directory, bucket_count);
         // Answers are thrown away only for what was read.
-        if (found == Snapshot::kUnknown) return;
+        if (snapshot_ == Snapshot::kUnknown) return;
         kTplLog.Write(DLPCache::kLogWarning, 722, "template cache is out of date, made anew, dir: ", directory);
         if (!EmptyTplDirectory(id, md5)) return;
     }
     if (!IsCurrent(tpl, md5)) return;
     // What an interrupted deletion left behind: an index without its data file would tell answers of other files.
     if (!EmptyTplDirectory(id, md5)) return;
-    if (MakeSnapshot(tpl, md5, directory)) OpenStore(directory, bucket_count);
+    snapshot_ = Snapshot::kUnknown;
+    if (!MakeSnapshot(tpl, md5, directory)) return;
+    snapshot_ = Snapshot::kMatches;
+    OpenStore(directory, bucket_count);
 }
 
 DLPCacheTpl::Snapshot DLPCacheTpl::LoadSnapshot(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) {

@@ -101,6 +101,24 @@ TEST_F(DLPCacheTplFaultTest, SnapshotThatCannotBeWrittenGivesNoStore) {
     EXPECT_THAT(Files(Dir()), ElementsAre("KeywordDataClass.arc", "KeywordDataLevel.arc", "KeywordFormatItem.arc"));
 }
 
+TEST_F(DLPCacheTplFaultTest, SnapshotThatCannotBeReplacedIsReadOnce) {
+    constexpr int kArchives = 4;
+    Damage();
+    FaultInjection faults;
+    faults.OnlyBelow(root_ / "cache/template");
+    faults.FailFrom(SystemCall::kUnlink, 1, EACCES);
+    DLPCacheTplMgr manager;
+    auto const opened = [&] {
+        int const before = faults.Count(SystemCall::kOpen);
+        EXPECT_EQ(FindOne(*manager.GetCache(Current(), CurrentMd5())), -2);
+        return faults.Count(SystemCall::kOpen) - before;
+    };
+    int const at_first = opened();
+    EXPECT_GE(at_first, kArchives);
+    EXPECT_EQ(opened(), at_first - kArchives);
+    EXPECT_EQ(opened(), at_first - kArchives);
+}
+
 TEST_F(DLPCacheTplFaultTest, KilledWhileMakingItRecoversAtTheNextStart) {
     WithEveryKill([this] { RemoveAll(); },
                   [] {
