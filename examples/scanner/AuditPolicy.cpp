@@ -2,13 +2,16 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <ctime>
+#include <limits>
 #include <memory>
 #include <new>
 #include <stdexcept>
 #include <string>
 
+#include "host/policy/KwIdName.h"
 #include "host/policy/KwLocateMgr.h"
 #include "host/policy/QVKPolicySensitiveFileAuditVTMgr.h"
 
@@ -36,10 +39,21 @@ Node& FindOrAdd(HString const& id, QVKPolicySensitiveFileAuditVT& table) {
     return found != table.nodes.end() ? *found : table.nodes.emplace_back();
 }
 
+// An id without a directory of its own could not be counted under.
+void RequireFileName(HString const& id) {
+    std::size_t const length = Varnok::IdToFileName(id).get_str().size();
+    if (length <= NAME_MAX) return;
+    throw std::runtime_error("the policy's id makes a name of " + std::to_string(length) + " bytes; a file's has " +
+                             std::to_string(NAME_MAX) + " at most");
+}
+
 // A version is told by its second, so a second change within one counts into the next.
 void Renew(Node& node, HString const& id, std::vector<HString> const& tpl_ids) {
+    long long const last = node.header().time_stamp;
+    if (last == std::numeric_limits<long long>::max())
+        throw std::runtime_error("the policy " + id.get_str() + " has the last version there is");
     auto const header = std::make_shared<QVKPolicyCommon>();
-    header->time_stamp = std::max<long long>(std::time(nullptr), node.header().time_stamp + 1);
+    header->time_stamp = std::max<long long>(std::time(nullptr), last + 1);
     header->id = id;
     header->name = id;
     header->record_key = id;
@@ -51,6 +65,7 @@ void Renew(Node& node, HString const& id, std::vector<HString> const& tpl_ids) {
 }  // namespace
 
 AuditPolicy PlanPolicy(HString const& id, std::vector<HString> const& tpl_ids) {
+    RequireFileName(id);
     AuditPolicy policy;
     policy.table = ReadPolicies();
     Node& node = FindOrAdd(id, policy.table);

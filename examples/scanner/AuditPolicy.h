@@ -17,7 +17,8 @@ struct AuditPolicy {
 
 // The policy `id` over these templates. Its version (the time stamp) changes when its templates do, in whatever order,
 // and only then: findings are counted per version. Other policies stay as they are, and nothing is written. Throws
-// std::runtime_error when the record file cannot be read.
+// std::runtime_error when the record file cannot be read, for an id that cannot name a file, and when there is no
+// version above the policy's.
 [[nodiscard]] AuditPolicy PlanPolicy(HString const& id, std::vector<HString> const& tpl_ids);
 
 // Puts the policies in force, for this process and, in <root>/config, for later ones. Throws std::runtime_error when

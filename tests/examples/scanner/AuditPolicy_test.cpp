@@ -4,6 +4,8 @@
 
 #include <ctime>
 #include <filesystem>
+#include <limits>
+#include <memory>
 #include <stdexcept>
 
 #include "host/policy/KwLocateMgr.h"
@@ -96,6 +98,24 @@ TEST_F(AuditPolicies, ThatAreOnlyPlannedAreNeitherWrittenNorInForce) {
     QVKPolicySensitiveFileAuditVT in_force;
     ASSERT_TRUE(QVKPolicySensitiveFileAuditVTMgr::pins()->get(in_force, false));
     EXPECT_EQ(in_force.nodes[0].header().time_stamp, version);
+}
+
+TEST_F(AuditPolicies, OfTheLastVersionThereIsAreNotChanged) {
+    constexpr long long kLast = std::numeric_limits<long long>::max();
+    (void)Version("daily", {"a"});
+    QVKPolicySensitiveFileAuditVT table = OnDisk();
+    auto const header = std::make_shared<QVKPolicyCommon>(table.nodes[0].header());
+    header->time_stamp = kLast;
+    table.nodes[0].policy = header;
+    ASSERT_EQ(table.to_file(KwLocateMgr::pins()->get_policy_keyword_sens()), 0);
+    EXPECT_THROW((void)PlanPolicy("daily", {"b"}), std::runtime_error);
+    EXPECT_EQ(Version("daily", {"a"}), kLast);
+}
+
+TEST_F(AuditPolicies, HaveAnIdThatAFileCanHave) {
+    EXPECT_NO_THROW((void)PlanPolicy(HString(std::string(255, 'x')), {"a"}));
+    EXPECT_THROW((void)PlanPolicy(HString(std::string(256, 'x')), {"a"}), std::runtime_error);
+    EXPECT_THROW((void)PlanPolicy(HString(std::string(86, '/')), {"a"}), std::runtime_error);  // "%2F" each
 }
 
 TEST_F(AuditPolicies, AreNotWrittenOverARecordFileThatCannotBeRead) {
