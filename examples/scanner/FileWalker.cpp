@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -37,9 +38,13 @@ class Walk {
 
     void Start(std::string path) {
         struct stat status {};
+        if (IsBelowExcluded(path)) return;
         if (::lstat(path.c_str(), &status) != 0) return Fail(path);
-        if (S_ISREG(status.st_mode)) result_.files.push_back(path);
-        if (!S_ISDIR(status.st_mode)) return;
+        if (S_ISREG(status.st_mode)) return result_.files.push_back(path);
+        if (!S_ISDIR(status.st_mode)) {
+            errno = S_ISLNK(status.st_mode) ? ELOOP : EOPNOTSUPP;
+            return Fail(path);
+        }
         pending_.push_back(std::move(path));
         while (!pending_.empty()) {
             std::string const next = std::move(pending_.back());
@@ -87,10 +92,20 @@ class Walk {
             pending_.push_back(std::move(path));
     }
 
+    bool IsExcluded(struct stat const& status) const {
+        return has_excluded_ && status.st_dev == excluded_.st_dev && status.st_ino == excluded_.st_ino;
+    }
     bool IsExcluded(int fd) const {
         struct stat status {};
-        return has_excluded_ && ::fstat(fd, &status) == 0 && status.st_dev == excluded_.st_dev &&
-               status.st_ino == excluded_.st_ino;
+        return ::fstat(fd, &status) == 0 && IsExcluded(status);
+    }
+    // Whether a start is the excluded directory or lies in it.
+    bool IsBelowExcluded(std::filesystem::path path) const {
+        struct stat status {};
+        for (;; path = path.parent_path()) {
+            if (::lstat(path.c_str(), &status) == 0 && IsExcluded(status)) return true;
+            if (path == path.parent_path()) return false;
+        }
     }
 
     void Fail(std::string const& path) { result_.errors.push_back({path, errno}); }

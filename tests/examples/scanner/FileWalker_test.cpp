@@ -68,6 +68,27 @@ TEST(FileWalks, LeaveOutTheExcludedDirectory) {
     EXPECT_THAT(WalkFiles({tree.Path()}, tree / "root").files, ElementsAre(file));
 }
 
+TEST(FileWalks, LeaveOutStartsInTheExcludedDirectory) {
+    TempTree const tree;
+    std::string const file = tree.Write("x", "");
+    std::string const inside = tree.Write("root/cache/index", "");
+    EXPECT_THAT(WalkFiles({file, inside, tree / "root", tree / "root/cache"}, tree / "root").files, ElementsAre(file));
+}
+
+TEST(FileWalks, TellOfAStartThatIsNeitherFileNorDirectory) {
+    TempTree const tree;
+    std::string const file = tree.Write("x", "");
+    std::filesystem::create_symlink(file, tree / "link");
+    ASSERT_EQ(::mkfifo((tree / "fifo").c_str(), 0600), 0);
+    WalkResult const result = WalkFiles({tree / "link", tree / "fifo"}, "");
+    EXPECT_THAT(result.files, testing::IsEmpty());
+    ASSERT_EQ(result.errors.size(), 2U);
+    EXPECT_EQ(result.errors[0].path, tree / "link");
+    EXPECT_EQ(result.errors[0].error, ELOOP);
+    EXPECT_EQ(result.errors[1].path, tree / "fifo");
+    EXPECT_EQ(result.errors[1].error, EOPNOTSUPP);
+}
+
 TEST(FileWalks, RefuseANamedPathThatDoesNotExist) {
     TempTree const tree;
     EXPECT_THROW((void)ResolvePaths({tree.Path(), tree / "missing"}), std::runtime_error);
