@@ -11,7 +11,6 @@
 #include "examples/scanner/Summary.h"
 #include "examples/scanner/TaskCommands.h"
 #include "host/base/HTimeHelper.h"
-#include "host/policy/KwLocateMgr.h"
 
 namespace scanner {
 namespace {
@@ -32,10 +31,6 @@ History ReadHistory() {
     std::erase_if(history.tasks, [](ScanTask const* task) { return task->id.empty(); });
     history.unreadable = UnreadableTasks();
     return history;
-}
-
-std::string DirectoryOf(HString const& task_id) {
-    return KwLocateMgr::pins()->get_task_path(task_id, true).get_str();
 }
 
 // No scan runs while another command holds the lock: what is still running was cut short.
@@ -106,7 +101,7 @@ void PrintAsJson(History const& history, std::ostream& out) {
         tasks.push_back({{"task", id.get_str()},
                          {"name", ""},
                          {"status", kUnreadable},
-                         {"started", 0},
+                         {"started", nullptr},
                          {"ended", nullptr},
                          {"policy", ""},
                          {"directory", DirectoryOf(id)}});
