@@ -4,11 +4,30 @@
 #include <cstring>
 #include <map>
 
+#include "host/base/HFile.h"
 #include "host/policy/KwDefineMgr.h"
 #include "host/policy/KwLocateMgr.h"
+#include "host/policy/QVKConfigKeywordDataClassVTMgr.h"
+#include "host/policy/QVKConfigKeywordDataLevelVTMgr.h"
+#include "host/policy/QVKConfigKeywordFormatItemVTMgr.h"
+#include "host/policy/QVKConfigKeywordTemplateVTMgr.h"
 #include "template/DLPCacheTplMgr.h"
 
 namespace scanner {
+namespace {
+
+// The archives are written one by one, so what stands in the way of one is looked for before the first.
+void RequireFiles() {
+    for (HString const& path : {QVKConfigKeywordFormatItemVTMgr::pins()->get_arc_file(),
+                                QVKConfigKeywordDataClassVTMgr::pins()->get_arc_file(),
+                                QVKConfigKeywordDataLevelVTMgr::pins()->get_arc_file(),
+                                QVKConfigKeywordTemplateVTMgr::pins()->get_arc_file()}) {
+        if (HFile::IsOtherThanFile(path))
+            throw std::runtime_error("cannot save the definitions: " + path.get_str() + " is no file");
+    }
+}
+
+}  // namespace
 
 Policy::Policy(KwDefinitions const& definitions) {
     std::map<HString, QVKConfigKeywordFormatItemNode const*> rules;
@@ -26,6 +45,7 @@ Policy::Policy(KwDefinitions const& definitions) {
 }
 
 void Policy::Install(KwDefinitions const& definitions) {
+    RequireFiles();
     KwDefineMgr* const manager = KwDefineMgr::pins();
     if (manager == nullptr || !manager->install(definitions)) throw std::bad_alloc();
     for (Template& tpl : templates_)

@@ -26,7 +26,8 @@ class Policy {
     explicit Policy(KwDefinitions const& definitions);
 
     // Puts the same definitions in force in this process and saves them in the root's config directory for other
-    // programs. Throws std::runtime_error when that cannot be written.
+    // programs. Throws std::runtime_error when that cannot be written; nothing was changed when something that is no
+    // file stands in the place of one.
     void Install(KwDefinitions const& definitions);
 
     [[nodiscard]] std::vector<Template> const& templates() const { return templates_; }

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "examples/scanner/Registry.h"
+#include "host/base/HFile.h"
 #include "host/base/HTimeValueEx.h"
 #include "host/policy/KwLocateMgr.h"
 #include "sensrecord/DLPCachePolicyHash.h"
@@ -36,36 +37,51 @@ bool IsSameVersion(QVKPolicySensitiveFileAuditNode const& a, QVKPolicySensitiveF
 }
 
 // Neither registering nor a change of status reports anything, so whether the task is kept shows in its record.
-void RequireRecord(HString const& id, int status) {
+void RequireRecord(HString const& id, QVKPolicySensitiveFileAuditNode const& policy, int status) {
     ScanTask record;
     HString const path = KwLocateMgr::pins()->get_task_arc(id);
-    if (record.from_file(path) == 0 && record.id == id && record.status == status) return;
+    bool const is_own = record.from_file(path) == 0 && record.id == id && IsSameVersion(record.audit_node(), policy);
+    if (is_own && record.status == status) return;
     ThrowUnrecorded(path);
+}
+
+// Nothing but a directory may stand where the task's files belong.
+void RequirePlace(HString const& id) {
+    for (HString const& path :
+         {KwLocateMgr::pins()->get_task_path(false), KwLocateMgr::pins()->get_task_path(id, false)}) {
+        if (HFile::IsOtherThanDir(path)) ThrowUnrecorded(path, ": it is no directory");
+    }
+}
+
+void RequireSameVersion(ScanTask const& task, HString const& id, QVKPolicySensitiveFileAuditNode const& policy) {
+    if (task.id == id && IsSameVersion(task.audit_node(), policy)) return;
+    throw std::runtime_error("the task " + id.get_str() +
+                             " was a scan under another policy or other templates; give this scan another --task");
 }
 
 void Begin(HString const& id, HString const& name, QVKPolicySensitiveFileAuditNode const& policy) {
     RequireRunnable(id, policy);
     if (TaskRegistry().GetTask(id) == nullptr) Register(id, name, policy);
     TaskRegistry().UpdateTaskStatus(id, kTaskRunning);
-    RequireRecord(id, kTaskRunning);
+    RequireRecord(id, policy, kTaskRunning);
 }
 
 }  // namespace
 
 void RequireRunnable(HString const& id, QVKPolicySensitiveFileAuditNode const& policy) {
+    DLPCacheTaskMgr& registry = TaskRegistry();  // which wipes a root of another layout
+    RequirePlace(id);
     HString const path = KwLocateMgr::pins()->get_task_arc(id);
     ScanTask record;
     int const error = record.from_file(path);
-    if (error == ENOENT) return;
-    if (error != 0 && error != EBADMSG) ThrowUnrecorded(path, std::string(": ") + std::strerror(error));
-    if (error != 0 || record.id != id) {
-        throw std::runtime_error("the record of the task " + id.get_str() + " in " +
-                                 KwLocateMgr::pins()->get_task_path(id, true).get_str() +
+    if (HasLostItsRecord(id) || (error == 0 && record.id != id)) {
+        throw std::runtime_error("the record of the task " + id.get_str() + " in " + DirectoryOf(id) +
                                  " cannot be read; give this scan another --task");
     }
-    if (IsSameVersion(record.audit_node(), policy)) return;
-    throw std::runtime_error("the task " + id.get_str() +
-                             " was a scan under another policy or other templates; give this scan another --task");
+    if (error != 0 && error != ENOENT) ThrowUnrecorded(path, std::string(": ") + std::strerror(error));
+    if (error == 0) RequireSameVersion(record, id, policy);
+    // It may be registered by a record in a directory of another name: one that was moved, or a copy.
+    if (ScanTask const* const known = registry.GetTask(id)) RequireSameVersion(*known, id, policy);
 }
 
 TaskRun::TaskRun(HString const& id, HString const& name, QVKPolicySensitiveFileAuditNode const& policy,
@@ -83,7 +99,7 @@ void TaskRun::Finish() {
                                  std::to_string(wait_.count()) + " ms; --log tells why");
     }
     TaskRegistry().UpdateTaskStatus(id_, kTaskFinished);
-    RequireRecord(id_, kTaskFinished);
+    RequireRecord(id_, policy_, kTaskFinished);
 }
 
 HString FreshTaskId(std::time_t now) {
@@ -92,7 +108,7 @@ HString FreshTaskId(std::time_t now) {
     HString first("scan-");
     first << time.to_long2() << "-" << static_cast<int>(::getpid());
     HString id = first;
-    for (int number = 2; TaskRegistry().GetTask(id) != nullptr; ++number) {
+    for (int number = 2; TaskRegistry().GetTask(id) != nullptr || HasLostItsRecord(id); ++number) {
         id = first;
         id << "-" << number;
     }

@@ -11,8 +11,9 @@
 namespace scanner {
 
 // Whether a scan under this policy may run as the task `id`: there is none yet, or it is one to repeat. Throws
-// std::runtime_error, and nothing was changed, when it is remembered under another policy or version of it, or with a
-// record that cannot be read; also for an id that cannot name a file.
+// std::runtime_error, and nothing was changed, when it is remembered under another policy or version of it, wherever
+// its record lies; when it has a directory without a record that can be read; when something else stands in the
+// directory's place; also for an id that cannot name a file.
 void RequireRunnable(HString const& id, QVKPolicySensitiveFileAuditNode const& policy);
 
 // A scan as a task of the registry: running from the object's beginning, finished with Finish. A scan that ends without

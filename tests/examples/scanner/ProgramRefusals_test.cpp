@@ -89,6 +89,95 @@ TEST_F(RefusedScans, UnderAnIdThatNoFileCanHaveLeaveThePoliciesAsTheyAre) {
     EXPECT_TRUE(Remembered() == before);
 }
 
+TEST_F(RefusedScans, OfATaskWhoseDirectoryWasMovedLeaveThePoliciesAsTheyAre) {
+    (void)program_.Scan("--task one");
+    std::filesystem::rename(program_.tree() / "root/cache/task/one", program_.tree() / "root/cache/task/three");
+    auto const before = Remembered();
+    Program::Run const run = Run("scan --task one --policy other " + Fewer() + " @DOCS");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.err, HasSubstr("the task one was a scan under another policy or other templates"));
+    EXPECT_TRUE(Remembered() == before);
+}
+
+TEST_F(RefusedScans, OfATaskOfWhichOnlyACopyIsLeftLeaveThePoliciesAsTheyAre) {
+    (void)program_.Scan("--task one");
+    std::filesystem::copy(program_.tree() / "root/cache/task/one", program_.tree() / "root/cache/task/one.bak",
+                          std::filesystem::copy_options::recursive);
+    EXPECT_EQ(Run("remove one").status, 0);
+    auto const before = Remembered();
+    EXPECT_EQ(Run("scan --task one --policy other @DOCS").status, 2);
+    EXPECT_TRUE(Remembered() == before);
+}
+
+TEST_F(RefusedScans, OfATaskWithACopyUnderAnotherPolicyLeaveThePoliciesAsTheyAre) {
+    (void)program_.Scan("--task one.bak");
+    (void)program_.Scan("--task one --policy other");
+    HString const copy(program_.tree() / "root/cache/task/one.bak/ScanTask.arc");
+    ScanTask record;
+    ASSERT_EQ(record.from_file(copy), 0);
+    record.id = "one";
+    ASSERT_EQ(record.to_file(copy), 0);
+    auto const before = Remembered();
+    EXPECT_EQ(Run("scan --task one --policy other @DOCS").status, 2);
+    EXPECT_TRUE(Remembered() == before);
+}
+
+TEST_F(RefusedScans, OfATaskWhoseDirectoryIsALinkLeaveThePoliciesAsTheyAre) {
+    (void)program_.Scan("--task two");
+    std::filesystem::create_directory(program_.tree() / "away");
+    std::filesystem::create_directory_symlink(program_.tree() / "away", program_.tree() / "root/cache/task/one");
+    auto const before = Remembered();
+    Program::Run const run = Run("scan --task one " + Fewer() + " @DOCS");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.err, HasSubstr("the task cannot be recorded in "));
+    EXPECT_TRUE(Remembered() == before);
+}
+
+TEST_F(RefusedScans, WhereALinkStandsForTheTasksLeaveThePoliciesAsTheyAre) {
+    (void)program_.Scan("--task two");
+    std::filesystem::rename(program_.tree() / "root/cache/task", program_.tree() / "away");
+    std::filesystem::create_directory_symlink(program_.tree() / "away", program_.tree() / "root/cache/task");
+    auto const before = Remembered();
+    EXPECT_EQ(Run("scan --task one " + Fewer() + " @DOCS").status, 2);
+    EXPECT_TRUE(Remembered() == before);
+}
+
+TEST_F(RefusedScans, OfATaskThatLostItsRecordLeaveItsFindingsAsTheyAre) {
+    (void)program_.Scan("--task one");
+    std::filesystem::remove(program_.tree() / "root/cache/task/one/ScanTask.arc");
+    auto const before = Remembered();
+    Program::Run const run = Run("scan --task one " + Fewer() + " @DOCS");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.err, HasSubstr("the record of the task one in " + (program_.tree() / "root/cache/task/one/") +
+                                   " cannot be read"));
+    EXPECT_TRUE(Remembered() == before);
+}
+
+TEST_F(RefusedScans, WhereDefinitionsCannotBeWrittenKeepThoseThatAreThere) {
+    (void)program_.Scan("--no-task");
+    std::filesystem::remove(program_.tree() / "root/config/KeywordDataLevel.arc");
+    program_.tree().Write("root/config/KeywordDataLevel.arc/in the way", "");
+    std::string const rules = program_.tree().Read("root/config/KeywordFormatItem.arc");
+    Program::Run const run = Run("scan --no-task " + Edited() + " @DOCS");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.err, HasSubstr("root/config/KeywordDataLevel.arc is no file"));
+    EXPECT_EQ(program_.tree().Read("root/config/KeywordFormatItem.arc"), rules);
+}
+
+TEST_F(RefusedScans, UnderAPolicyIdThatNoFileCanHaveAreNotRemembered) {
+    (void)program_.Scan("--no-task");
+    EXPECT_EQ(Run("scan --policy " + std::string(256, 'x') + " @DOCS").status, 2);
+    EXPECT_THAT(History(), IsEmpty());
+    EXPECT_FALSE(Exists("config/PolicySensitiveFileAudit.arc"));
+}
+
+TEST_F(RefusedScans, AreNoneForTasksOfAnotherCacheLayout) {
+    (void)program_.Scan("--task one");
+    program_.tree().Write("root/cache/Version.ini", "[DLP]\ncache=3\n");
+    EXPECT_EQ(Run("scan --task one --policy other @DOCS").status, 1);
+    EXPECT_EQ(History().size(), 1U);
+}
+
 // Reading a directory sets the time of its last access when that lies before the last change.
 TEST_F(RefusedScans, DoNotWaitForTheListOfFiles) {
     std::string const docs = program_.tree() / "docs";

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "examples/scanner/Registry.h"
 #include "tests/examples/scanner/PolicyRoot.h"
 
 namespace scanner {
@@ -31,10 +30,14 @@ class ScanCommands : public testing::Test {
 };
 
 TEST_F(ScanCommands, PrintSummaryAndTroublesBeforeTheErrorWhenFindingsCannotBeWritten) {
-    tree_.Write("docs/mails.txt", "a@example.com b@example.com c@example.com d@example.com e@example.com");
     tree_.Write("docs/large.txt", std::string(101, 'x'));
-    (void)TaskRegistry();                                                      // a new root is cleared first
-    std::filesystem::create_directories(tree_ / "root/cache/task/job/cache");  // where the findings' file should be
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(RunScan(options_), kNothingFound);
+    (void)testing::internal::GetCapturedStdout();
+    (void)testing::internal::GetCapturedStderr();
+    std::filesystem::create_directory(tree_ / "root/cache/task/job/cache");  // where the findings' file should be
+    tree_.Write("docs/mails.txt", "a@example.com b@example.com c@example.com d@example.com e@example.com");
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     EXPECT_THAT([&] { (void)RunScan(options_, 1ms); },

@@ -107,9 +107,8 @@ TEST_F(TaskRuns, AreNotRepeatedWithARecordThatCannotBeRead) {
 }
 
 TEST_F(TaskRuns, WhoseFindingsCannotBeWrittenFailLoudlyAndStayOpen) {
-    (void)TaskRegistry();                                                      // a new root is cleared first
-    std::filesystem::create_directories(tree_ / "root/cache/task/job/cache");  // where the findings' file should be
     TaskRun run("job", "/srv", Daily(), 1ms);
+    std::filesystem::create_directory(tree_ / "root/cache/task/job/cache");  // where the findings' file should be
     Find("job");
     EXPECT_THAT([&] { run.Finish(); },
                 ThrowsMessage<std::runtime_error>(HasSubstr("findings of the task job are not written after 1 ms")));
@@ -120,6 +119,12 @@ TEST_F(TaskRuns, WhoseEndCannotBeRecordedFailLoudly) {
     TaskRun run("job", "/srv", Daily(), 60s);
     std::filesystem::remove(tree_ / "root/cache/task/job/ScanTask.arc");
     tree_.Write("root/cache/task/job/ScanTask.arc/in the way", "");
+    EXPECT_THAT([&] { run.Finish(); }, ThrowsMessage<std::runtime_error>(HasSubstr("the task cannot be recorded in ")));
+}
+
+TEST_F(TaskRuns, WhosePolicyIsAnotherAtTheEndFailLoudly) {
+    TaskRun run("job", "/srv", Daily(), 60s);
+    *TaskRegistry().GetTask("job")->policy->audit_node = PutPolicyInForce("weekly", {"names"});
     EXPECT_THAT([&] { run.Finish(); }, ThrowsMessage<std::runtime_error>(HasSubstr("the task cannot be recorded in ")));
 }
 
@@ -134,6 +139,8 @@ TEST_F(TaskRuns, GetFreshIdsThatNoTaskHas) {
     EXPECT_EQ(FreshTaskId(kNow), HString(id + "-2"));
     TaskRun const run(HString(id + "-2"), "/srv", Daily(), 60s);
     EXPECT_EQ(FreshTaskId(kNow), HString(id + "-3"));
+    tree_.Write("root/cache/task/" + id + "-3/index", "without a record");
+    EXPECT_EQ(FreshTaskId(kNow), HString(id + "-4"));
 }
 
 }  // namespace
