@@ -9,7 +9,6 @@
 #include "examples/scanner/Root.h"
 #include "examples/scanner/TaskCommands.h"
 #include "examples/scanner/Troubles.h"
-#include "host/policy/KwLocateMgr.h"
 #include "task/DLPCacheTaskStore.h"
 
 namespace scanner {
@@ -19,7 +18,10 @@ constexpr int kMostMissing = 1000;  // findings in a row
 
 // Whether the task has findings. Opening its store would make one, with the definitions of today as the task's.
 bool HasFindings(HString const& task_id) {
-    return std::filesystem::exists(KwLocateMgr::pins()->get_task_path(task_id, true).get_str() + "index");
+    std::string const directory = DirectoryOf(task_id);
+    if (std::filesystem::exists(directory + "index")) return true;
+    if (!std::filesystem::exists(directory + "cache")) return false;
+    throw std::runtime_error("the index of the findings is missing in " + directory);
 }
 
 // A finding of the task's store: kTaskFileFound, or why it cannot be read. The record store has the code of a finding

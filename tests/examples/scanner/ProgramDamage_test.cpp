@@ -1,8 +1,10 @@
 // Tasks whose files were damaged, as a user meets them.
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 #include "tests/examples/scanner/ProgramTasks.h"
 
@@ -70,6 +72,7 @@ TEST_F(DamagedTasks, AreListedByTheNamesOfTheirDirectories) {
     json const one = History().at(1);
     EXPECT_EQ(one.at("task"), "one");
     EXPECT_EQ(one.at("status"), "unreadable");
+    EXPECT_TRUE(one.at("started").is_null());
     EXPECT_TRUE(one.at("ended").is_null());
     EXPECT_EQ(one.at("directory"), program_.tree() / "root/cache/task/one/");
 }
@@ -78,8 +81,9 @@ TEST_F(DamagedTasks, AreNeitherReadNorRepeatedButTellWhereTheyLie) {
     (void)program_.Scan("--task one");
     (void)program_.Scan("--task two");
     std::string const directory = program_.tree() / "root/cache/task/one/";
-    for (std::string const& record : {std::string("damaged"), program_.tree().Read(kOtherRecord)}) {
-        program_.tree().Write(kRecord, record);
+    for (std::string const& record : {std::string("damaged"), program_.tree().Read(kOtherRecord), std::string()}) {
+        std::filesystem::remove(program_.tree() / kRecord);
+        if (!record.empty()) program_.tree().Write(kRecord, record);
         Program::Run const run = Run("findings one");
         EXPECT_EQ(run.status, 2);
         EXPECT_EQ(run.out, "");
@@ -95,7 +99,8 @@ TEST_F(DamagedTasks, AreRemovedWithAllThatTheyHold) {
     (void)program_.Scan("--task two");
     program_.tree().Write(kRecord, "damaged");
     EXPECT_EQ(Run("remove one").out,
-              "Task removed: one\nIts record was damaged; scanner prune deletes the answers that only it needed.\n");
+              "Task removed: one\n"
+              "Its record was damaged or missing; scanner prune deletes the answers that only it needed.\n");
     EXPECT_FALSE(Exists("cache/task/one"));
     EXPECT_EQ(History().size(), 1U);
     EXPECT_EQ(program_.Scan("--task one").at("task"), "one");
@@ -107,6 +112,68 @@ TEST_F(DamagedTasks, WithoutARecordAreRemovedLikewise) {
     EXPECT_EQ(History().at(0).at("status"), "unreadable");
     EXPECT_EQ(Run("remove one").status, 0);
     EXPECT_FALSE(Exists("cache/task/one"));
+}
+
+TEST_F(DamagedTasks, WithALinkASpecialFileOrADirectoryAsTheirRecordAreRemovedLikewise) {
+    (void)program_.Scan("--task two");
+    std::string const record = program_.tree() / kRecord;
+    program_.tree().Write("away", "not the task's");
+    std::function<void()> const places[] = {
+        [&] { std::filesystem::create_symlink(program_.tree() / "away", record); },
+        [&] { ASSERT_EQ(::mkfifo(record.c_str(), 0600), 0); },
+        [&] { std::filesystem::create_directory(record); },
+    };
+    for (auto const& place : places) {
+        (void)program_.Scan("--task one");
+        std::filesystem::remove(record);
+        place();
+        EXPECT_EQ(History().at(1).at("status"), "unreadable");
+        EXPECT_THAT(Run("findings one").err, HasSubstr("there is a task \"one\", but its record in "));
+        EXPECT_EQ(Run("remove one").status, 0);
+        EXPECT_FALSE(Exists("cache/task/one"));
+    }
+    EXPECT_EQ(program_.tree().Read("away"), "not the task's");
+}
+
+TEST_F(DamagedTasks, WhoseDirectoryWasMovedAreNotRemoved) {
+    (void)program_.Scan("--task one");
+    std::filesystem::rename(program_.tree() / "root/cache/task/one", program_.tree() / "root/cache/task/three");
+    Program::Run const run = Run("remove one");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "scanner: the record of the task \"one\" lies in " +
+                           (program_.tree() / "root/cache/task/three/") + "; nothing was removed\n");
+    EXPECT_TRUE(Exists("cache/task/three/index"));
+}
+
+TEST_F(DamagedTasks, WhoseDirectoryHoldsAnotherTasksRecordAreNotRemoved) {
+    (void)program_.Scan("--task one");
+    (void)program_.Scan("--task two");
+    std::filesystem::rename(program_.tree() / "root/cache/task/one", program_.tree() / "root/cache/task/three");
+    program_.tree().Write(kRecord, program_.tree().Read(kOtherRecord));
+    EXPECT_THAT(Run("remove one").err, HasSubstr("lies in " + (program_.tree() / "root/cache/task/three/")));
+    EXPECT_TRUE(Exists("cache/task/one/ScanTask.arc"));
+}
+
+TEST_F(DamagedTasks, AreToldOfWhenPruning) {
+    for (char const* task : {"one", "two"})
+        (void)program_.Scan(std::string("--task ") + task);
+    EXPECT_EQ(Run("prune").err, "");
+    program_.tree().Write(kRecord, "damaged");
+    Program::Run const run = Run("prune");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "scanner: no task's own record is in " + (program_.tree() / "root/cache/task/one/") +
+                           "; the answers that it used are not kept\n");
+}
+
+TEST_F(DamagedTasks, WhoseIndexIsMissingAreNotListedAsIfTheyFoundNothing) {
+    (void)program_.Scan("--task one");
+    std::filesystem::remove(program_.tree() / "root/cache/task/one/index");
+    Program::Run const run = Run("findings one");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err,
+              "scanner: the index of the findings is missing in " + (program_.tree() / "root/cache/task/one/") + "\n");
 }
 
 TEST_F(DamagedTasks, WithTheRecordOfAnotherAreNotRemoved) {

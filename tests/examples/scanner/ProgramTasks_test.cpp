@@ -247,6 +247,12 @@ TEST_F(Tasks, PruningKeepsWhatARememberedTaskUsedAndRemovalTakesItAway) {
     EXPECT_EQ(program_.Scan("--no-task " + Edited()).at("summary").at("full_hits"), 3);
 }
 
+TEST_F(Tasks, RemovalCountsNoTemplateCacheThatHoldsNothing) {
+    (void)program_.Scan("--task one");
+    std::filesystem::create_directories(program_.tree() / "root/cache/template/secrets/empty");
+    EXPECT_EQ(Run("remove one").out, "Task removed: one\nTemplate caches removed, that only it needed: 0\n");
+}
+
 TEST_F(Tasks, PruningDeletesWhatNoTaskUsed) {
     (void)program_.Scan("--no-task");
     (void)program_.Scan("--no-task " + Edited());
