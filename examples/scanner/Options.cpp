@@ -85,8 +85,8 @@ void AddTaskCommands(CLI::App& app, Options& options) {
         *app.add_subcommand("findings", "List the sensitive files of a scan, by the rules of its time");
     AddId(findings, "task", options.task, "Task of the scan")->required();
     AddFormat(findings, options);
-    CLI::App& remove =
-        *app.add_subcommand("remove", "Forget a scan, with its findings and the answers that only it still needed");
+    CLI::App& remove = *app.add_subcommand(
+        "remove", "Forget a scan, with its findings and the answers to outdated rules that only it still needed");
     AddId(remove, "task", options.task, "Task of the scan")->required();
     CLI::App& prune =
         *app.add_subcommand("prune", "Delete the answers to outdated rules that no remembered scan was made with");
