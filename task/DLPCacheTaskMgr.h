@@ -87,11 +87,12 @@ class TORVANE_API DLPCacheTaskMgr {
     // The realtime tasks, newest first.
     void GetTaskRealtime(std::vector<ScanTask const*>& out) const noexcept;
 
-    // Removes a task: the template caches that only it still needed, its directory (a symbolic link in its place is
-    // left alone), its entry; the object stays the caller's. Takes the template manager's lock before the registry's.
-    // Duties of the caller: wait for the task's queue first (WaitWritten), since its writer goes on and would try to
-    // write for ever what is still queued; do not use a removed id again in this process, for the same writer would
-    // serve it.
+    // Removes a task: of the template caches that only it still needed those whose template is defined with another MD5
+    // now (those of templates that are no longer defined stay until pruning), its directory (a symbolic link in its
+    // place is left alone), its entry; the object stays the caller's. Takes the template manager's lock before the
+    // registry's. Duties of the caller: wait for the task's queue first (WaitWritten), since its writer goes on and
+    // would try to write for ever what is still queued; do not use a removed id again in this process, for the same
+    // writer would serve it.
     void DelTask(ScanTask const& task) noexcept;
 
     // The writer of a task, made and started when there is none. Null: no such task, its record could not be read, or
