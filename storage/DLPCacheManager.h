@@ -15,10 +15,11 @@ class Index;
 // A text key is stored under its lower-case MD5. New records are appended to the data file; the space of a replaced one
 // is not reclaimed. A key may also be present without data (offset -1, length 0).
 //
-// One store per pair of files: two would each take the end of the data file for theirs. Any thread may call. Each data-file read or write and each index operation is locked on its own, with no lock across
-// an Add's look-up, write and index update: callers serialise their adding of one key. Nothing throws; failures return
-// a negative StorageCode. Stores live as long as the process: the destructor leaves index and mutex allocated, for
-// callers that are still inside.
+// One store per pair of files: two would each take the end of the data file for theirs. Any thread may call. Each
+// data-file read or write and each index operation is locked on its own, with no lock across an Add's look-up, write
+// and index update: callers serialise their adding of one key. Nothing throws; failures return a negative StorageCode.
+// Stores live as long as the process: the destructor leaves index and mutex allocated, for callers that are still
+// inside.
 class TORVANE_API Manager {
   public:
     // Calls Init, whose result shows in later codes.

@@ -65,6 +65,7 @@ void DLPCacheTpl::Init(QVKConfigKeywordTemplateNode const& tpl, HString const& m
     Varnok::Retain(manager_.exchange(nullptr));
     tpl_ = nullptr;
     depends_on_file_attr_ = false;
+    snapshot_ = Snapshot::kUnknown;
     NoThrow(false, [&] { return Open(tpl, md5), true; });
 }
 
@@ -80,6 +81,7 @@ void DLPCacheTpl::Open(QVKConfigKeywordTemplateNode const& tpl, HString const& m
     HString const id = IdOf(tpl);
     HString const directory = DLPCache::TplDirectory(id, md5);
     if (!define_mgr_) return;
+    if (directory != define_mgr_->get_config_path()) snapshot_ = Snapshot::kUnknown;
     define_mgr_->set_config_path(directory);
     bool const made = DLPCache::MakeTplDirectory(id, md5);
     int const bucket_count = ReadBucketCount(id);

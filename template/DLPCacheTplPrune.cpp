@@ -39,6 +39,7 @@ void DLPCacheTplMgr::UpdataCache() noexcept {
             if (!IsCurrent(found.tpl_id, md5)) outdated.push_back(std::move(found));
         }
         // Asked only now: a task that begins after the first question uses what is current, and that is asked again.
+        // Whoever replaces the definitions to and fro meanwhile may lose a cache, never an answer's truth.
         DLPCache::TplUse use;
         for (auto const& [tpl_id, md5] : outdated) {
             if (!use.IsUsed(tpl_id, md5) && !IsCurrent(tpl_id, md5)) (void)DeleteCache(md5);

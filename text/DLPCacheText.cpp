@@ -45,7 +45,8 @@ bool MayUse(HString const& directory) noexcept {
 
 // Of a name that is too long there is no file, although its existence cannot be looked up.
 bool IsName(HString const& path) noexcept {
-    return NoThrow(false, [&] { return path.get_short_name().get_str().size() <= NAME_MAX; });
+    return NoThrow(
+        false, [&] { return path.get_short_name().get_str().size() <= NAME_MAX && path.get_str().size() < PATH_MAX; });
 }
 
 // In place of an older file. A path is empty without memory.

@@ -38,7 +38,10 @@ class Walk {
 
     void Start(std::string path) {
         struct stat status {};
-        if (IsBelowExcluded(path)) return;
+        if (IsBelowExcluded(path)) {
+            errno = EPERM;
+            return Fail(path);
+        }
         if (::lstat(path.c_str(), &status) != 0) return Fail(path);
         if (S_ISREG(status.st_mode)) return result_.files.push_back(path);
         if (!S_ISDIR(status.st_mode)) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <stdexcept>
 
 #include "host/base/HFile.h"
 #include "host/policy/KwDefineMgr.h"

@@ -198,6 +198,23 @@ TEST_P(DamagedSnapshotTest, ThatCannotBeReadIsLeftAlone) {
     EXPECT_EQ(Files(Dir()), before);
 }
 
+TEST_F(DLPCacheTplOpenTest, InitAgainOpensTheSameStore) {
+    Prepare();
+    auto const cache = Open();
+    cache->Init(Current(), CurrentMd5());
+    EXPECT_EQ(FindOne(*cache), 2);
+}
+
+TEST_F(DLPCacheTplOpenTest, InitAfterAnOutdatedSnapshotKeepsAnswers) {
+    Prepare();
+    std::string const dir = Dir();
+    fs::copy(dir, Dir("T1", "ABC"));
+    DLPCacheTpl cache(Current(), "ABC");
+    EXPECT_EQ(FindOne(cache), -2);
+    cache.Init(Current(), CurrentMd5());
+    EXPECT_EQ(FindOne(cache), 2);
+}
+
 TEST_F(DLPCacheTplOpenTest, SnapshotWithoutTheTemplateIsReplaced) {
     Prepare();
     std::string const t1 = Dir();

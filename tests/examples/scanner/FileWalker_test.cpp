@@ -68,11 +68,15 @@ TEST(FileWalks, LeaveOutTheExcludedDirectory) {
     EXPECT_THAT(WalkFiles({tree.Path()}, tree / "root").files, ElementsAre(file));
 }
 
-TEST(FileWalks, LeaveOutStartsInTheExcludedDirectory) {
+TEST(FileWalks, TellOfStartsInTheExcludedDirectory) {
     TempTree const tree;
     std::string const file = tree.Write("x", "");
     std::string const inside = tree.Write("root/cache/index", "");
-    EXPECT_THAT(WalkFiles({file, inside, tree / "root", tree / "root/cache"}, tree / "root").files, ElementsAre(file));
+    WalkResult const result = WalkFiles({file, inside, tree / "root", tree / "root/cache"}, tree / "root");
+    EXPECT_THAT(result.files, ElementsAre(file));
+    ASSERT_EQ(result.errors.size(), 3U);
+    for (WalkError const& error : result.errors)
+        EXPECT_EQ(error.error, EPERM) << error.path;
 }
 
 TEST(FileWalks, TellOfAStartThatIsNeitherFileNorDirectory) {

@@ -48,11 +48,10 @@ TEST(HEnvironment, RestsForNoLessThanAsked) {
 }
 
 TEST(HEnvironment, NothingAndLessAreNoRest) {
-    auto const start = Clock::now();
+    // Taken for an unsigned number, these are weeks: the test would run out of time.
     HEnvironment::Sleep(0);
     HEnvironment::Sleep(-1);
     HEnvironment::Sleep(std::numeric_limits<int>::min());
-    EXPECT_LT(Clock::now() - start, std::chrono::minutes(5));  // not the weeks of an unsigned number
 }
 
 TEST(HEnvironment, SignalsDoNotCutARestShort) {
