@@ -95,6 +95,7 @@ void DLPCacheTpl::Open(QVKConfigKeywordTemplateNode const& tpl, HString const& m
         if (snapshot_ == Snapshot::kUnknown) return;
         kTplLog.Write(DLPCache::kLogWarning, 722, "template cache is out of date, made anew, dir: ", directory);
         if (!EmptyTplDirectory(id, md5)) return;
+        snapshot_ = Snapshot::kUnknown;
     }
     if (!IsCurrent(tpl, md5)) return;
     // What an interrupted deletion left behind: an index without its data file would tell answers of other files.
