@@ -34,8 +34,9 @@ class TORVANE_API DLPCacheSensRecordMgr {
     // The record of a key, made when there is none. Null only without memory.
     [[nodiscard]] DLPCacheSensRecord* GetDLPCacheSensRecord(HString key) noexcept;
 
-    // Counts one find of `file` and returns the new count of that kind, from 1. What goes wrong below is not told: a
-    // count that cannot be read, or that is negative on disk, starts again at 1, one that cannot be written is lost.
+    // Counts one find of `file` and returns the new count of that kind, from 1 to INT_MAX, where it stays; only a
+    // damaged file whose count is negative gives less. What goes wrong below is not told: a count that cannot be read
+    // starts again at 1, one that cannot be written is lost.
     int GetFileFoundTimes(HString const& file, QVKPolicySensitiveFileAuditNode const& node,
                           DLP_CHECK_TYPE type) noexcept;
     int GetRealTimeFileFoundTimes(HString const& file, QVKPolicySensitiveFileAuditNode const& node) noexcept;

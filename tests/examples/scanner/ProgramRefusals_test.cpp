@@ -15,6 +15,9 @@ using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
+constexpr char kOther[] = "the task one was a scan under another policy or other templates";
+constexpr char kNoPlace[] = "the task cannot be recorded in ";
+
 class RefusedScans : public Tasks {
   protected:
     // What scans leave for later ones but for the answers: definitions, policies, tasks, counts.
@@ -29,6 +32,14 @@ class RefusedScans : public Tasks {
         }
         return files;
     }
+    // The scan is refused for this reason and changes nothing of that.
+    void ExpectRefused(std::string const& arguments, std::string const& reason) const {
+        auto const before = Remembered();
+        Program::Run const run = Run("scan " + arguments + " @DOCS");
+        EXPECT_EQ(run.status, 2);
+        EXPECT_THAT(run.err, HasSubstr(reason));
+        EXPECT_TRUE(Remembered() == before);
+    }
     // As a signal would have left it.
     void Interrupt(std::string const& task) const {
         HString const path(program_.tree() / ("root/cache/task/" + task + "/ScanTask.arc"));
@@ -41,9 +52,7 @@ class RefusedScans : public Tasks {
 
 TEST_F(RefusedScans, WithOtherTemplatesLeaveThePolicyAndTheTaskAsTheyAre) {
     (void)program_.Scan("--task one");
-    auto const before = Remembered();
-    EXPECT_EQ(Run("scan --task one " + Fewer() + " @DOCS").status, 2);
-    EXPECT_TRUE(Remembered() == before);
+    ExpectRefused("--task one " + Fewer(), kOther);
     EXPECT_EQ(program_.Scan("--task one").at("sensitive").at(0).at("found_times"), 2);
 }
 
@@ -82,21 +91,13 @@ TEST_F(RefusedScans, OfAMissingPathMakeNoRoot) {
 
 TEST_F(RefusedScans, UnderAnIdThatNoFileCanHaveLeaveThePoliciesAsTheyAre) {
     (void)program_.Scan("--task one");
-    auto const before = Remembered();
-    Program::Run const run = Run("scan --task " + std::string(300, 'x') + " " + Fewer() + " @DOCS");
-    EXPECT_EQ(run.status, 2);
-    EXPECT_THAT(run.err, HasSubstr("the task cannot be recorded in "));
-    EXPECT_TRUE(Remembered() == before);
+    ExpectRefused("--task " + std::string(300, 'x') + " " + Fewer(), kNoPlace);
 }
 
 TEST_F(RefusedScans, OfATaskWhoseDirectoryWasMovedLeaveThePoliciesAsTheyAre) {
     (void)program_.Scan("--task one");
     std::filesystem::rename(program_.tree() / "root/cache/task/one", program_.tree() / "root/cache/task/three");
-    auto const before = Remembered();
-    Program::Run const run = Run("scan --task one --policy other " + Fewer() + " @DOCS");
-    EXPECT_EQ(run.status, 2);
-    EXPECT_THAT(run.err, HasSubstr("the task one was a scan under another policy or other templates"));
-    EXPECT_TRUE(Remembered() == before);
+    ExpectRefused("--task one --policy other " + Fewer(), kOther);
 }
 
 TEST_F(RefusedScans, OfATaskOfWhichOnlyACopyIsLeftLeaveThePoliciesAsTheyAre) {
@@ -104,9 +105,7 @@ TEST_F(RefusedScans, OfATaskOfWhichOnlyACopyIsLeftLeaveThePoliciesAsTheyAre) {
     std::filesystem::copy(program_.tree() / "root/cache/task/one", program_.tree() / "root/cache/task/one.bak",
                           std::filesystem::copy_options::recursive);
     EXPECT_EQ(Run("remove one").status, 0);
-    auto const before = Remembered();
-    EXPECT_EQ(Run("scan --task one --policy other @DOCS").status, 2);
-    EXPECT_TRUE(Remembered() == before);
+    ExpectRefused("--task one --policy other", kOther);
 }
 
 TEST_F(RefusedScans, OfATaskWithACopyUnderAnotherPolicyLeaveThePoliciesAsTheyAre) {
@@ -117,40 +116,28 @@ TEST_F(RefusedScans, OfATaskWithACopyUnderAnotherPolicyLeaveThePoliciesAsTheyAre
     ASSERT_EQ(record.from_file(copy), 0);
     record.id = "one";
     ASSERT_EQ(record.to_file(copy), 0);
-    auto const before = Remembered();
-    EXPECT_EQ(Run("scan --task one --policy other @DOCS").status, 2);
-    EXPECT_TRUE(Remembered() == before);
+    ExpectRefused("--task one --policy other", kOther);
 }
 
 TEST_F(RefusedScans, OfATaskWhoseDirectoryIsALinkLeaveThePoliciesAsTheyAre) {
     (void)program_.Scan("--task two");
     std::filesystem::create_directory(program_.tree() / "away");
     std::filesystem::create_directory_symlink(program_.tree() / "away", program_.tree() / "root/cache/task/one");
-    auto const before = Remembered();
-    Program::Run const run = Run("scan --task one " + Fewer() + " @DOCS");
-    EXPECT_EQ(run.status, 2);
-    EXPECT_THAT(run.err, HasSubstr("the task cannot be recorded in "));
-    EXPECT_TRUE(Remembered() == before);
+    ExpectRefused("--task one " + Fewer(), kNoPlace);
 }
 
 TEST_F(RefusedScans, WhereALinkStandsForTheTasksLeaveThePoliciesAsTheyAre) {
     (void)program_.Scan("--task two");
     std::filesystem::rename(program_.tree() / "root/cache/task", program_.tree() / "away");
     std::filesystem::create_directory_symlink(program_.tree() / "away", program_.tree() / "root/cache/task");
-    auto const before = Remembered();
-    EXPECT_EQ(Run("scan --task one " + Fewer() + " @DOCS").status, 2);
-    EXPECT_TRUE(Remembered() == before);
+    ExpectRefused("--task one " + Fewer(), kNoPlace);
 }
 
 TEST_F(RefusedScans, OfATaskThatLostItsRecordLeaveItsFindingsAsTheyAre) {
     (void)program_.Scan("--task one");
     std::filesystem::remove(program_.tree() / "root/cache/task/one/ScanTask.arc");
-    auto const before = Remembered();
-    Program::Run const run = Run("scan --task one " + Fewer() + " @DOCS");
-    EXPECT_EQ(run.status, 2);
-    EXPECT_THAT(run.err, HasSubstr("the record of the task one in " + (program_.tree() / "root/cache/task/one/") +
-                                   " cannot be read"));
-    EXPECT_TRUE(Remembered() == before);
+    ExpectRefused("--task one " + Fewer(),
+                  "the record of the task one in " + (program_.tree() / "root/cache/task/one/") + " cannot be read");
 }
 
 TEST_F(RefusedScans, WhereDefinitionsCannotBeWrittenKeepThoseThatAreThere) {
