@@ -1,0 +1,190 @@
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+#include "front/DLPCacheMgr.h"
+#include "tests/tools/torvane/ReadRoot.h"
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+class LsTool : public ReadRoot {};
+class ExportTool : public ReadRoot {};
+
+std::vector<std::string> Lines(std::string const& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+}  // namespace
+
+TEST_F(LsTool, AnswersTellTheStoredNameAndWhereTheyLie) {
+    MakeSmallRoot();
+    auto const rows = Items({"ls", "answers", "--match"});
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_EQ(rows[0]["template"], "T1");
+    EXPECT_EQ(rows[0]["name"], "stored name");
+    EXPECT_EQ(rows[0]["rules"], 1);
+    EXPECT_EQ(rows[0]["offset"], 0);
+    EXPECT_EQ(rows[0]["state"], "sound");
+}
+
+TEST_F(LsTool, AnswersWithoutAMatchHaveNoName) {
+    MakeSmallRoot();
+    auto const rows = Items({"ls", "answers", "--no-match"});
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_EQ(rows[0]["matched"], false);
+    EXPECT_TRUE(rows[0]["name"].is_null());
+    EXPECT_TRUE(rows[0]["offset"].is_null());
+}
+
+TEST_F(LsTool, TemplatesTellWhichDefinitionIsCurrent) {
+    Define("T1");
+    AsAgent([] { StoreNoMatch("/x/b.txt", kMd5B, "T1"); });
+    Define("T1", "another word");
+    AsAgent([] { StoreNoMatch("/x/a.txt", kMd5A, "T1"); });
+    auto const rows = Items({"ls", "templates"});
+    ASSERT_EQ(rows.size(), 2U);
+    EXPECT_NE(rows[0]["current"], rows[1]["current"]);
+    EXPECT_EQ(rows[0]["name"], "template T1");
+    EXPECT_EQ(rows[0]["buckets"], 101);
+}
+
+TEST_F(LsTool, TasksTellTheirPolicyAndTheirFindings) {
+    MakeSmallRoot();
+    auto const rows = Items({"ls", "tasks"});
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_EQ(rows[0]["id"], "t1");
+    EXPECT_EQ(rows[0]["status"], "running");
+    EXPECT_EQ(rows[0]["started"], "2023-11-14T22:13:20Z");
+    EXPECT_EQ(rows[0]["policy"], "p1");
+    EXPECT_EQ(rows[0]["findings"], 1);
+}
+
+TEST_F(LsTool, FindingsTellFileAndTimes) {
+    MakeSmallRoot();
+    auto const rows = Items({"ls", "findings", "--task", "t1"});
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_EQ(rows[0]["sn"], 1);
+    EXPECT_EQ(rows[0]["path"], "/x/a.txt");
+    EXPECT_EQ(rows[0]["size"], 12);
+    EXPECT_EQ(rows[0]["found"], "2023-11-14T22:13:23Z");
+    EXPECT_EQ(rows[0]["verdict_length"], 16);
+}
+
+TEST_F(LsTool, AFileCountedTwiceIsOneCounter) {
+    MakeSmallRoot();
+    auto const rows = Items({"ls", "counters"});
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_EQ(rows[0]["policy"], "p1");
+    EXPECT_EQ(rows[0]["policy_version"], "1700000000");
+    EXPECT_EQ(rows[0]["by_policy"], 2);
+    EXPECT_EQ(rows[0]["tool"], 0);
+}
+
+TEST_F(LsTool, TextsTellTheirNamesAndLengths) {
+    MakeSmallRoot();
+    auto const rows = Items({"ls", "texts"});
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_EQ(rows[0]["name"], "text/1");
+    EXPECT_EQ(rows[0]["text_length"], 13);
+    EXPECT_EQ(rows[0]["positions"], 2);
+}
+
+TEST_F(LsTool, TextsAreShownOnlyWhenAskedFor) {
+    MakeSmallRoot();
+    for (char const* const what : {"answers", "findings", "texts"}) {
+        ToolResult const result = Run({"--format", "json", "ls", what});
+        EXPECT_THAT(result.out, Not(HasSubstr("secret"))) << what;
+        EXPECT_THAT(result.out, Not(HasSubstr("matched words"))) << what;
+    }
+    EXPECT_EQ(Items({"--show-text", "ls", "texts"})[0]["text"], "a secret text");
+    EXPECT_EQ(Items({"--show-text", "ls", "findings"})[0]["verdict"], "a secret verdict");
+}
+
+TEST_F(LsTool, LimitEndsTheList) {
+    MakeSmallRoot();
+    auto const list = Json({"ls", "answers", "--limit", "1"});
+    EXPECT_EQ(list["items"].size(), 1U);
+    EXPECT_EQ(list["rows"], 1);
+    EXPECT_EQ(list["limited"], true);
+    EXPECT_EQ(Json({"ls", "answers"})["limited"], false);
+}
+
+TEST_F(LsTool, AFilterThatNamesNothingIsANo) {
+    MakeSmallRoot();
+    EXPECT_EQ(Run({"ls", "answers", "--template", "T9"}).status, 1);
+    EXPECT_EQ(Run({"ls", "answers", "--template", "T1"}).status, 0);
+}
+
+TEST_F(LsTool, AFilterThatDoesNotApplyIsWrongUsage) {
+    MakeSmallRoot();
+    EXPECT_EQ(Run({"ls", "counters", "--template", "T1"}).status, 2);
+    EXPECT_EQ(Run({"ls", "templates", "--match"}).status, 2);
+    EXPECT_EQ(Run({"ls", "nothing"}).status, 2);
+}
+
+TEST_F(LsTool, ADamagedRecordIsNamedAndTheRestListed) {
+    MakeSmallRoot();
+    WriteBytes(TemplateStore("T1") + "/cache", "too short");
+    ToolResult const result = Run({"--format", "json", "ls", "answers"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.Json()["items"].size(), 2U);
+    EXPECT_THAT(result.out, HasSubstr("record lies outside its data file"));
+}
+
+TEST_F(LsTool, ADamagedIndexIsNamedOnStderr) {
+    MakeSmallRoot();
+    WriteBytes(TemplateStore("T1") + "/index", "no index");
+    ToolResult const result = Run({"ls", "answers"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.err, HasSubstr("index head is not valid"));
+}
+
+TEST_F(LsTool, AnEmptyCacheHasNoRows) {
+    AsAgent([] { (void)DLPCacheMgr::pins(); });
+    for (char const* const what : {"templates", "answers", "tasks", "findings", "counters", "texts"})
+        EXPECT_EQ(Items({"ls", what}).size(), 0U) << what;
+}
+
+TEST_F(LsTool, ANameWithControlCharactersIsEscaped) {
+    Define("T1");
+    AsAgent([] {
+        AddTask("t\x1b[31m");
+        AddFinding("t\x1b[31m", "/x/\x1b[2J\xff.txt");
+    });
+    EXPECT_THAT(Run({"ls", "findings"}).out, Not(HasSubstr("\x1b")));
+    EXPECT_THAT(Run({"ls", "findings"}).out, HasSubstr("\\xFF"));
+    EXPECT_EQ(Items({"ls", "findings"}).size(), 1U);
+}
+
+TEST_F(ExportTool, WritesOneObjectALineOfEveryKind) {
+    MakeSmallRoot();
+    ToolResult const result = Run({"export"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(FollowsSchema(result.out, "jsonl")) << result.out;
+    std::string kinds;
+    for (std::string const& line : Lines(result.out))
+        kinds += nlohmann::json::parse(line)["kind"].get<std::string>() + " ";
+    EXPECT_EQ(kinds, "template answer answer task finding counter text ");
+}
+
+TEST_F(ExportTool, WritesCsvWithOneHead) {
+    MakeSmallRoot();
+    auto const lines = Lines(Run({"--format", "csv", "export", "tasks", "counters"}).out);
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_THAT(lines[0], testing::StartsWith("kind,id,name,status,"));
+    EXPECT_THAT(lines[1], testing::StartsWith("task,t1,nightly,running,"));
+    EXPECT_THAT(lines[2], testing::StartsWith("counter,"));
+}
+
+TEST_F(ExportTool, RefusesATable) {
+    MakeSmallRoot();
+    EXPECT_EQ(Run({"--format", "table", "export"}).status, 2);
+    EXPECT_EQ(Run({"--format", "json", "export"}).status, 2);
+}

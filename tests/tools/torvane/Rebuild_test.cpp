@@ -1,0 +1,206 @@
+#include <filesystem>
+#include <map>
+
+#include "storage/DLPCacheManager.h"
+#include "tests/tools/torvane/CheckFixture.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+// What a record store answers.
+struct Answer {
+    int code = 0;
+    std::string bytes;
+    friend bool operator==(Answer const&, Answer const&) = default;
+};
+
+class Rebuilding : public CheckedRoot {
+  protected:
+    ~Rebuilding() override { std::filesystem::remove_all(Out()); }
+
+    [[nodiscard]] std::string Out() const { return root_.Path() + "-out"; }
+    [[nodiscard]] ToolResult Repair() const { return Run({"repair", "--out", Out(), "--format", "json"}); }
+    [[nodiscard]] ToolResult Compact() const { return Run({"compact", "--out", Out(), "--format", "json"}); }
+    [[nodiscard]] ToolResult VerifyOut() const { return tool_.Run({"verify", "--format", "json", "--root", Out()}); }
+
+    template <class Key>
+    static Answer Find(std::string const& directory, Key const& key) {
+        DLPCache::Manager const store(0, HString(directory + "/index"), HString(directory + "/cache"));
+        unsigned char* bytes = nullptr;
+        int length = 0;
+        Answer answer{store.Find(key, bytes, length), {}};
+        if (bytes != nullptr) answer.bytes.assign(reinterpret_cast<char*>(bytes), static_cast<std::size_t>(length));
+        delete[] bytes;
+        return answer;
+    }
+
+    // Everything that can be asked for, and some more that is not there.
+    [[nodiscard]] std::map<std::string, Answer> Answers(std::string const& root) const {
+        std::map<std::string, Answer> answers;
+        for (char letter = '0'; letter <= 'z'; ++letter) {
+            std::string const key(32, letter);
+            answers["answer " + key] = Find(root + "/" + Template(), HString(key));
+        }
+        for (int sn = 1; sn <= 5; ++sn)
+            answers["finding " + std::to_string(sn)] = Find(root + "/" + kTask, sn);
+        for (char const* const file : {"/a", "/b", "/c", "/d"})
+            answers[std::string("count ") + file] =
+                Find(root + "/" + kCounters, HString(file).get_md5_std_format(HString()));
+        return answers;
+    }
+};
+
+// ---- compact
+
+TEST_F(Rebuilding, CompactAnswersEveryKeyAsBefore) {
+    auto const before = Answers(root_.Path());
+    ASSERT_EQ(Compact().status, 0);
+    EXPECT_EQ(Answers(Out()), before);
+    int with_data = 0;
+    int without = 0;
+    for (auto const& [key, answer] : before) {
+        with_data += answer.code == DLPCache::kFoundWithData ? 1 : 0;
+        without += answer.code == DLPCache::kFound ? 1 : 0;
+    }
+    EXPECT_GE(with_data, 10);
+    EXPECT_GE(without, 5);
+}
+
+TEST_F(Rebuilding, CompactKeepsTheTrailingBytesOfAShorterRewrite) {
+    std::string const directory = root_ / std::string(kCounters);
+    DLPCache::Manager const store(0, HString(directory + "/index"), HString(directory + "/cache"));
+    unsigned char longer[] = "\x10\0\0\0abcdefghijkl";
+    HString const key = "rewritten";
+    ASSERT_EQ(store.Add(key, longer, 16), 1);
+    unsigned char shorter[] = "\x10\0\0\0zyx";
+    ASSERT_EQ(store.Add(key, shorter, 7), 1);
+    Answer const before = Find(directory, key);
+    ASSERT_EQ(before.bytes, std::string("\x10\0\0\0zyxdefghijkl", 16));
+    ASSERT_EQ(Compact().status, 0);
+    EXPECT_EQ(Find(Out() + "/" + kCounters, key), before);
+}
+
+TEST_F(Rebuilding, CompactLeavesNoWasteBehind) {
+    Append(Template() + "/cache", "dead");
+    WriteBytes(root_ / (Template() + "/index.tmp"), "");
+    ASSERT_EQ(Compact().status, 0);
+    EXPECT_THAT(VerifyOut().Json()["items"], IsEmpty());
+}
+
+TEST_F(Rebuilding, CompactRefusesADamagedCache) {
+    Flip(Template() + "/index", 3);
+    ToolResult const result = Compact();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.err, HasSubstr("repair"));
+    EXPECT_FALSE(Exists(Out()));
+}
+
+TEST_F(Rebuilding, BothFollowTheirSchemas) {
+    EXPECT_TRUE(FollowsSchema(Compact().out, "json"));
+    std::filesystem::remove_all(Out());
+    Flip(Template() + "/cache", 0);
+    EXPECT_TRUE(FollowsSchema(Run({"repair", "--out", Out(), "--format", "jsonl"}).out, "jsonl"));
+}
+
+// ---- repair
+
+TEST_F(Rebuilding, RepairOfASoundCacheLeavesNothingOut) {
+    auto const before = Answers(root_.Path());
+    ToolResult const result = Repair();
+    ASSERT_EQ(result.status, 0);
+    EXPECT_THAT(result.Json()["items"], IsEmpty());
+    EXPECT_EQ(Answers(Out()), before);
+    EXPECT_EQ(VerifyOut().status, 0);
+}
+
+TEST_F(Rebuilding, RepairBringsBackWhatABrokenLinkHid) {
+    auto const before = Answers(root_.Path());
+    std::string const index = Template() + "/index";
+    torvane::Slot slot = SlotAt(index, LinkedSlot());
+    slot.next = 1LL << 40;
+    PutSlot(index, LinkedSlot(), slot);
+    ASSERT_EQ(Repair().status, 0);
+    EXPECT_EQ(Answers(Out()), before);
+    EXPECT_EQ(VerifyOut().status, 0);
+}
+
+TEST_F(Rebuilding, RepairLeavesADamagedRecordOutAndSaysSo) {
+    std::uint64_t const number = LoneSlot();
+    Put(Template() + "/cache", static_cast<std::uint64_t>(SlotAt(Template() + "/index", number).offset), "\x01\x01");
+    auto const before = Answers(root_.Path());
+    auto const report = Repair().Json();
+    ASSERT_THAT(report["items"], SizeIs(1));
+    EXPECT_EQ(report["items"][0]["slot"], number);
+    int changed = 0;
+    for (auto const& [key, answer] : Answers(Out())) {
+        if (answer == before.at(key)) continue;
+        EXPECT_EQ(answer.code, DLPCache::kDone) << key;
+        ++changed;
+    }
+    EXPECT_EQ(changed, 1);
+    EXPECT_EQ(VerifyOut().status, 0);
+}
+
+TEST_F(Rebuilding, RepairKeepsTheNumbersOfFindings) {
+    Flip(std::string(kTask) + "/cache", 0);
+    auto const before = Answers(root_.Path());
+    ASSERT_EQ(Repair().status, 0);
+    auto const after = Answers(Out());
+    EXPECT_EQ(after.at("finding 1"), (Answer{DLPCache::kFound, ""}));
+    EXPECT_EQ(after.at("finding 2"), before.at("finding 2"));
+    EXPECT_EQ(after.at("finding 3"), before.at("finding 3"));
+}
+
+TEST_F(Rebuilding, RepairBringsBackTheAnswersOfAnIndexWithADamagedHead) {
+    auto const before = Answers(root_.Path());
+    Flip(Template() + "/index", 3);
+    ASSERT_EQ(Repair().status, 0);
+    EXPECT_EQ(Answers(Out()), before);
+}
+
+TEST_F(Rebuilding, RepairLeavesOutBothOfTwoKeysWithOneRecord) {
+    std::string const index = Template() + "/index";
+    torvane::Slot const lone = SlotAt(index, LoneSlot());
+    std::uint64_t const other =
+        FindSlot(index, [&](auto, auto const& slot) { return slot.length > 0 && slot.offset != lone.offset; });
+    torvane::Slot slot = SlotAt(index, other);
+    slot.offset = lone.offset;
+    PutSlot(index, other, slot);
+    EXPECT_THAT(Repair().Json()["items"], SizeIs(2));
+    EXPECT_EQ(VerifyOut().status, 0);
+}
+
+TEST_F(Rebuilding, RepairLeavesOutWhatTheLibraryWouldThrowAway) {
+    Remove(Template() + "/KeywordFormatItem.arc");
+    auto const report = Repair().Json();
+    EXPECT_EQ(report["items"][0]["file"], Template());
+    EXPECT_FALSE(Exists(Out() + "/" + Template()));
+    EXPECT_EQ(VerifyOut().status, 0);
+}
+
+TEST_F(Rebuilding, RepairMakesAStampThatKeepsTheCache) {
+    WriteBytes(root_ / "cache/Version.ini", "damaged");
+    ASSERT_EQ(Repair().status, 0);
+    EXPECT_EQ(ReadBytes(Out() + "/cache/Version.ini"), "[DLP]\ncache=4\n");
+}
+
+// ---- where
+
+TEST_F(Rebuilding, ADirectoryThatHoldsSomethingIsRefused) {
+    std::filesystem::create_directories(Out());
+    WriteBytes(Out() + "/kept", "");
+    EXPECT_EQ(Repair().status, 2);
+    EXPECT_THAT(Files(Out()), testing::ElementsAre("kept"));
+    EXPECT_EQ(Run({"repair", "--out", Out() + "/kept"}).status, 2);
+}
+
+TEST_F(Rebuilding, ADirectoryInTheSourceIsRefused) {
+    EXPECT_EQ(Run({"repair", "--out", root_ / "cache/new"}).status, 2);
+    EXPECT_EQ(Run({"compact", "--out", root_.Path()}).status, 2);
+    EXPECT_FALSE(Exists(root_ / "cache/new"));
+}
+
+}  // namespace

@@ -1,0 +1,382 @@
+#include <sys/stat.h>
+
+#include <atomic>
+#include <filesystem>
+#include <map>
+#include <thread>
+
+#include "sensrecord/DLPCacheSensRecordMgr.h"
+#include "tests/tools/torvane/CheckFixture.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr std::uint64_t kHead = 27;
+
+class VerifyOf : public CheckedRoot {
+  protected:
+    [[nodiscard]] std::string Index() const { return Template() + "/index"; }
+    [[nodiscard]] std::string Data() const { return Template() + "/cache"; }
+
+    template <class Change>
+    void ChangeSlot(std::uint64_t number, Change change) {
+        torvane::Slot slot = SlotAt(Index(), number);
+        change(slot);
+        PutSlot(Index(), number, slot);
+    }
+};
+
+TEST_F(VerifyOf, ASoundRootFindsNoDamage) {
+    EXPECT_THAT(Damage(), IsEmpty());
+    EXPECT_THAT(QuickDamage(), IsEmpty());
+    ToolResult const result = Run({"verify"});
+    EXPECT_THAT(result.out, HasSubstr("no damage found in 3 stores"));
+    EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(VerifyOf, ASoundRootTellsTheRepeatedSlotsOfCounts) {
+    EXPECT_THAT(Waste(), ElementsAre("repeated-slots"));
+}
+
+TEST_F(VerifyOf, DamageNamesFileSlotAndOffset) {
+    std::uint64_t const slot = LoneSlot();
+    Put(Index(), torvane::IndexView::OffsetOf(slot), "X");
+    auto const item = Run({"verify", "--format", "json"}).Json()["items"][0];
+    EXPECT_EQ(item["file"], Index());
+    EXPECT_EQ(item["slot"], slot);
+    EXPECT_EQ(item["offset"], torvane::IndexView::OffsetOf(slot));
+    EXPECT_THAT(Run({"verify"}).out, HasSubstr("1 place damaged"));
+}
+
+TEST_F(VerifyOf, DamageFollowsItsSchemaLineByLine) {
+    Put(Index(), torvane::IndexView::OffsetOf(LoneSlot()), "X");
+    EXPECT_TRUE(FollowsSchema(Run({"verify", "--format", "jsonl"}).out, "jsonl"));
+}
+
+// ---- the index
+
+TEST_F(VerifyOf, AnIndexShorterThanItsHead) {
+    CutTo(Index(), 20);
+    EXPECT_THAT(QuickDamage(), ElementsAre("index-short"));
+}
+
+TEST_F(VerifyOf, AnIndexWithAnotherTag) {
+    Flip(Index(), 3);
+    EXPECT_THAT(QuickDamage(), ElementsAre("index-head"));
+}
+
+TEST_F(VerifyOf, AnIndexWhoseTableIsCut) {
+    CutTo(Index(), kHead + 57 * 3);
+    EXPECT_THAT(QuickDamage(), Contains("index-table-cut"));
+}
+
+TEST_F(VerifyOf, AnIndexWhoseLastSlotIsCut) {
+    Append(Index(), "abc");
+    EXPECT_THAT(QuickDamage(), ElementsAre("index-slot-cut"));
+}
+
+TEST_F(VerifyOf, AMissingIndexOfRecords) {
+    Remove(Index());
+    EXPECT_THAT(QuickDamage(), ElementsAre("index-missing"));
+}
+
+// ---- slots
+
+TEST_F(VerifyOf, AKeyThatIsNone) {
+    Put(Index(), torvane::IndexView::OffsetOf(LoneSlot()) + 5, "X");
+    EXPECT_THAT(QuickDamage(), ElementsAre("slot-key"));
+}
+
+TEST_F(VerifyOf, AKeyInAnotherBucket) {
+    ChangeSlot(LoneSlot(), [](torvane::Slot& slot) { slot.str_key[3] = slot.str_key[3] == '0' ? '1' : '0'; });
+    EXPECT_THAT(Damage(), ElementsAre("slot-bucket"));
+}
+
+TEST_F(VerifyOf, AnUnusedSlotThatIsNotEmpty) {
+    ChangeSlot(LoneSlot(), [](torvane::Slot& slot) { slot.str_key[0] = '\0'; });
+    EXPECT_THAT(QuickDamage(), ElementsAre("slot-unused"));
+}
+
+TEST_F(VerifyOf, AChainThatEndsInAnUnusedSlot) {
+    std::uint64_t const last = SlotCount(Index());
+    PutSlot(Index(), last, torvane::Slot());
+    EXPECT_THAT(QuickDamage(), ElementsAre("slot-unused"));
+}
+
+TEST_F(VerifyOf, AnotherNumberInASlot) {
+    std::string const index = std::string(kTask) + "/index";
+    torvane::Slot slot = SlotAt(index, 2);
+    slot.str_key[0] = '9';
+    PutSlot(index, 2, slot);
+    EXPECT_THAT(QuickDamage(), ElementsAre("slot-number"));
+}
+
+TEST_F(VerifyOf, ANumberWhoseSlotIsEmpty) {
+    PutSlot(std::string(kTask) + "/index", 2, torvane::Slot());
+    EXPECT_THAT(QuickDamage(), ElementsAre("slot-unused"));
+}
+
+TEST_F(VerifyOf, ANumberWithALink) {
+    std::string const index = std::string(kTask) + "/index";
+    torvane::Slot slot = SlotAt(index, 2);
+    slot.next = kHead;
+    PutSlot(index, 2, slot);
+    EXPECT_THAT(QuickDamage(), ElementsAre("slot-number-link"));
+}
+
+// ---- links
+
+TEST_F(VerifyOf, ALinkOutOfTheFile) {
+    ChangeSlot(LinkedSlot(), [](torvane::Slot& slot) { slot.next = 1LL << 40; });
+    EXPECT_THAT(QuickDamage(), ElementsAre("link-outside", "slot-cut-off"));
+}
+
+TEST_F(VerifyOf, ANegativeLink) {
+    ChangeSlot(LinkedSlot(), [](torvane::Slot& slot) { slot.next = -57; });
+    EXPECT_THAT(QuickDamage(), ElementsAre("link-outside", "slot-cut-off"));
+}
+
+TEST_F(VerifyOf, ALinkBetweenSlots) {
+    ChangeSlot(LinkedSlot(), [](torvane::Slot& slot) { slot.next += 1; });
+    EXPECT_THAT(QuickDamage(), ElementsAre("link-odd", "slot-cut-off"));
+}
+
+TEST_F(VerifyOf, AChainThatLeadsRoundInACircle) {
+    std::uint64_t const first = LinkedSlot();
+    std::uint64_t const second = (static_cast<std::uint64_t>(SlotAt(Index(), first).next) - kHead) / 57 + 1;
+    ChangeSlot(second,
+               [&](torvane::Slot& slot) { slot.next = static_cast<long long>(torvane::IndexView::OffsetOf(first)); });
+    EXPECT_THAT(QuickDamage(), Contains("link-back"));
+}
+
+TEST_F(VerifyOf, TwoLinksToOneSlot) {
+    std::uint64_t const first = LinkedSlot();
+    std::uint64_t const other =
+        FindSlot(Index(), [&](std::uint64_t number, auto const& slot) { return number > first && slot.next != 0; });
+    long long const next = SlotAt(Index(), first).next;
+    ChangeSlot(other, [&](torvane::Slot& slot) { slot.next = next; });
+    EXPECT_THAT(QuickDamage(), Contains("link-shared"));
+}
+
+TEST_F(VerifyOf, AChainThatLeadsToAnotherBucketsKey) {
+    // Two chains exchange what is behind their first slots.
+    std::uint64_t const first = LinkedSlot();
+    std::uint64_t const other = FindSlot(Index(), [&](std::uint64_t number, auto const& slot) {
+        return number > first && number < 7 && slot.next != 0;
+    });
+    torvane::Slot a = SlotAt(Index(), first);
+    torvane::Slot b = SlotAt(Index(), other);
+    std::swap(a.next, b.next);
+    PutSlot(Index(), first, a);
+    PutSlot(Index(), other, b);
+    EXPECT_THAT(QuickDamage(), ElementsAre("slot-bucket"));
+}
+
+// ---- records
+
+TEST_F(VerifyOf, ARecordWithANegativePlace) {
+    ChangeSlot(LoneSlot(), [](torvane::Slot& slot) { slot.offset = -2; });
+    EXPECT_THAT(QuickDamage(), ElementsAre("record-place"));
+}
+
+TEST_F(VerifyOf, ARecordOfNegativeLength) {
+    ChangeSlot(LoneSlot(), [](torvane::Slot& slot) { slot.length = -2; });
+    EXPECT_THAT(QuickDamage(), ElementsAre("record-place"));
+}
+
+TEST_F(VerifyOf, ARecordBehindTheDataFilesEnd) {
+    CutTo(Data(), ReadBytes(root_ / Data()).size() - 1);
+    EXPECT_THAT(QuickDamage(), ElementsAre("record-outside"));
+}
+
+TEST_F(VerifyOf, AMissingDataFile) {
+    Remove(Data());
+    EXPECT_THAT(QuickDamage(), ElementsAre("data-missing"));
+}
+
+TEST_F(VerifyOf, TwoKeysWithOneRecord) {
+    torvane::Slot const lone = SlotAt(Index(), LoneSlot());
+    std::uint64_t const other =
+        FindSlot(Index(), [&](auto, auto const& slot) { return slot.length > 0 && slot.offset != lone.offset; });
+    ChangeSlot(other, [&](torvane::Slot& slot) { slot.offset = lone.offset; });
+    EXPECT_THAT(QuickDamage(), ElementsAre("record-overlap"));
+    EXPECT_THAT(Damage(), ElementsAre("record-overlap"));
+}
+
+TEST_F(VerifyOf, AnAnswerThatDoesNotDecodeIsSeenByTheFullCheckOnly) {
+    Put(Data(), static_cast<std::uint64_t>(SlotAt(Index(), LoneSlot()).offset), "\x01\x01");
+    EXPECT_THAT(QuickDamage(), IsEmpty());
+    EXPECT_THAT(Damage(), ElementsAre("record-damaged"));
+}
+
+TEST_F(VerifyOf, AFindingThatDoesNotDecode) {
+    Flip(std::string(kTask) + "/cache", 0);
+    EXPECT_THAT(Damage(), ElementsAre("record-damaged"));
+}
+
+TEST_F(VerifyOf, CountsThatDoNotDecode) {
+    Flip(std::string(kCounters) + "/cache", 0);
+    EXPECT_THAT(Damage(), ElementsAre("record-damaged"));
+}
+
+// ---- beside the stores
+
+TEST_F(VerifyOf, ASnapshotThatDoesNotDecode) {
+    Flip(Template() + "/KeywordFormatItem.arc", 30);
+    EXPECT_THAT(QuickDamage(), ElementsAre("snapshot-damaged"));
+}
+
+TEST_F(VerifyOf, ASnapshotOfOtherDefinitions) {
+    Remove(Template() + "/KeywordFormatItem.arc");
+    EXPECT_THAT(QuickDamage(), ElementsAre("snapshot-other"));
+}
+
+TEST_F(VerifyOf, ATasksFindingsWithoutTheirDefinitions) {
+    Remove(std::string(kTask) + "/KeywordTemplate.arc");
+    EXPECT_THAT(QuickDamage(), ElementsAre("snapshot-missing"));
+}
+
+TEST_F(VerifyOf, ATaskWithoutItsRecord) {
+    Remove(std::string(kTask) + "/ScanTask.arc");
+    EXPECT_THAT(QuickDamage(), ElementsAre("task-record-missing"));
+}
+
+TEST_F(VerifyOf, ATaskWhoseRecordDoesNotDecode) {
+    Flip(std::string(kTask) + "/ScanTask.arc", 30);
+    EXPECT_THAT(QuickDamage(), ElementsAre("task-record-damaged"));
+}
+
+TEST_F(VerifyOf, ATaskUnderAnotherName) {
+    std::filesystem::rename(root_ / kTask, root_ / "cache/task/task-2");
+    EXPECT_THAT(QuickDamage(), ElementsAre("task-record-other"));
+}
+
+TEST_F(VerifyOf, ATextThatDoesNotDecode) {
+    Flip(std::string(kTask) + "/text/first.arc", 30);
+    EXPECT_THAT(QuickDamage(), IsEmpty());
+    EXPECT_THAT(Damage(), ElementsAre("text-damaged"));
+}
+
+TEST_F(VerifyOf, CountsWithoutAPolicyVersion) {
+    Remove(std::string(kCounters) + "/1700000000");
+    EXPECT_THAT(QuickDamage(), ElementsAre("marker-missing"));
+}
+
+TEST_F(VerifyOf, AStampThatTellsNoLayout) {
+    WriteBytes(root_ / "cache/Version.ini", "[DLP]\nmajor=3\n");
+    EXPECT_THAT(QuickDamage(), ElementsAre("stamp-damaged"));
+}
+
+TEST_F(VerifyOf, AgentsDefinitionsThatDoNotDecode) {
+    std::filesystem::create_directories(root_ / "config");
+    WriteBytes(root_ / "config/KeywordDataClass.arc", "damaged");
+    EXPECT_THAT(QuickDamage(), ElementsAre("config-damaged"));
+}
+
+TEST_F(VerifyOf, SomethingElseInAFilesPlace) {
+    Remove(std::string(kTask) + "/cache");
+    std::filesystem::create_directory(root_ / (std::string(kTask) + "/cache"));
+    EXPECT_THAT(QuickDamage(), ElementsAre("data-missing", "foreign"));
+}
+
+TEST_F(VerifyOf, StrayFilesWhereverTheyLie) {
+    for (std::string const& place :
+         {std::string("cache"), std::string("cache/template"), std::string("cache/template/T1"), Template(),
+          std::string("cache/task"), std::string(kTask), std::string(kTask) + "/text", std::string("cache/sensrecord"),
+          std::string("cache/sensrecord/1"), std::string(kCounters)}) {
+        WriteBytes(root_ / (place + "/.stray"), "");
+        auto const item = Run({"verify", "--quick", "--format", "json"}).Json()["items"][0];
+        EXPECT_EQ(item["kind"], "stray") << place;
+        EXPECT_EQ(item["file"], place + "/.stray");
+        Remove(place + "/.stray");
+    }
+}
+
+// ---- waste
+
+TEST_F(VerifyOf, ASlotThatNoChainLeadsToIsWaste) {
+    std::string bytes(57, '\0');
+    bytes.replace(0, 32, "900150983cd24fb0d6963f7d28e17f72");
+    bytes.replace(37, 8, std::string(8, '\xff'));
+    Append(Index(), bytes);
+    EXPECT_THAT(Damage(), IsEmpty());
+    EXPECT_THAT(Waste(), ElementsAre("repeated-slots", "unreachable-slot"));
+}
+
+TEST_F(VerifyOf, BytesOfNoRecordAreWaste) {
+    Append(Data(), "dead");
+    EXPECT_THAT(Waste(), ElementsAre("dead-bytes", "repeated-slots"));
+    EXPECT_EQ(Run({"verify", "--format", "json"}).Json()["wasted_bytes"], 4 + 3 * 57);
+}
+
+TEST_F(VerifyOf, TemporaryFilesAreWaste) {
+    WriteBytes(root_ / (Template() + "/index.tmp"), "");
+    WriteBytes(root_ / (std::string(kTask) + "/ScanTask.arc.17-3.tmp"), "");
+    EXPECT_THAT(Damage(), IsEmpty());
+    EXPECT_THAT(Waste(), ElementsAre("repeated-slots", "temporary"));
+}
+
+TEST_F(VerifyOf, ACacheThatIsHalfRemovedIsUnfinished) {
+    Remove(Template() + "/KeywordTemplate.arc");
+    EXPECT_THAT(Damage(), IsEmpty());
+    EXPECT_THAT(Waste(), ElementsAre("repeated-slots", "unfinished"));
+}
+
+// ---- beside the agent
+
+// Every name below a directory with its size and time of change.
+std::map<std::string, std::pair<std::uintmax_t, std::filesystem::file_time_type>> StateOf(std::string const& root) {
+    std::map<std::string, std::pair<std::uintmax_t, std::filesystem::file_time_type>> state;
+    for (auto const& entry : std::filesystem::recursive_directory_iterator(root)) {
+        std::uintmax_t const size = entry.is_regular_file() ? entry.file_size() : 0;
+        state[entry.path()] = {size, entry.last_write_time()};
+    }
+    return state;
+}
+
+TEST_F(VerifyOf, ARootLeavesItAsItWas) {
+    auto const before = StateOf(root_ / "cache");
+    ASSERT_EQ(Run({"verify"}).status, 0);
+    EXPECT_EQ(StateOf(root_ / "cache"), before);
+    EXPECT_FALSE(Exists(root_ / "log"));
+}
+
+TEST_F(VerifyOf, ARootThatIsWrittenFindsNoDamage) {
+    std::atomic<bool> stop = false;
+    std::vector<std::thread> writers;
+    for (int writer = 0; writer < 4; ++writer) {
+        writers.emplace_back([&, writer] {
+            for (int i = 0; !stop; ++i) {
+                HString const file("/file " + std::to_string(writer) + " " + std::to_string(i % 50));
+                (void)DLPCache::DLPCacheSensRecordMgr::pins()->GetFileFoundTimes(
+                    file, policy_, DLPCache::DLPCacheSensRecordMgr::kToolCheck);
+            }
+        });
+    }
+    for (int round = 0; round < 5; ++round) {
+        ToolResult const result = Run({"verify"});
+        EXPECT_THAT(result.status, testing::AnyOf(0, 5)) << result.out;
+    }
+    stop = true;
+    for (std::thread& writer : writers)
+        writer.join();
+    EXPECT_THAT(Damage(), IsEmpty());
+}
+
+// ---- the answers of the program
+
+TEST_F(VerifyOf, NothingIsNoCache) {
+    EXPECT_EQ(tool_.Run({"verify", "--root", root_ / "nothing"}).status, 4);
+}
+
+TEST_F(VerifyOf, AFileThatCannotBeReadIsNoDamage) {
+    if (::geteuid() == 0) GTEST_SKIP() << "root reads everything";
+    ASSERT_EQ(::chmod((root_ / Index()).c_str(), 0), 0);
+    EXPECT_EQ(Run({"verify"}).status, 3);
+}
+
+}  // namespace

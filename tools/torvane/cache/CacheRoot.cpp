@@ -1,0 +1,203 @@
+#include "tools/torvane/cache/CacheRoot.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <tuple>
+
+#include "host/base/HIniFileHelper.h"
+#include "host/base/HString.h"
+#include "host/policy/KwIdName.h"
+#include "tools/torvane/ExitStatus.h"
+
+namespace torvane {
+
+namespace {
+
+constexpr char kLayout[] = "4";
+constexpr char kArchiveEnding[] = ".arc";
+
+[[noreturn]] void CannotRead(std::string const& path, int error) {
+    throw Stop(ExitStatus::kIo, "cannot read " + path + ": " + std::strerror(error));
+}
+
+bool IsDirectory(std::string const& path) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) == 0) return S_ISDIR(status.st_mode);
+    if (errno == ENOENT || errno == ENOTDIR) return false;
+    CannotRead(path, errno);
+}
+
+// The id of a directory's name, or the name itself where it is none of the library's.
+bool IdOf(std::string const& name, std::string& id) {
+    HString text;
+    bool const known = Varnok::FileNameToId(HString(name), text);
+    id = known ? text.get_str() : name;
+    return known;
+}
+
+bool IsTimeStamp(std::string const& name) {
+    std::size_t const sign = name[0] == '-' ? 1 : 0;
+    return name.size() > sign && std::all_of(name.begin() + static_cast<std::ptrdiff_t>(sign), name.end(),
+                                             [](unsigned char c) { return std::isdigit(c) != 0; });
+}
+
+// The policy version that a directory of found-times is of: the name of its marker.
+std::string VersionOfCounts(std::string const& directory) {
+    std::string version;
+    for (std::string const& name : NamesIn(directory)) {
+        if (IsTimeStamp(name)) version = name;
+    }
+    return version;
+}
+
+std::vector<StorePlace> PlacesIn(StoreKind kind, std::string const& directory) {
+    std::vector<StorePlace> places;
+    for (std::string const& name : NamesIn(directory)) {
+        StorePlace place{kind, {}, {}, directory + "/" + name};
+        if (IsDirectory(place.directory) && IdOf(name, place.id)) places.push_back(std::move(place));
+    }
+    return places;
+}
+
+std::vector<StorePlace> TemplatePlaces(std::string const& directory) {
+    std::vector<StorePlace> places;
+    for (StorePlace const& of_id : PlacesIn(StoreKind::kTemplate, directory)) {
+        for (StorePlace& place : PlacesIn(StoreKind::kTemplate, of_id.directory)) {
+            place.version = place.id;
+            place.id = of_id.id;
+            places.push_back(std::move(place));
+        }
+    }
+    return places;
+}
+
+}  // namespace
+
+char const* NameOf(StoreKind kind) {
+    switch (kind) {
+        case StoreKind::kTemplate:
+            return "template";
+        case StoreKind::kTask:
+            return "task";
+        case StoreKind::kCounter:
+            break;
+    }
+    return "counter";
+}
+
+std::string StorePlace::Name() const {
+    std::string name = std::string(NameOf(kind)) + " " + id;
+    if (!version.empty()) name += " " + version;
+    return name;
+}
+
+CacheRoot::CacheRoot(std::string const& root) : root_(root) {
+    while (root_.size() > 1 && root_.back() == '/')
+        root_.pop_back();
+    struct stat status {};
+    if (::stat(CachePath().c_str(), &status) != 0) {
+        if (errno == ENOENT || errno == ENOTDIR) throw Stop(ExitStatus::kNoCache, "no cache at " + root_);
+        CannotRead(CachePath(), errno);
+    }
+    if (!S_ISDIR(status.st_mode)) throw Stop(ExitStatus::kNoCache, CachePath() + " is no directory");
+
+    HIniFileHelper ini;
+    std::string const path = CachePath() + "/Version.ini";
+    int const error = ini.setFile(HString(path));
+    if (error == EACCES || error == EPERM || error == EIO) CannotRead(path, error);
+    HIniFileHelper::Entries entries;
+    (void)ini.read_section("DLP", entries);
+    stamp_.insert(entries.begin(), entries.end());  // of a key given twice the first counts
+    auto const layout = stamp_.find("cache");
+    if (layout == stamp_.end() || layout->second == kLayout) return;
+    throw Stop(ExitStatus::kUnknownFormat, path + ": cache layout " + layout->second + ", known is " + kLayout);
+}
+
+std::vector<StorePlace> CacheRoot::Stores(StoreKind kind) const {
+    std::vector<StorePlace> places;
+    switch (kind) {
+        case StoreKind::kTemplate:
+            places = TemplatePlaces(CachePath() + "/template");
+            break;
+        case StoreKind::kTask:
+            places = PlacesIn(kind, CachePath() + "/task");
+            break;
+        case StoreKind::kCounter:
+            places = PlacesIn(kind, CachePath() + "/sensrecord/1");
+            for (StorePlace& place : places)
+                place.version = VersionOfCounts(place.directory);
+            break;
+    }
+    std::sort(places.begin(), places.end(), [](StorePlace const& a, StorePlace const& b) {
+        return std::tie(a.id, a.version) < std::tie(b.id, b.version);
+    });
+    return places;
+}
+
+std::vector<StorePlace> CacheRoot::Stores() const {
+    std::vector<StorePlace> places;
+    for (StoreKind const kind : {StoreKind::kTemplate, StoreKind::kTask, StoreKind::kCounter}) {
+        std::vector<StorePlace> const more = Stores(kind);
+        places.insert(places.end(), more.begin(), more.end());
+    }
+    return places;
+}
+
+std::vector<std::string> CacheRoot::TextsOf(StorePlace const& task) const {
+    std::vector<std::string> names;
+    for (std::string const& name : NamesIn(task.directory + "/text")) {
+        std::string text;
+        if (IsArchive(name, text)) names.push_back(std::move(text));
+    }
+    return names;
+}
+
+bool IsArchive(std::string const& file, std::string& name) {
+    if (!file.ends_with(kArchiveEnding)) return false;
+    name = file.substr(0, file.size() - std::strlen(kArchiveEnding));
+    return true;
+}
+
+void ForEachName(std::string const& directory, std::function<bool(std::string const&)> const& take) {
+    constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    int fd = ::open(directory.c_str(), kFlags | O_NOATIME);
+    if (fd < 0 && errno == EPERM) fd = ::open(directory.c_str(), kFlags);
+    if (fd < 0) {
+        if (errno == ENOENT || errno == ENOTDIR || errno == ELOOP) return;
+        CannotRead(directory, errno);
+    }
+    std::unique_ptr<DIR, int (*)(DIR*)> const stream(::fdopendir(fd), ::closedir);
+    if (stream == nullptr) {
+        int const error = errno;
+        ::close(fd);
+        CannotRead(directory, error);
+    }
+    for (;;) {
+        errno = 0;
+        dirent const* const entry = ::readdir(stream.get());
+        if (entry == nullptr) break;
+        std::string const name = entry->d_name;
+        if (name != "." && name != ".." && !take(name)) return;
+    }
+    if (errno != 0) CannotRead(directory, errno);
+}
+
+std::vector<std::string> NamesIn(std::string const& directory) {
+    std::vector<std::string> names;
+    ForEachName(directory, [&](std::string const& name) {
+        names.push_back(name);
+        return true;
+    });
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+}  // namespace torvane

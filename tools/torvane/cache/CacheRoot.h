@@ -1,0 +1,60 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace torvane {
+
+enum class StoreKind { kTemplate, kTask, kCounter };
+[[nodiscard]] char const* NameOf(StoreKind kind);  // "template", "task", "counter"
+
+// Where one record store lies.
+struct StorePlace {
+    StoreKind kind{};
+    std::string id;         // of the template, task or policy, as the directory's name tells it
+    std::string version;    // MD5 of the template's definitions or time stamp of the policy; empty for a task
+    std::string directory;  // without a separator at the end
+
+    [[nodiscard]] std::string IndexPath() const { return directory + "/index"; }
+    [[nodiscard]] std::string DataPath() const { return directory + "/cache"; }
+    [[nodiscard]] std::string Name() const;  // for people: kind, id, version
+};
+
+// The directories of a cache, read and never changed. One object, one thread.
+class CacheRoot {
+  public:
+    // Throws Stop: kNoCache when there is no directory "cache" below `root` (or no `root`), kIo when it cannot be read,
+    // kUnknownFormat when its stamp names another layout. A missing stamp is the library's to judge: it is told by
+    // stamp() being empty.
+    explicit CacheRoot(std::string const& root);
+
+    [[nodiscard]] std::string const& root() const { return root_; }
+    [[nodiscard]] std::string CachePath() const { return root_ + "/cache"; }
+    [[nodiscard]] std::string ConfigPath() const { return root_ + "/config"; }
+    [[nodiscard]] std::string LogPath() const { return root_ + "/log/DLPCache.log"; }
+    // The entries of Version.ini's section.
+    [[nodiscard]] std::map<std::string, std::string> const& stamp() const { return stamp_; }
+
+    // In the order of kind, id, version. A directory counts although files are missing in it.
+    [[nodiscard]] std::vector<StorePlace> Stores() const;
+    [[nodiscard]] std::vector<StorePlace> Stores(StoreKind kind) const;
+    // The files of a task's texts: names without ".arc", sorted.
+    [[nodiscard]] std::vector<std::string> TextsOf(StorePlace const& task) const;
+
+  private:
+    std::string root_;
+    std::map<std::string, std::string> stamp_;
+};
+
+// Whether a file's name is that of an archive, and that name without ".arc".
+[[nodiscard]] bool IsArchive(std::string const& file, std::string& name);
+
+// Gives each name in a directory to `take`, in the directory's own order, until it returns false: constant memory,
+// whatever the directory holds. Nothing when the directory is missing or no directory. Throws Stop(kIo).
+void ForEachName(std::string const& directory, std::function<bool(std::string const&)> const& take);
+// The names in a directory, sorted; none when it is missing. Throws Stop(kIo).
+[[nodiscard]] std::vector<std::string> NamesIn(std::string const& directory);
+
+}  // namespace torvane

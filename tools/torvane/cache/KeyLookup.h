@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/torvane/cache/StoreView.h"
+
+namespace torvane {
+
+// What a store says of keys that may all stand for one thing.
+struct KeyLook : Look {
+    IndexView::Search search;  // of the first key that was found, else of the first key
+    std::string key;           // that one
+};
+
+// Looks the keys up, again when what is damaged may be so because somebody is writing. A store that has no index yet
+// has no key. `store` is opened anew.
+[[nodiscard]] KeyLook LookUp(StoreView& store, std::vector<std::string> const& keys);
+
+}  // namespace torvane

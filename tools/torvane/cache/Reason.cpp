@@ -1,0 +1,150 @@
+#include "tools/torvane/cache/Reason.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace torvane {
+
+namespace {
+
+constexpr int kFingerprintSubType = 2005;
+
+class Explainer {
+  public:
+    Explainer(CacheRoot const& root, FileIdentity const& file, std::string const& template_id)
+        : file_(file), id_(template_id), config_(root.ConfigPath()), places_(root.Stores(StoreKind::kTemplate)) {
+        std::erase_if(places_, [&](StorePlace const& place) { return place.id != id_; });
+    }
+
+    Explanation Run() {
+        LookAtVersions();
+        FindCurrent();
+        if (told_.current_md5.empty()) {
+            told_.reason = Reason::kTemplateUnknown;
+            if (definitions_->damaged()) told_.damage = "the definitions are damaged";
+        } else {
+            Judge();
+        }
+        return std::move(told_);
+    }
+
+  private:
+    void LookAtVersions() {
+        for (StorePlace const& place : places_) {
+            snapshots_.emplace_back(place.directory);
+            Snapshot const& snapshot = snapshots_.back();
+            StoreView store(place);
+            KeyLook look = LookUp(store, AnswerKeys(file_, snapshot.DependsOnName(id_)));
+            KnownVersion version;
+            version.place = place;
+            version.since = snapshot.made();
+            version.has_answer = look.search.outcome == IndexView::Outcome::kFound;
+            told_.versions.push_back(std::move(version));
+            looks_.push_back(std::move(look));
+        }
+    }
+
+    // The agent's own definitions, or for want of them the newest cache's.
+    void FindCurrent() {
+        told_.from_config = config_.exists();
+        definitions_ = &config_;
+        if (!told_.from_config) {
+            std::int64_t newest = 0;
+            for (Snapshot const& snapshot : snapshots_) {
+                if (snapshot.made() <= newest) continue;
+                newest = snapshot.made();
+                definitions_ = &snapshot;
+            }
+        }
+        told_.current_md5 = definitions_->Md5Of(id_);
+        if (auto const* const tpl = definitions_->Template(id_)) {
+            told_.fingerprint_rules = definitions_->definitions().is_exist_rule_sub_type(*tpl, kFingerprintSubType);
+        }
+        for (std::size_t at = 0; at < snapshots_.size(); ++at) {
+            KnownVersion& version = told_.versions[at];
+            version.current = version.place.version == told_.current_md5;
+            if (!version.current) version.differences = Differences(snapshots_[at], *definitions_, id_);
+        }
+    }
+
+    void Judge() {
+        bool const elsewhere = std::any_of(told_.versions.begin(), told_.versions.end(),
+                                           [](KnownVersion const& version) { return version.has_answer; });
+        told_.reason = elsewhere ? Reason::kDefinitionChanged : Reason::kNeverStored;
+        for (std::size_t at = 0; at < told_.versions.size(); ++at) {
+            if (told_.versions[at].current) JudgeCurrent(told_.versions[at].place, snapshots_[at], looks_[at]);
+        }
+    }
+
+    void JudgeCurrent(StorePlace const& place, Snapshot const& snapshot, KeyLook const& look) {
+        told_.place = place;
+        told_.key = look.key;
+        told_.search = look.search;
+        if (look.soundness != Soundness::kSound) return SetUnsound(look);
+        if (snapshot.Md5Of(id_) != place.version) {
+            return SetUnsound({Soundness::kDamaged, "snapshot is not of the directory's definition"});
+        }
+        if (look.search.outcome == IndexView::Outcome::kNoBucket) told_.reason = Reason::kKeyUnstorable;
+        if (look.search.outcome == IndexView::Outcome::kFound) JudgeRecord(place, look);
+    }
+
+    void JudgeRecord(StorePlace const& place, KeyLook const& found) {
+        StoreView store(place);
+        StoreView::Look const look = store.LookAt(found.search.number, found.search.slot, [](RecordBytes bytes) {
+            AnswerRecord answer;
+            std::string wrong = DecodeAnswer(bytes, answer);
+            // The library still answers with the rules.
+            return answer.text_damaged ? std::string() : wrong;
+        });
+        if (look.soundness != Soundness::kSound) return SetUnsound(look);
+        told_.reason = HasRecord(look.slot) ? Reason::kMatched : Reason::kNotMatched;
+    }
+
+    void SetUnsound(Look const& look) {
+        told_.reason = look.soundness == Soundness::kBusy ? Reason::kBusy : Reason::kDamaged;
+        told_.damage = look.damage;
+    }
+
+    FileIdentity const& file_;
+    std::string const& id_;
+    Snapshot config_;
+    std::vector<StorePlace> places_;
+    std::vector<Snapshot> snapshots_;  // of the places
+    std::vector<KeyLook> looks_;       // the same
+    Snapshot const* definitions_ = nullptr;
+    Explanation told_;
+};
+
+}  // namespace
+
+char const* NameOf(Reason reason) {
+    switch (reason) {
+        case Reason::kMatched:
+            return "matched";
+        case Reason::kNotMatched:
+            return "not-matched";
+        case Reason::kNeverStored:
+            return "never-stored";
+        case Reason::kDefinitionChanged:
+            return "definition-changed";
+        case Reason::kTemplateUnknown:
+            return "template-unknown";
+        case Reason::kKeyUnstorable:
+            return "key-unstorable";
+        case Reason::kDamaged:
+            return "damaged";
+        case Reason::kBusy:
+            break;
+    }
+    return "busy";
+}
+
+bool IsHit(Reason reason) {
+    return reason == Reason::kMatched || reason == Reason::kNotMatched;
+}
+
+Explanation Explain(CacheRoot const& root, FileIdentity const& file, std::string const& template_id) {
+    return Explainer(root, file, template_id).Run();
+}
+
+}  // namespace torvane

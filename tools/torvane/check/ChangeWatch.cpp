@@ -1,0 +1,47 @@
+#include "tools/torvane/check/ChangeWatch.h"
+
+#include <algorithm>
+#include <ctime>
+
+namespace torvane {
+
+namespace {
+
+constexpr std::time_t kFreshSeconds = 2;  // the coarsest time stamps that file systems in use have
+
+bool IsSameTime(struct timespec const& a, struct timespec const& b) {
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+}  // namespace
+
+ChangeWatch::Seen ChangeWatch::LookAt(std::string const& path) {
+    Seen seen;
+    seen.path = path;
+    seen.exists = ::lstat(path.c_str(), &seen.status) == 0;
+    return seen;
+}
+
+bool ChangeWatch::IsSame(Seen const& a, Seen const& b) {
+    if (a.exists != b.exists) return false;
+    return !a.exists || (a.status.st_dev == b.status.st_dev && a.status.st_ino == b.status.st_ino &&
+                         a.status.st_size == b.status.st_size && IsSameTime(a.status.st_mtim, b.status.st_mtim) &&
+                         IsSameTime(a.status.st_ctim, b.status.st_ctim));
+}
+
+void ChangeWatch::Add(std::string const& path) {
+    seen_.push_back(LookAt(path));
+}
+
+bool ChangeWatch::HasChanged() const {
+    return std::any_of(seen_.begin(), seen_.end(), [](Seen const& seen) { return !IsSame(seen, LookAt(seen.path)); });
+}
+
+bool ChangeWatch::IsFresh() const {
+    std::time_t const now = std::time(nullptr);
+    return std::any_of(seen_.begin(), seen_.end(), [now](Seen const& seen) {
+        return seen.exists && seen.status.st_ctim.tv_sec + kFreshSeconds >= now;
+    });
+}
+
+}  // namespace torvane

@@ -1,0 +1,24 @@
+#include "tools/torvane/check/DirectoryCheck.h"
+#include "tools/torvane/check/StoresCheck.h"
+
+namespace torvane {
+
+void CheckCounterStore(StoreLook const& look) {
+    DirectoryCheck directory(look.root.root(), look.Directory(), look.list, look.watch);
+    bool const has_marker = !look.place.version.empty() && directory.Has(look.place.version);
+    if (has_marker) directory.ExpectFile(look.place.version);
+    bool const has_index = directory.Has("index");
+    directory.ExpectFile("index");
+    directory.ExpectFile("cache");
+    directory.TellRest();
+    Reporter const report(look.list, directory.name());
+    if (!has_marker && has_index) {
+        report.Damage("marker-missing", {}, "nothing tells which version of the policy these counts are of",
+                      "every count: they begin anew");
+    } else if (!has_marker) {
+        report.Waste("unfinished", {}, "a directory of counts that was not finished or is half removed", 0);
+    }
+    StoreCheck(look.place, directory.name(), look.depth, look.list, look.watch).Run();
+}
+
+}  // namespace torvane

@@ -1,0 +1,57 @@
+#include "tools/torvane/check/Finding.h"
+
+#include <utility>
+
+namespace torvane {
+
+char const* NameOf(Severity severity) {
+    switch (severity) {
+        case Severity::kDamage:
+            return "damage";
+        case Severity::kWaste:
+            return "waste";
+        case Severity::kUnreadable:
+            return "unreadable";
+        case Severity::kBusy:
+            break;
+    }
+    return "busy";
+}
+
+void FindingList::Add(Finding finding) {
+    ++counts_[static_cast<std::size_t>(finding.severity)];
+    wasted_ += finding.wasted;
+    if (kept_.size() < kKept) {
+        kept_.push_back(std::move(finding));
+    } else {
+        ++dropped_;
+    }
+}
+
+void FindingList::Append(FindingList&& other) {
+    for (std::size_t i = 0; i < counts_.size(); ++i)
+        counts_[i] += other.counts_[i];
+    wasted_ += other.wasted_;
+    dropped_ += other.dropped_;
+    for (Finding& finding : other.kept_) {
+        if (kept_.size() < kKept) {
+            kept_.push_back(std::move(finding));
+        } else {
+            ++dropped_;
+        }
+    }
+}
+
+void Reporter::Damage(char const* kind, Place place, std::string what, std::string lost) const {
+    list_.Add({Severity::kDamage, kind, file_, place.slot, place.offset, std::move(what), std::move(lost), 0});
+}
+
+void Reporter::Waste(char const* kind, Place place, std::string what, std::uint64_t wasted) const {
+    list_.Add({Severity::kWaste, kind, file_, place.slot, place.offset, std::move(what), "", wasted});
+}
+
+void Reporter::Unreadable(std::string what) const {
+    list_.Add({Severity::kUnreadable, "unreadable", file_, std::nullopt, std::nullopt, std::move(what), "", 0});
+}
+
+}  // namespace torvane

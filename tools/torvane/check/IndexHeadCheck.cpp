@@ -1,0 +1,51 @@
+#include "tools/torvane/check/IndexHeadCheck.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "tools/torvane/ExitStatus.h"
+
+namespace torvane {
+
+namespace {
+
+constexpr char kWhole[] = "every entry of this store";
+
+void CheckLength(IndexView const& index, IndexShape const& shape, std::uint64_t bucket_count, Reporter const& report) {
+    if (shape.slots < bucket_count) {
+        report.Damage("index-table-cut", {}, fmt::format("the table has {} of its {} slots", shape.slots, bucket_count),
+                      "the entries of the missing buckets; keys of these buckets can no longer be stored");
+    }
+    if (index.odd_bytes() == 0) return;
+    report.Damage("index-slot-cut", {shape.slots + 1, static_cast<std::int64_t>(IndexView::OffsetOf(shape.slots + 1))},
+                  fmt::format("the last slot has {} of its {} bytes", index.odd_bytes(), DLPCache::IndexKey::kSize),
+                  "at most one entry");
+}
+
+}  // namespace
+
+std::optional<IndexShape> CheckIndexHead(IndexView const& index, StoreKind kind, Reporter const& report) {
+    if (!index.head()) {
+        report.Damage("index-short", {{}, 0}, fmt::format("{} bytes, fewer than a head has", index.file().size()),
+                      kWhole);
+        return std::nullopt;
+    }
+    if (!index.IsHeadValid()) {
+        report.Damage("index-head", {{}, 0}, "the head is not that of an index", kWhole);
+        return std::nullopt;
+    }
+    IndexShape shape;
+    auto const bucket_count = static_cast<std::uint64_t>(std::max(index.head()->bucket_count, 0));
+    shape.has_numbers = kind == StoreKind::kTask;
+    shape.buckets = static_cast<std::uint32_t>(bucket_count);
+    shape.slots = index.slots();
+    shape.table = std::min(bucket_count, shape.slots);
+    if (shape.slots >= std::numeric_limits<std::uint32_t>::max())
+        throw Stop(ExitStatus::kUnknownFormat, index.file().path() + ": more slots than this version can check");
+    CheckLength(index, shape, bucket_count, report);
+    return shape;
+}
+
+}  // namespace torvane

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "tools/torvane/cache/CacheRoot.h"
+#include "tools/torvane/check/RecordCursor.h"
+
+namespace torvane {
+
+// Tells whether the library would give back the records of a store's data file. Says the same as decoding them with the
+// library's classes, without their memory: a test compares the two. Besides, an answer's keyword text must be
+// decodable, which the library takes for an empty one otherwise. One object, one thread. Throws Stop(kIo).
+class RecordCheck {
+  public:
+    RecordCheck(StoreKind kind, FileView const& data) : kind_(kind), cursor_(data) {}
+
+    // Why the record at this place would not be given back; null when it would.
+    [[nodiscard]] char const* WhyNotDecodable(std::uint64_t offset, std::uint32_t length);
+
+  private:
+    [[nodiscard]] char const* WhyNoAnswer(std::uint32_t length);
+    [[nodiscard]] char const* WhyNoFinding(std::uint32_t length);
+    [[nodiscard]] char const* WhyNoCounts(std::uint32_t length);
+    [[nodiscard]] bool ReadRules();
+
+    StoreKind kind_;
+    RecordCursor cursor_;
+    std::vector<std::int32_t> rule_sizes_;  // of the record at hand
+};
+
+}  // namespace torvane

@@ -1,0 +1,127 @@
+#include "tools/torvane/check/RootCheck.h"
+
+#include <chrono>
+#include <deque>
+#include <future>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "tools/torvane/ExitStatus.h"
+#include "tools/torvane/check/ConfigCheck.h"
+#include "tools/torvane/check/StampCheck.h"
+#include "tools/torvane/check/StoresCheck.h"
+#include "tools/torvane/check/TextCheck.h"
+#include "tools/torvane/check/TreeCheck.h"
+
+namespace torvane {
+
+namespace {
+
+constexpr int kLooks = 4;  // the first and three more
+constexpr std::chrono::milliseconds kPause(20);
+constexpr std::size_t kAtOnce = 2;  // stores; each takes its share of the memory
+
+void LookOnce(FindingList& list, std::string const& file, ChangeWatch& watch,
+              std::function<void(FindingList&, ChangeWatch&)> const& look) {
+    try {
+        look(list, watch);
+    } catch (Stop const& stop) {
+        if (stop.status() != ExitStatus::kIo) throw;
+        Reporter(list, file).Unreadable(stop.what());
+    }
+}
+
+}  // namespace
+
+void LookUntilSettled(FindingList& list, std::string const& file,
+                      std::function<void(FindingList&, ChangeWatch&)> const& look) {
+    for (int round = 1;; ++round) {
+        FindingList found;
+        ChangeWatch watch;
+        LookOnce(found, file, watch, look);
+        bool const is_suspect = found.Count(Severity::kDamage) != 0 || found.Count(Severity::kUnreadable) != 0;
+        bool const has_changed = is_suspect && watch.HasChanged();
+        // Of what was written a moment ago, time stamps may not tell a further write.
+        bool const is_settled = !is_suspect || (!has_changed && !watch.IsFresh());
+        if (is_settled || (round == kLooks && !has_changed)) return list.Append(std::move(found));
+        if (round == kLooks) {
+            list.Add({Severity::kBusy, "busy", file, {}, {}, "it kept changing while it was looked at", "", 0});
+            return;
+        }
+        std::this_thread::sleep_for(kPause);
+    }
+}
+
+RootCheck::RootCheck(CacheRoot const& root, Depth depth, Listener listener)
+    : root_(root), depth_(depth), listener_(std::move(listener)) {}
+
+void RootCheck::Look(std::string const& file, std::function<void(FindingList&, ChangeWatch&)> const& look) {
+    FindingList list;
+    LookUntilSettled(list, file, look);
+    listener_.found(std::move(list));
+}
+
+void RootCheck::CheckTree() {
+    std::string const& root = root_.root();
+    Look("cache", [&](FindingList& list, ChangeWatch& watch) {
+        CheckTop(root, list, watch);
+        CheckStamp(root_, list);
+    });
+    Look("config", [&](FindingList& list, ChangeWatch& watch) { CheckConfig(root, list, watch); });
+    Look("cache/sensrecord", [&](FindingList& list, ChangeWatch& watch) { CheckCountersTop(root, list, watch); });
+    auto const check_ids = [&](std::string const& name) {
+        Look(name, [&](FindingList& list, ChangeWatch& watch) { CheckIds(root, name, list, watch); });
+    };
+    check_ids("cache/template");
+    check_ids("cache/task");
+    check_ids("cache/sensrecord/1");
+    ForEachName(root + "/cache/template", [&](std::string const& id) {
+        check_ids("cache/template/" + id);
+        return true;
+    });
+}
+
+void RootCheck::CheckTexts(StorePlace const& task) {
+    std::string const name = task.directory.substr(root_.root().size() + 1) + "/text";
+    auto const look_at = [&](std::string const& text) {
+        std::string const file = name + "/" + text;
+        Look(file,
+             [&](FindingList& list, ChangeWatch& watch) { CheckTextFile(root_.root(), file, depth_, list, watch); });
+        return true;
+    };
+    FindingList unlisted;
+    ChangeWatch unwatched;
+    LookOnce(unlisted, name, unwatched,
+             [&](FindingList&, ChangeWatch&) { ForEachName(root_.root() + "/" + name, look_at); });
+    listener_.found(std::move(unlisted));
+}
+
+FindingList RootCheck::LookAtStore(StorePlace const& place) const {
+    FindingList list;
+    LookUntilSettled(list, place.directory.substr(root_.root().size() + 1),
+                     [&](FindingList& found, ChangeWatch& watch) {
+                         CheckStore({root_, place, depth_, found, watch});
+                     });
+    return list;
+}
+
+void RootCheck::Run() {
+    CheckTree();
+    std::vector<StorePlace> const places = root_.Stores();
+    stores_ = places.size();
+    std::deque<std::future<FindingList>> looks;
+    std::size_t begun = 0;
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        for (; begun < places.size() && looks.size() < kAtOnce; ++begun) {
+            looks.push_back(
+                std::async(std::launch::async, [this, &place = places[begun]] { return LookAtStore(place); }));
+        }
+        listener_.progress(i, places.size(), places[i].Name());
+        listener_.found(looks.front().get());
+        looks.pop_front();
+        if (places[i].kind == StoreKind::kTask) CheckTexts(places[i]);
+    }
+}
+
+}  // namespace torvane

@@ -1,0 +1,109 @@
+#include "tools/torvane/check/StoreCheck.h"
+
+#include <fmt/format.h>
+
+#include <cstring>
+#include <utility>
+
+#include "tools/torvane/check/OverlapCheck.h"
+#include "tools/torvane/check/RecordCheck.h"
+#include "tools/torvane/check/SlotCheck.h"
+
+namespace torvane {
+
+namespace {
+
+IndexView Watched(StorePlace const& place, ChangeWatch& watch) {
+    watch.Add(place.IndexPath());
+    watch.Add(place.DataPath());
+    return IndexView(place.IndexPath());
+}
+
+}  // namespace
+
+StoreCheck::StoreCheck(StorePlace const& place, std::string directory, Depth depth, FindingList& list,
+                       ChangeWatch& watch)
+    : place_(place),
+      depth_(depth),
+      index_report_(list, directory + "/index"),
+      data_report_(list, directory + "/cache"),
+      index_(Watched(place, watch)) {}
+
+StoreCheck::~StoreCheck() = default;
+
+bool StoreCheck::IsIndexThere() const {
+    switch (index_.file().state()) {
+        case FileView::State::kOpen:
+            return true;
+        case FileView::State::kUnreadable:
+            index_report_.Unreadable(std::strerror(index_.file().error()));
+            return false;
+        case FileView::State::kForeign:
+        case FileView::State::kMissing:
+            break;
+    }
+    return false;
+}
+
+void StoreCheck::Run() {
+    if (!IsIndexThere()) return CheckOrphan();
+    shape_ = CheckIndexHead(index_, place_.kind, index_report_);
+    if (!shape_) return;
+    SlotCheck slots(index_, *shape_, place_.DataPath(), depth_ == Depth::kFull, index_report_);
+    slots.Run();
+    std::uint64_t const repeats = slots.extents().DropRepeats();
+    if (repeats != 0) {
+        index_report_.Waste("repeated-slots", {},
+                            fmt::format("{} slots repeat a key that an earlier one holds", repeats),
+                            repeats * DLPCache::IndexKey::kSize);
+    }
+    doubtful_ = std::move(slots.misplaced());
+    CheckRecords(slots);
+    answers_ = std::move(slots.answers());
+}
+
+void StoreCheck::CheckOrphan() {
+    FileView const data(place_.DataPath());
+    if (index_.file().state() != FileView::State::kMissing || data.size() == 0) return;
+    std::string const what = fmt::format("{} bytes of records without an index", data.size());
+    // The index of found-times is the first to be deleted with its directory.
+    if (place_.kind == StoreKind::kCounter) return data_report_.Waste("unfinished", {}, what, data.size());
+    data_report_.Damage("index-missing", {}, what, "every entry of this store");
+}
+
+void StoreCheck::CheckRecords(SlotCheck& slots) {
+    // Opened after the index was read: a record is in its file before the index tells of it.
+    FileView const data(place_.DataPath());
+    if (data.state() == FileView::State::kUnreadable) return data_report_.Unreadable(std::strerror(data.error()));
+    if (slots.without_file() != 0) {
+        data_report_.Damage("data-missing", {}, "there is no data file",
+                            fmt::format("{} entries", slots.without_file()));
+    }
+    OverlapCheck all([&](Extent const& extent, Extent const& other) {
+        data_report_.Damage("record-overlap", {extent.slot, extent.offset},
+                            fmt::format("the record shares bytes with that of slot {}, another key's", other.slot),
+                            "one of the two entries");
+    });
+    OverlapCheck decodable([this](Extent const& extent, Extent const& other) {
+        Doubt(extent.slot);
+        Doubt(other.slot);
+    });
+    RecordCheck records(place_.kind, data);
+    slots.extents().ForEachByOffset(data.size(), [&](Extent const& extent) {
+        all.Visit(extent);
+        if (depth_ == Depth::kQuick) return;
+        char const* const why = records.WhyNotDecodable(static_cast<std::uint64_t>(extent.offset), extent.length);
+        if (why == nullptr) return decodable.Visit(extent);
+        data_report_.Damage("record-damaged", {extent.slot, extent.offset}, why, "one entry");
+    });
+    if (data.size() <= all.covered()) return;
+    std::uint64_t const dead = data.size() - all.covered();
+    data_report_.Waste("dead-bytes", {}, fmt::format("{} bytes belong to no record that is answered", dead), dead);
+}
+
+void StoreCheck::Doubt(std::uint32_t slot) {
+    doubtful_.resize(shape_->slots + 1);
+    doubtful_[slot] = true;
+}
+
+}  // namespace torvane

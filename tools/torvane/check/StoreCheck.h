@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/torvane/cache/CacheRoot.h"
+#include "tools/torvane/cache/IndexView.h"
+#include "tools/torvane/check/ChangeWatch.h"
+#include "tools/torvane/check/Finding.h"
+#include "tools/torvane/check/IndexHeadCheck.h"
+
+namespace torvane {
+
+class SlotCheck;
+
+enum class Depth {
+    kQuick,  // heads, lengths, links and where records lie
+    kFull,   // and every record decoded, and the bucket of each key worked out
+};
+
+// One record store: its index file and its data file. One object, one thread.
+class StoreCheck {
+  public:
+    // `directory`: the store's, below the root. Both files are watched from now on.
+    StoreCheck(StorePlace const& place, std::string directory, Depth depth, FindingList& list, ChangeWatch& watch);
+    ~StoreCheck();
+    StoreCheck(StoreCheck const&) = delete;
+    StoreCheck& operator=(StoreCheck const&) = delete;
+
+    // Once. Throws Stop(kIo).
+    void Run();
+
+    // What was found, for those who go on with it. No shape: there are no slots to go by.
+    [[nodiscard]] IndexView const& index() const { return index_; }
+    [[nodiscard]] bool has_shape() const { return shape_.has_value(); }
+    [[nodiscard]] IndexShape const& shape() const { return *shape_; }
+    // A bit per slot: the library answers from it.
+    [[nodiscard]] std::vector<bool> const& answers() const { return answers_; }
+    // Slots whose key does not belong to their chain and, with Depth::kFull, those of decodable records of different
+    // keys that share bytes, of which one is not its key's. A bit per slot, or empty when there are none.
+    [[nodiscard]] std::vector<bool> const& doubtful() const { return doubtful_; }
+
+  private:
+    [[nodiscard]] bool IsIndexThere() const;
+    void CheckOrphan();
+    void CheckRecords(SlotCheck& slots);
+    void Doubt(std::uint32_t slot);
+
+    StorePlace place_;
+    Depth depth_;
+    Reporter index_report_;
+    Reporter data_report_;
+    IndexView index_;
+    std::optional<IndexShape> shape_;
+    std::vector<bool> answers_;
+    std::vector<bool> doubtful_;
+};
+
+}  // namespace torvane

@@ -1,0 +1,22 @@
+#include "tools/torvane/check/StoresCheck.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+
+namespace torvane {
+
+void CheckStore(StoreLook const& look) {
+    struct stat status {};
+    if (::lstat(look.place.directory.c_str(), &status) != 0 && errno == ENOENT) return;  // removed since it was listed
+    switch (look.place.kind) {
+        case StoreKind::kTemplate:
+            return CheckTemplateStore(look);
+        case StoreKind::kTask:
+            return CheckTaskStore(look);
+        case StoreKind::kCounter:
+            return CheckCounterStore(look);
+    }
+}
+
+}  // namespace torvane

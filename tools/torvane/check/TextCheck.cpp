@@ -1,0 +1,41 @@
+#include "tools/torvane/check/TextCheck.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "host/policy/KwIdName.h"
+#include "host/policy/QVKKeywordText.h"
+#include "tools/torvane/cache/CacheRoot.h"
+#include "tools/torvane/check/DirectoryCheck.h"
+
+namespace torvane {
+
+namespace {
+
+bool IsText(std::string const& path) {
+    std::string name;
+    HString text;
+    struct stat status {};
+    return IsArchive(path.substr(path.rfind('/') + 1), name) && Varnok::FileNameToId(HString(name), text) &&
+           ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+}  // namespace
+
+void CheckTextFile(std::string const& root, std::string const& file, Depth depth, FindingList& list,
+                   ChangeWatch& watch) {
+    std::string const path = root + "/" + file;
+    watch.Add(path);
+    if (!IsText(path)) return TellUnexpectedEntry(root, file, list);
+    if (depth == Depth::kQuick) return;
+    QVKKeywordText text;
+    int const error = text.from_file(HString(path));
+    if (error == 0 || error == ENOENT) return;
+    Reporter const report(list, file);
+    if (error != EBADMSG) return report.Unreadable(std::strerror(error));
+    report.Damage("text-damaged", {}, "the text cannot be decoded", "one text");
+}
+
+}  // namespace torvane

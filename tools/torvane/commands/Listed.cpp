@@ -1,0 +1,163 @@
+#include "tools/torvane/commands/Listed.h"
+
+#include <algorithm>
+
+#include "tools/torvane/ExitStatus.h"
+
+namespace torvane {
+
+namespace {
+
+struct ListedKind {
+    std::string name;
+    bool by_template;
+    bool by_task;
+    bool by_policy;
+    bool by_match;
+    std::vector<Column> columns;
+};
+
+Column Number(char const* name, char const* title) {
+    return {name, title, true};
+}
+
+// In the order of Listed.
+std::vector<ListedKind> const& Kinds() {
+    static std::vector<ListedKind> const kinds = {
+        {"templates",
+         true,
+         false,
+         false,
+         false,
+         {{"id", "ID"},
+          {"name", "NAME"},
+          {"md5", "MD5"},
+          {"current", "CURRENT"},
+          {"made", "MADE"},
+          Number("rules", "RULES"),
+          {"data_class", "CLASS"},
+          {"data_level", "LEVEL"},
+          {"depends_on_name", "BY NAME"},
+          Number("buckets", "BUCKETS"),
+          {"state", "STATE"},
+          {"damage", "DAMAGE"}}},
+        {"answers",
+         true,
+         false,
+         false,
+         true,
+         {{"template", "TEMPLATE"},
+          {"template_md5", "TEMPLATE MD5"},
+          {"key", "KEY"},
+          {"matched", "MATCHED"},
+          Number("rules", "RULES"),
+          Number("text_bytes", "TEXT"),
+          Number("slot", "SLOT"),
+          Number("offset", "OFFSET"),
+          Number("length", "LENGTH"),
+          {"state", "STATE"},
+          {"name", "NAME"},
+          {"damage", "DAMAGE"}}},
+        {"tasks",
+         false,
+         true,
+         true,
+         false,
+         {{"id", "ID"},
+          {"name", "NAME"},
+          {"status", "STATUS"},
+          {"started", "STARTED"},
+          {"ended", "ENDED"},
+          {"policy", "POLICY"},
+          Number("policy_version", "POLICY VERSION"),
+          Number("findings", "FINDINGS"),
+          {"state", "STATE"},
+          {"damage", "DAMAGE"}}},
+        {"findings",
+         true,
+         true,
+         false,
+         false,
+         {{"task", "TASK"},
+          Number("sn", "SN"),
+          {"md5", "MD5"},
+          Number("size", "SIZE"),
+          {"modified", "MODIFIED"},
+          {"found", "FOUND"},
+          {"templates", "TEMPLATES"},
+          {"state", "STATE"},
+          {"path", "PATH"},
+          {"damage", "DAMAGE"}}},
+        {"counters",
+         false,
+         false,
+         true,
+         false,
+         {{"policy", "POLICY"},
+          {"policy_version", "POLICY VERSION"},
+          {"key", "KEY"},
+          Number("realtime", "REALTIME"),
+          Number("by_policy", "BY POLICY"),
+          Number("tool", "TOOL"),
+          Number("slot", "SLOT"),
+          Number("offset", "OFFSET"),
+          {"state", "STATE"},
+          {"damage", "DAMAGE"}}},
+        {"texts",
+         true,
+         true,
+         false,
+         false,
+         {{"task", "TASK"},
+          {"name", "NAME"},
+          Number("bytes", "BYTES"),
+          {"text_template", "TEMPLATE"},
+          Number("lines", "LINES"),
+          Number("positions", "POSITIONS"),
+          Number("text_length", "TEXT"),
+          {"text_path", "TEXT PATH"},
+          {"state", "STATE"},
+          {"damage", "DAMAGE"}}},
+    };
+    return kinds;
+}
+
+ListedKind const& KindOf(Listed listed) {
+    return Kinds()[static_cast<std::size_t>(listed)];
+}
+
+}  // namespace
+
+std::vector<std::string> const& ListedNames() {
+    static std::vector<std::string> const names = [] {
+        std::vector<std::string> all;
+        for (ListedKind const& kind : Kinds())
+            all.push_back(kind.name);
+        return all;
+    }();
+    return names;
+}
+
+Listed ListedOf(std::string const& name) {
+    auto const& names = ListedNames();
+    auto const found = std::find(names.begin(), names.end(), name);
+    if (found == names.end()) throw Stop(ExitStatus::kUsage, "nothing to list is called " + name);
+    return static_cast<Listed>(found - names.begin());
+}
+
+std::vector<Column> const& ColumnsOf(Listed listed) {
+    return KindOf(listed).columns;
+}
+
+void ListFilter::CheckFor(Listed listed) const {
+    ListedKind const& kind = KindOf(listed);
+    auto const refuse = [&](char const* option) {
+        throw Stop(ExitStatus::kUsage, std::string(option) + " does not go with " + kind.name);
+    };
+    if (!template_id.empty() && !kind.by_template) refuse("--template");
+    if (!task_id.empty() && !kind.by_task) refuse("--task");
+    if (!policy_id.empty() && !kind.by_policy) refuse("--policy");
+    if (matched && !kind.by_match) refuse(*matched ? "--match" : "--no-match");
+}
+
+}  // namespace torvane

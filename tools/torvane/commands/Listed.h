@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/torvane/output/Output.h"
+
+namespace torvane {
+
+enum class Listed { kTemplates, kAnswers, kTasks, kFindings, kCounters, kTexts };
+// "templates", "answers", ..., in the order above.
+[[nodiscard]] std::vector<std::string> const& ListedNames();
+[[nodiscard]] Listed ListedOf(std::string const& name);
+// The columns of its rows, without "kind".
+[[nodiscard]] std::vector<Column> const& ColumnsOf(Listed listed);
+
+// Which things are listed; empty members leave nothing out.
+struct ListFilter {
+    std::string template_id;
+    std::string task_id;
+    std::string policy_id;
+    std::optional<bool> matched;
+
+    // Throws Stop(kUsage) for a filter that these things have nothing of.
+    void CheckFor(Listed listed) const;
+};
+
+}  // namespace torvane

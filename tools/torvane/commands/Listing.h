@@ -1,0 +1,54 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "tools/torvane/ExitStatus.h"
+#include "tools/torvane/cache/CacheRoot.h"
+#include "tools/torvane/commands/Listed.h"
+#include "tools/torvane/commands/Rows.h"
+#include "tools/torvane/output/Output.h"
+
+namespace torvane {
+
+// Walks through a cache, in constant memory and without looking ahead: the first thing is told at once. One object, one
+// thread. Throws Stop.
+class Listing {
+  public:
+    // `quiet`: no lines on stderr about stores that cannot be listed.
+    Listing(CacheRoot const& root, ListFilter filter, bool show_text, bool quiet);
+
+    // Gives every thing to `take`, until that returns false; false then. Stores come in the order of id and version, in
+    // them slots in the order of the file.
+    bool ForEach(Listed listed, std::function<bool(Json const&)> const& take);
+
+    // Of all that was listed: kYes; kNo when something is damaged, or when a filter names what there is not; kBusy when
+    // nothing else could be said.
+    [[nodiscard]] ExitStatus Status() const;
+
+  private:
+    using Take = std::function<bool(Json const&)>;
+    bool Templates(Take const& take);
+    bool Tasks(Take const& take);
+    bool Texts(Take const& take);
+    bool Entries(StoreKind kind, Take const& take);
+    bool EntriesOf(StorePlace const& place, Take const& take);
+    bool Give(Row const& row, Take const& take);
+    [[nodiscard]] bool IsWanted(StorePlace const& place);
+    [[nodiscard]] bool IsWanted(Row const& row) const;
+    void Complain(StoreView const& store);
+
+    CacheRoot const& root_;
+    ListFilter filter_;
+    Detail detail_;
+    bool quiet_;
+    bool named_ = false;  // a store that the filter names is there
+    bool sound_ = false;
+    bool damaged_ = false;
+    bool busy_ = false;
+};
+
+// A line on stderr, made printable.
+void Warn(std::string const& text);
+
+}  // namespace torvane

@@ -1,0 +1,265 @@
+#include "tools/torvane/commands/Rows.h"
+
+#include <ctime>
+#include <utility>
+
+#include "host/policy/KwIdName.h"
+
+namespace torvane {
+
+namespace {
+
+void Finish(Row& row, Look const& look) {
+    row.soundness = look.soundness;
+    row.json["state"] = NameOf(look.soundness);
+    row.json["damage"] = look.damage.empty() ? Json() : Json(look.damage);
+}
+
+// Where an entry lies: in rows slot, offset and length, of a whole entry the files as well.
+void AddPlace(Json& json, StoreView const& store, std::uint64_t number, Slot const& slot, Detail const& detail) {
+    json["slot"] = number;
+    if (detail.whole) {
+        json["index"] = store.place().IndexPath();
+        json["slot_offset"] = IndexView::OffsetOf(number);
+        json["data"] = store.place().DataPath();
+    }
+    json["offset"] = HasRecord(slot) ? Json(slot.offset) : Json();
+    json["length"] = slot.length;
+}
+
+// The length of a sensitive text, and the text itself where it was asked for.
+void AddText(Json& json, char const* name, HString const& text, Detail const& detail) {
+    json[std::string(name) + "_length"] = text.length();
+    if (detail.show_text) json[name] = text.get_str();
+}
+
+Json RuleOf(QVKReportKeywordAttachItem const& item, Detail const& detail) {
+    Json json;
+    json["id"] = item.rule_id.get_str();
+    auto const* const rule =
+        detail.definitions == nullptr ? nullptr : detail.definitions->definitions().get_rule_by_id(item.rule_id);
+    json["name"] = rule != nullptr && rule->common ? Json(rule->common->name.get_str()) : Json();
+    json["sub_type"] = item.sub_type;
+    json["match_count"] = item.match_count;
+    AddText(json, "match_text_1", item.match_text_1, detail);
+    AddText(json, "match_text_2", item.match_text_2, detail);
+    AddText(json, "match_text_3", item.match_text_3, detail);
+    json["file_short_name"] = item.file_short_name.get_str();
+    return json;
+}
+
+std::size_t PositionsOf(QVKKeywordText const& text) {
+    std::size_t positions = 0;
+    for (auto const& line : text.line_positions)
+        positions += line.positions.size();
+    return positions;
+}
+
+void AddKeywordText(Json& json, QVKKeywordText const& text, Detail const& detail) {
+    json["text_template"] = text.tpl_id.get_str();
+    json["lines"] = text.line_positions.size();
+    json["positions"] = PositionsOf(text);
+    AddText(json, "text", text.text, detail);
+    json["text_path"] = text.text_path.get_str();
+    AddText(json, "second_text", text.second_text, detail);
+    json["second_text_path"] = text.second_text_path.get_str();
+    json["second_positions"] = text.second_positions.size();
+}
+
+Json TextsOf(std::vector<HString> const& texts) {
+    Json json = Json::array();
+    for (HString const& text : texts)
+        json.push_back(text.get_str());
+    return json;
+}
+
+char const* StatusName(int status) {
+    switch (status) {
+        case kTaskCreated:
+            return "created";
+        case kTaskRunning:
+            return "running";
+        case kTaskFinished:
+            return "finished";
+        case kTaskEnded:
+            return "ended";
+        default:
+            return "unknown";
+    }
+}
+
+// What is wrong with the snapshot of a template's store.
+std::string CheckSnapshot(StorePlace const& place, Snapshot const& snapshot) {
+    if (!snapshot.exists()) return "snapshot is incomplete: it has no template file";
+    if (snapshot.Template(place.id) == nullptr) return "snapshot does not hold the template";
+    std::string const md5 = snapshot.Md5Of(place.id);
+    if (md5 != place.version) return "snapshot is of another definition: " + md5;
+    return snapshot.damaged() ? "snapshot is damaged" : "";
+}
+
+}  // namespace
+
+Json TimeOf(std::int64_t seconds) {
+    constexpr int kLastYear = 9999 - 1900;
+    auto const time = static_cast<std::time_t>(seconds);
+    std::tm fields{};
+    if (seconds == 0 || ::gmtime_r(&time, &fields) == nullptr) return {};
+    if (fields.tm_year > kLastYear || fields.tm_year < -1900) return {};
+    char text[sizeof("2023-11-14T22:13:20Z")];
+    return std::strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%SZ", &fields) == 0 ? Json() : Json(text);
+}
+
+Row AnswerRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail const& detail) {
+    Row row;
+    Json& json = row.json;
+    json["kind"] = "answer";
+    json["template"] = store.place().id;
+    json["template_md5"] = store.place().version;
+    json["key"] = IndexView::KeyOf(slot);
+    AnswerRecord answer;
+    StoreView::Look const look = store.LookAt(number, slot, [&](RecordBytes bytes) {
+        answer = AnswerRecord();
+        return DecodeAnswer(bytes, answer);
+    });
+    bool const matched = HasRecord(look.slot);
+    bool const decoded = !answer.rules.empty();
+    json["matched"] = matched;
+    json["name"] = decoded ? Json(answer.stored_name) : Json();
+    json["rules"] = decoded ? Json(answer.rules.size()) : Json();
+    json["text_bytes"] = decoded ? Json(answer.text_bytes) : Json();
+    AddPlace(json, store, number, look.slot, detail);
+    if (detail.whole && decoded) {
+        json["rule_list"] = Json::array();
+        for (auto const& item : answer.rules)
+            json["rule_list"].push_back(RuleOf(item, detail));
+        AddKeywordText(json, answer.text, detail);
+    }
+    Finish(row, look);
+    return row;
+}
+
+Row FindingRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail const& detail) {
+    Row row;
+    Json& json = row.json;
+    json["kind"] = "finding";
+    json["task"] = store.place().id;
+    json["sn"] = number;
+    DLPCache::SensFileNode finding;
+    StoreView::Look look = store.LookAt(number, slot, [&](RecordBytes bytes) {
+        finding = DLPCache::SensFileNode();
+        return DecodeFinding(bytes, finding);
+    });
+    if (!store.Answers(number, look.slot)) {
+        look.soundness = store.HasChanged() ? Soundness::kBusy : Soundness::kDamaged;
+        look.damage = "slot holds another key: " + IndexView::KeyOf(look.slot);
+    }
+    bool const known = look.damage.empty() && HasRecord(look.slot);
+    json["path"] = known ? Json(finding.file_path.get_str()) : Json();
+    json["md5"] = known ? Json(finding.file_md5.get_str()) : Json();
+    json["size"] = known && finding.file_attrs[0] >= 0 ? Json(finding.file_attrs[0]) : Json();
+    json["created"] = TimeOf(finding.file_attrs[1]);
+    json["modified"] = TimeOf(finding.file_attrs[2]);
+    json["found"] = TimeOf(finding.file_attrs[3]);
+    json["templates"] = TextsOf(finding.tpl_ids);
+    // A verdict quotes what matched.
+    AddText(json, "verdict", finding.extra_1, detail);
+    AddText(json, "extra", finding.extra_2, detail);
+    AddPlace(json, store, number, look.slot, detail);
+    Finish(row, look);
+    return row;
+}
+
+Row CounterRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail const& detail) {
+    Row row;
+    Json& json = row.json;
+    json["kind"] = "counter";
+    json["policy"] = store.place().id;
+    json["policy_version"] = store.place().version;
+    json["key"] = IndexView::KeyOf(slot);
+    DLPCache::SensRecordNode counts;
+    StoreView::Look const look =
+        store.LookAt(number, slot, [&](RecordBytes bytes) { return DecodeCounts(bytes, counts); });
+    bool const known = look.damage.empty() && HasRecord(look.slot);
+    json["realtime"] = known ? Json(counts.realtime_count) : Json();
+    json["by_policy"] = known ? Json(counts.policy_count) : Json();
+    json["tool"] = known ? Json(counts.tool_count) : Json();
+    AddPlace(json, store, number, look.slot, detail);
+    Finish(row, look);
+    return row;
+}
+
+Row TemplateRow(StorePlace const& place, Snapshot const& current) {
+    Row row;
+    Json& json = row.json;
+    json["kind"] = "template";
+    json["id"] = place.id;
+    std::unique_ptr<Snapshot> snapshot;
+    Look const look = LookAtFile(place.directory + "/KeywordTemplate.arc", [&] {
+        snapshot = std::make_unique<Snapshot>(place.directory);
+        return CheckSnapshot(place, *snapshot);
+    });
+    auto const* const tpl = snapshot->Template(place.id);
+    json["name"] = tpl != nullptr && tpl->common ? Json(tpl->common->name.get_str()) : Json();
+    json["md5"] = place.version;
+    json["current"] = current.exists() ? Json(current.Md5Of(place.id) == place.version) : Json();
+    json["made"] = TimeOf(snapshot->made());
+    json["rules"] = tpl == nullptr ? Json() : Json(tpl->rule_ids.size());
+    json["data_class"] = tpl == nullptr ? Json() : Json(tpl->data_class_id.get_str());
+    json["data_level"] = tpl == nullptr ? Json() : Json(tpl->data_level_id.get_str());
+    json["depends_on_name"] = tpl == nullptr ? Json() : Json(snapshot->DependsOnName(place.id));
+    IndexView const index(place.IndexPath());
+    json["buckets"] = index.head() ? Json(index.head()->bucket_count) : Json();
+    json["directory"] = place.directory;
+    Finish(row, look);
+    return row;
+}
+
+Row TaskRow(StorePlace const& place) {
+    Row row;
+    Json& json = row.json;
+    json["kind"] = "task";
+    ScanTask task;
+    Look const look = LookAtFile(place.directory + "/ScanTask.arc", [&] {
+        std::string wrong = ReadTask(place.directory, task);
+        if (!wrong.empty() || Varnok::IdToFileName(task.id) == HString(place.directory).get_short_name()) return wrong;
+        return "task record names another id: " + task.id.get_str();
+    });
+    bool const known = !task.id.empty();
+    QVKPolicySensitiveFileAuditNode const& policy = task.audit_node();
+    json["id"] = place.id;
+    json["name"] = known ? Json(task.name.get_str()) : Json();
+    json["status"] = known ? Json(StatusName(task.status)) : Json();
+    json["started"] = TimeOf(task.start_time);
+    json["ended"] = TimeOf(task.end_time);
+    json["handle"] = known ? Json(task.handle) : Json();
+    json["by_policy"] = known ? Json(task.kind() == kScanTaskByPolicy) : Json();
+    json["policy"] = known ? Json(policy.header().id.get_str()) : Json();
+    json["policy_version"] = known ? Json(policy.header().time_stamp) : Json();
+    json["templates"] = TextsOf(policy.tpl_ids);
+    json["keep"] = known ? Json(policy.keep) : Json();
+    json["note"] = known ? Json(task.note.get_str()) : Json();
+    IndexView const index(place.IndexPath());
+    json["findings"] = index.slots();
+    json["directory"] = place.directory;
+    Finish(row, look);
+    return row;
+}
+
+Row TextRow(StorePlace const& task, std::string const& name, Detail const& detail) {
+    Row row;
+    Json& json = row.json;
+    json["kind"] = "text";
+    json["task"] = task.id;
+    HString id;
+    json["name"] = Varnok::FileNameToId(HString(name), id) ? id.get_str() : name;
+    std::string const path = task.directory + "/text/" + name + ".arc";
+    QVKKeywordText text;
+    Look const look = LookAtFile(path, [&] { return ReadText(path, text); });
+    json["file"] = path;
+    json["bytes"] = FileView(path).size();
+    AddKeywordText(json, text, detail);
+    Finish(row, look);
+    return row;
+}
+
+}  // namespace torvane

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "tools/torvane/cache/Snapshot.h"
+#include "tools/torvane/cache/StoreView.h"
+#include "tools/torvane/output/Output.h"
+
+// One thing of a cache as an object: what `ls` and `export` write as a row and `show` as a whole. Each ends in "state"
+// ("sound", "damaged", "busy") and "damage" (a text, or null). What could not be read is null. No state; throws
+// Stop(kIo).
+namespace torvane {
+
+struct Row {
+    Json json;
+    Soundness soundness = Soundness::kSound;
+};
+
+// Seconds since 1970-01-01 UTC as RFC 3339 text; null for 0, which stands for "none", and beyond the year 9999.
+[[nodiscard]] Json TimeOf(std::int64_t seconds);
+
+// How much of a record is shown.
+struct Detail {
+    bool whole = false;      // with rules, positions and where it lies
+    bool show_text = false;  // match texts and extracted texts, else only their lengths (in UTF-16 units)
+    // Names of the rules; may be null.
+    Snapshot const* definitions = nullptr;
+};
+
+// Of slot `number`, which has been read as `slot`.
+[[nodiscard]] Row AnswerRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail const& detail);
+[[nodiscard]] Row FindingRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail const& detail);
+[[nodiscard]] Row CounterRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail const& detail);
+
+// `current`: the agent's own definitions.
+[[nodiscard]] Row TemplateRow(StorePlace const& place, Snapshot const& current);
+[[nodiscard]] Row TaskRow(StorePlace const& place);
+// `name`: the text's file without ".arc".
+[[nodiscard]] Row TextRow(StorePlace const& task, std::string const& name, Detail const& detail);
+
+}  // namespace torvane

@@ -1,0 +1,185 @@
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tools/torvane/cache/FileKey.h"
+#include "tools/torvane/cache/KeyLookup.h"
+#include "tools/torvane/cli/Command.h"
+#include "tools/torvane/commands/EntryText.h"
+#include "tools/torvane/commands/Listing.h"
+#include "tools/torvane/commands/Rows.h"
+
+namespace torvane {
+
+namespace {
+
+constexpr Schema kSchema{"show", 1};
+
+struct Options {
+    std::string key;
+    FileIdentity file;
+    std::string template_id;
+    std::string task_id;
+    std::int64_t number = 0;
+};
+
+// The entries found so far.
+struct Found {
+    Json entries = Json::array();
+    bool damaged = false;
+    bool busy = false;
+
+    void Add(Row row) {
+        damaged = damaged || row.soundness == Soundness::kDamaged;
+        busy = busy || row.soundness == Soundness::kBusy;
+        entries.push_back(std::move(row.json));
+    }
+    void Complain(StorePlace const& place, Look const& look) {
+        if (look.soundness == Soundness::kSound) return;
+        bool const is_busy = look.soundness == Soundness::kBusy;
+        (is_busy ? busy : damaged) = true;
+        Warn(place.Name() + ": " + (is_busy ? "busy" : look.damage));
+    }
+};
+
+class Finder {
+  public:
+    Finder(CacheRoot const& root, Options const& options, bool show_text) : root_(root), options_(options) {
+        detail_.whole = true;
+        detail_.show_text = show_text;
+    }
+
+    Found Run() {
+        if (!options_.task_id.empty()) {
+            FindNumber();
+        } else {
+            FindAnswers();
+            if (options_.template_id.empty()) FindCounts();
+        }
+        return std::move(found_);
+    }
+
+  private:
+    void FindNumber() {
+        for (StorePlace const& place : root_.Stores(StoreKind::kTask)) {
+            if (place.id != options_.task_id) continue;
+            StoreView store(place);
+            auto const number = static_cast<std::uint64_t>(options_.number);
+            Slot slot;
+            Look const look = LookAtFile(place.IndexPath(), [&] {
+                store.OpenAgain();
+                return store.Damage();
+            });
+            found_.Complain(place, look);
+            if (!look.damage.empty() || !store.index().Peek(number, slot) || !IndexView::IsUsed(slot)) continue;
+            found_.Add(FindingRow(store, number, slot, detail_));
+        }
+    }
+
+    void FindAnswers() {
+        for (StorePlace const& place : root_.Stores(StoreKind::kTemplate)) {
+            if (!options_.template_id.empty() && options_.template_id != place.id) continue;
+            Snapshot const snapshot(place.directory);
+            detail_.definitions = &snapshot;
+            FindKeys(place, options_.key.empty() ? AnswerKeys(options_.file, snapshot.DependsOnName(place.id))
+                                                 : KeysOfText(options_.key));
+        }
+    }
+
+    void FindCounts() {
+        std::vector<std::string> const keys =
+            options_.key.empty() ? CountKeys(options_.file.path) : KeysOfText(options_.key);
+        for (StorePlace const& place : root_.Stores(StoreKind::kCounter))
+            FindKeys(place, keys);
+    }
+
+    void FindKeys(StorePlace const& place, std::vector<std::string> const& keys) {
+        StoreView store(place);
+        KeyLook const look = LookUp(store, keys);
+        found_.Complain(place, look);
+        if (look.search.outcome != IndexView::Outcome::kFound) return;
+        found_.Add(place.kind == StoreKind::kCounter ? CounterRow(store, look.search.number, look.search.slot, detail_)
+                                                     : AnswerRow(store, look.search.number, look.search.slot, detail_));
+    }
+
+    CacheRoot const& root_;
+    Options const& options_;
+    Detail detail_;
+    Found found_;
+};
+
+void CheckOptions(Options const& options) {
+    int const ways =
+        (options.key.empty() ? 0 : 1) + (options.file.path.empty() ? 0 : 1) + (options.task_id.empty() ? 0 : 1);
+    if (ways != 1) throw Stop(ExitStatus::kUsage, "show takes a key, --file PATH or --task ID with --sn N");
+    if (options.file.path.empty() && !(options.file.md5.empty() && options.file.short_name.empty())) {
+        throw Stop(ExitStatus::kUsage, "--md5 and --name go with --file");
+    }
+    if (options.task_id.empty() != (options.number == 0)) {
+        throw Stop(ExitStatus::kUsage, "--task and --sn go together");
+    }
+    if (!options.task_id.empty() && !options.template_id.empty()) {
+        throw Stop(ExitStatus::kUsage, "--template does not go with --task");
+    }
+}
+
+// A row for each entry, a column for each member that any of them has.
+void WriteCsv(Json const& entries, Output& out) {
+    std::vector<Column> columns;
+    for (Json const& entry : entries) {
+        for (auto const& [name, value] : entry.items()) {
+            bool known = false;
+            for (Column const& column : columns)
+                known = known || column.name == name;
+            if (!known) columns.push_back({name, name});
+        }
+    }
+    out.BeginList(kSchema, columns);
+    for (Json const& entry : entries)
+        out.Row(entry);
+    out.EndList();
+}
+
+ExitStatus Run(Options options, Context const& context) {
+    CheckOptions(options);
+    CacheRoot const root(context.settings.root);
+    if (!options.file.path.empty() && options.file.md5.empty()) options.file.md5 = Md5OfFile(options.file.path);
+    Found found = Finder(root, options, context.settings.show_text).Run();
+
+    bool const none = found.entries.empty();
+    ExitStatus const status = none && found.busy && !found.damaged ? ExitStatus::kBusy
+                              : none || found.damaged              ? ExitStatus::kNo
+                                                                   : ExitStatus::kYes;
+    Json answer;
+    answer["found"] = !none;
+    if (!options.file.path.empty()) answer["file_md5"] = options.file.md5;
+    answer["entries"] = std::move(found.entries);
+    if (context.out.format() == Format::kCsv) return WriteCsv(answer["entries"], context.out), status;
+    context.out.Answer(kSchema, answer, [&](Output& out) {
+        if (none) out.Line("not found");
+        PrintEntries(answer["entries"], out);
+    });
+    return status;
+}
+
+}  // namespace
+
+Runner AddShow(CLI::App& app) {
+    auto const options = std::make_shared<Options>();
+    CLI::App* const command = app.add_subcommand("show", "Show one entry, decoded");
+    command->add_option("key", options->key, "Key of an entry, as it is listed or as it was given to the cache");
+    command->add_option("--file", options->file.path, "The answers for this file, and its counts")->type_name("PATH");
+    command->add_option("--md5", options->file.md5, "MD5 of the file's content, which is not read then")
+        ->type_name("MD5");
+    command->add_option("--name", options->file.short_name, "Name of the file instead of the path's last part")
+        ->type_name("NAME");
+    command->add_option("--template", options->template_id, "Only the answers of this template")->type_name("ID");
+    command->add_option("--task", options->task_id, "A finding of this task")->type_name("ID");
+    command->add_option("--sn", options->number, "Serial number of the finding, from 1")
+        ->type_name("N")
+        ->check(CLI::Range(1, 2147483647));
+    return [options](Context const& context) { return Run(*options, context); };
+}
+
+}  // namespace torvane

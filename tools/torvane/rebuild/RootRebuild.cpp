@@ -1,0 +1,152 @@
+#include "tools/torvane/rebuild/RootRebuild.h"
+
+#include <sys/stat.h>
+
+#include <chrono>
+#include <thread>
+#include <utility>
+
+#include "host/base/HFile.h"
+#include "tools/torvane/ExitStatus.h"
+#include "tools/torvane/check/StoresCheck.h"
+#include "tools/torvane/check/TextCheck.h"
+#include "tools/torvane/rebuild/FileCopy.h"
+#include "tools/torvane/rebuild/StoreFiles.h"
+
+namespace torvane {
+
+namespace {
+
+constexpr int kTries = 4;  // the first and three more
+constexpr std::chrono::milliseconds kPause(20);
+constexpr char kStamp[] = "/cache/Version.ini";
+// The library completes it; with this alone it leaves what is there.
+constexpr char kLeastStamp[] = "[DLP]\ncache=4\n";
+
+// What was found about anything but slots and records, which are told as they are carried over.
+void TellFiles(FindingList const& found, Carried& carried) {
+    for (Finding const& finding : found.kept()) {
+        bool const is_file = finding.kind == std::string("stray") || finding.kind == std::string("temporary") ||
+                             finding.kind == std::string("foreign") || finding.kind == std::string("snapshot-damaged");
+        if (is_file) carried.left_out.push_back({finding.file, std::nullopt, finding.what});
+    }
+}
+
+void RequireReadable(FindingList const& found) {
+    for (Finding const& finding : found.kept()) {
+        if (finding.severity == Severity::kUnreadable)
+            throw Stop(ExitStatus::kIo, "cannot read " + finding.file + ": " + finding.what);
+    }
+}
+
+}  // namespace
+
+RootRebuild::RootRebuild(Purpose purpose, CacheRoot const& source, std::string out, Listener listener)
+    : purpose_(purpose), source_(source), out_(std::move(out)), listener_(std::move(listener)) {}
+
+void RootRebuild::Run() {
+    MakeDirectory(out_ + "/cache");
+    std::vector<StorePlace> const places = source_.Stores();
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        listener_.progress(i, places.size(), places[i].Name());
+        CarryStore(places[i]);
+    }
+    CarryAgentsFiles();
+    CarryStamp();
+}
+
+void RootRebuild::CarryStore(StorePlace const& place) {
+    std::string const name = place.directory.substr(source_.root().size() + 1);
+    for (int round = 1; round <= kTries; ++round) {
+        Carried carried;
+        if (TryStore(place, name, carried)) return listener_.carried(carried);
+        RemoveTree(out_ + "/" + name);
+        std::this_thread::sleep_for(kPause);
+    }
+    throw Stop(ExitStatus::kBusy, name + " was written each time that it was copied");
+}
+
+bool RootRebuild::TryStore(StorePlace const& place, std::string const& name, Carried& carried) {
+    FindingList found;
+    ChangeWatch watch;
+    watch.Add(place.directory);
+    CheckStore({source_, place, Depth::kQuick, found, watch});
+    RequireReadable(found);
+    StoreFiles const files = FilesToCarry(place, name, found);
+    TellFiles(found, carried);
+    if (!files.refused.empty()) {
+        carried.left_out.push_back({name, std::nullopt, files.refused});
+        return !watch.HasChanged();
+    }
+    std::string const directory = out_ + "/" + name;
+    MakeDirectory(directory);
+    auto const copy = [&](std::string const& file) {
+        watch.Add(place.directory + "/" + file);
+        if (CopyFile(place.directory + "/" + file, directory + "/" + file)) ++carried.files;
+    };
+    for (std::string const& file : files.first)
+        copy(file);
+    try {
+        FindingList ignored;
+        StoreCheck check(place, name, purpose_ == Purpose::kRepair ? Depth::kFull : Depth::kQuick, ignored, watch);
+        check.Run();
+        StoreRebuild(purpose_, place, name, check, directory, carried).Run();
+    } catch (Stop const& stop) {
+        if (stop.status() != ExitStatus::kBusy) throw;
+        return false;
+    }
+    if (place.kind == StoreKind::kTask) CarryTexts(place, name, carried, watch);
+    for (std::string const& file : files.last)
+        copy(file);
+    return !watch.HasChanged();
+}
+
+void RootRebuild::CarryTexts(StorePlace const& place, std::string const& name, Carried& carried, ChangeWatch& watch) {
+    std::string const texts = name + "/text";
+    bool is_made = false;
+    ForEachName(place.directory + "/text", [&](std::string const& text) {
+        std::string const file = texts + "/" + text;
+        FindingList found;
+        CheckTextFile(source_.root(), file, Depth::kFull, found, watch);
+        RequireReadable(found);
+        if (!found.kept().empty()) {
+            carried.left_out.push_back({file, std::nullopt, found.kept().front().what});
+            return true;
+        }
+        if (!std::exchange(is_made, true)) MakeDirectory(out_ + "/" + texts);
+        if (CopyFile(source_.root() + "/" + file, out_ + "/" + file)) ++carried.files;
+        return true;
+    });
+}
+
+void RootRebuild::CarryAgentsFiles() {
+    for (std::string const directory : {"config", "ini"}) {
+        Carried carried;
+        for (std::string const& file : NamesIn(source_.root() + "/" + directory)) {
+            MakeDirectory(out_ + "/" + directory);
+            std::string const name = directory + "/" + file;
+            if (CopyFile(source_.root() + "/" + name, out_ + "/" + name)) {
+                ++carried.files;
+            } else {
+                carried.left_out.push_back({name, std::nullopt, "no regular file"});
+            }
+        }
+        listener_.carried(carried);
+    }
+}
+
+void RootRebuild::CarryStamp() {
+    Carried carried;
+    std::string const stamp = out_ + kStamp;
+    bool const is_sound = source_.stamp().contains("cache");
+    if (is_sound && CopyFile(source_.root() + kStamp, stamp)) {
+        ++carried.files;
+    } else if (purpose_ == Purpose::kRepair) {
+        if (HFile::replace_file(HString(stamp), kLeastStamp, sizeof kLeastStamp - 1) != 0)
+            throw Stop(ExitStatus::kIo, "cannot write " + stamp);
+        carried.left_out.push_back({kStamp + 1, std::nullopt, "no stamp of a cache layout: made anew"});
+    }
+    listener_.carried(carried);
+}
+
+}  // namespace torvane

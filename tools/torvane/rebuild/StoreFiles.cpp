@@ -1,0 +1,64 @@
+#include "tools/torvane/rebuild/StoreFiles.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "host/policy/KwArchivePath.h"
+
+namespace torvane {
+
+namespace {
+
+// The archives of a snapshot but for the template file.
+constexpr char const* kDefinitions[] = {Varnok::kFormatItemArchive, Varnok::kDataClassArchive,
+                                        Varnok::kDataLevelArchive};
+
+// Whether the check found damage in the file itself.
+bool IsDamaged(FindingList const& found, std::string const& file) {
+    return std::any_of(found.kept().begin(), found.kept().end(), [&](Finding const& finding) {
+        return finding.severity == Severity::kDamage && finding.file == file;
+    });
+}
+
+std::string WhatOf(FindingList const& found, std::initializer_list<std::string_view> kinds) {
+    for (Finding const& finding : found.kept()) {
+        if (std::find(kinds.begin(), kinds.end(), finding.kind) != kinds.end()) return finding.what;
+    }
+    return "";
+}
+
+void TakeSound(std::string const& name, FindingList const& found, char const* file, std::vector<std::string>& files) {
+    if (!IsDamaged(found, name + "/" + file)) files.emplace_back(file);
+}
+
+void TakeDefinitions(std::string const& name, FindingList const& found, StoreFiles& files) {
+    for (char const* const file : kDefinitions)
+        TakeSound(name, found, file, files.first);
+    TakeSound(name, found, Varnok::kTemplateArchive, files.last);
+}
+
+}  // namespace
+
+StoreFiles FilesToCarry(StorePlace const& place, std::string const& name, FindingList const& found) {
+    StoreFiles files;
+    switch (place.kind) {
+        case StoreKind::kTemplate:
+            files.refused = WhatOf(found, {"snapshot-damaged", "snapshot-other", "unfinished"});
+            TakeDefinitions(name, found, files);
+            break;
+        case StoreKind::kTask:
+            files.refused =
+                WhatOf(found, {"task-record-missing", "task-record-damaged", "task-record-other", "unfinished"});
+            files.first = {"ScanTask.arc", "SnapCache"};
+            TakeDefinitions(name, found, files);
+            break;
+        case StoreKind::kCounter:
+            files.refused = WhatOf(found, {"marker-missing"});
+            if (place.version.empty()) files.refused = "nothing tells which version of the policy it is of";
+            files.first = {place.version};
+            break;
+    }
+    return files;
+}
+
+}  // namespace torvane

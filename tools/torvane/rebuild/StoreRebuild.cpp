@@ -1,0 +1,142 @@
+#include "tools/torvane/rebuild/StoreRebuild.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "host/base/HFile.h"
+#include "tools/torvane/ExitStatus.h"
+
+namespace torvane {
+
+namespace {
+
+// Bucket counts of stores whose head is lost: what the library makes by itself.
+constexpr int kTemplateBuckets = 500000;
+constexpr int kCounterBuckets = 100000;
+
+}  // namespace
+
+StoreRebuild::StoreRebuild(Purpose purpose, StorePlace const& source, std::string const& source_name,
+                           StoreCheck const& check, std::string const& directory, Carried& carried)
+    : purpose_(purpose),
+      source_(source),
+      source_name_(source_name),
+      check_(check),
+      directory_(directory),
+      carried_(carried),
+      data_(source.DataPath()),
+      records_(source.kind, data_),
+      has_numbers_(source.kind == StoreKind::kTask),
+      slots_(check.index().slots()) {}
+
+void StoreRebuild::Run() {
+    if (check_.index().file().state() != FileView::State::kOpen) return;
+    MakeStore();
+    if (has_numbers_) return CarryNumbers();
+    CarryText(true);
+    if (purpose_ == Purpose::kRepair) CarryText(false);
+}
+
+int StoreRebuild::BucketCount() const {
+    auto const& head = check_.index().head();
+    if (check_.has_shape()) return head->bucket_count;
+    if (has_numbers_) return 0;
+    bool const is_likely = head && head->bucket_count > 0 && static_cast<std::uint64_t>(head->bucket_count) <= slots_ &&
+                           head->bucket_count < DLPCache::IndexHead::kBucketCountLimit;
+    if (is_likely) return head->bucket_count;
+    return source_.kind == StoreKind::kTemplate ? kTemplateBuckets : kCounterBuckets;
+}
+
+void StoreRebuild::MakeStore() {
+    HString const index_path(directory_ + "/index");
+    index_ = std::make_unique<DLPCache::Index>(index_path);
+    if (index_->Init(BucketCount()) != DLPCache::kDone)
+        throw Stop(ExitStatus::kIo, "cannot make " + directory_ + "/index");
+    store_ = std::make_unique<DLPCache::Manager>(0, index_path, HString(directory_ + "/cache"));
+}
+
+bool StoreRebuild::IsAnswer(std::uint64_t number) const {
+    return check_.has_shape() && check_.answers()[number];
+}
+
+void StoreRebuild::Require(int code) const {
+    if (code < 0) throw Stop(ExitStatus::kIo, fmt::format("cannot write {}: code {}", directory_, code));
+}
+
+void StoreRebuild::LeaveOut(std::uint64_t number, std::string what) {
+    carried_.left_out.push_back({source_name_ + "/index", number, std::move(what)});
+}
+
+void StoreRebuild::CarryNumbers() {
+    std::uint64_t const made = check_.has_shape() ? check_.shape().table : 0;
+    ForEachSlot(check_.index().file(), 1, slots_, [&](std::uint64_t number, RawSlot slot) {
+        if (number <= made && slot.IsZero()) return;
+        std::string why = slot.HoldsNumber(number) ? WhyNot(number, slot) : "the slot does not hold its number";
+        if (why.empty()) return Carry(number, slot);
+        LeaveOut(number, std::move(why));
+        Require(index_->Add(static_cast<int>(number), -1, 0));
+    });
+}
+
+void StoreRebuild::CarryText(bool answers) {
+    ForEachSlot(check_.index().file(), 1, slots_, [&](std::uint64_t number, RawSlot slot) {
+        if (!slot.IsUsed() || IsAnswer(number) != answers) return;
+        if (!slot.HoldsTextKey()) return LeaveOut(number, "the key is not 32 hexadecimal digits");
+        if (!answers && IsPresent(number, slot)) return;
+        std::string why = WhyNot(number, slot);
+        if (why.empty() && !answers && SharesBytes(slot)) why = "the record shares bytes with another key's";
+        if (!why.empty()) return LeaveOut(number, std::move(why));
+        Carry(number, slot);
+    });
+}
+
+bool StoreRebuild::IsPresent(std::uint64_t number, RawSlot slot) {
+    long long offset = 0;
+    int length = 0;
+    int const found = index_->Find(slot.KeyText(), offset, length);
+    if (found == DLPCache::kPositionUnreachable) {
+        LeaveOut(number, "the key falls into bucket 0");
+        return true;
+    }
+    Require(found);
+    return found == DLPCache::kFound;
+}
+
+std::string StoreRebuild::WhyNot(std::uint64_t number, RawSlot slot) {
+    if (purpose_ == Purpose::kCompact) return "";
+    if (!check_.doubtful().empty() && check_.doubtful()[number])
+        return "the slot is not where its key is looked for, or the record shares bytes with another key's";
+    if (slot.IsWithoutData()) return "";
+    if (!slot.IsPlacePossible()) return "the record's place is none";
+    std::uint64_t const end = static_cast<std::uint64_t>(slot.offset()) + static_cast<std::uint64_t>(slot.length());
+    if (end > data_.size()) return "the record lies behind the end of the data file";
+    char const* const why =
+        records_.WhyNotDecodable(static_cast<std::uint64_t>(slot.offset()), static_cast<std::uint32_t>(slot.length()));
+    return why == nullptr ? "" : why;
+}
+
+bool StoreRebuild::SharesBytes(RawSlot slot) const {
+    if (slot.IsWithoutData()) return false;
+    auto const behind = extents_.lower_bound(slot.offset() + slot.length());
+    return behind != extents_.begin() && std::prev(behind)->second > slot.offset();
+}
+
+void StoreRebuild::CarryEmpty(std::uint64_t number, RawSlot slot) {
+    Require(has_numbers_ ? index_->Add(static_cast<int>(number), -1, 0) : index_->Add(slot.KeyText(), -1, 0));
+    ++carried_.empty;
+}
+
+void StoreRebuild::Carry(std::uint64_t number, RawSlot slot) {
+    if (slot.IsWithoutData()) return CarryEmpty(number, slot);
+    bytes_.resize(static_cast<std::size_t>(slot.length()));
+    if (data_.ReadAt(static_cast<std::uint64_t>(slot.offset()), bytes_) != bytes_.size())
+        throw Stop(ExitStatus::kBusy, source_.DataPath() + " is being cut");
+    Require(has_numbers_ ? store_->AddCache(static_cast<int>(number), -1, bytes_.data(), slot.length())
+                         : store_->AddCache(slot.KeyText(), -1, bytes_.data(), slot.length()));
+    if (purpose_ == Purpose::kRepair) extents_[slot.offset()] = slot.offset() + slot.length();
+    ++carried_.records;
+    carried_.record_bytes += bytes_.size();
+}
+
+}  // namespace torvane
