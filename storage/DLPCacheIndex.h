@@ -47,6 +47,7 @@ class TORVANE_API Index {
     // has given the file up and may delete it.
     void Retire() noexcept;
 
+    // Whether the head is that of an index file: tag, both formats, a bucket count below the limit.
     [[nodiscard]] bool CheckIndexHead(IndexHead const& head) const noexcept;
     // File offset of the key's first slot. A text key of bucket 0 gives -30, before the table: kept, so that existing
     // files stay readable; positioning there fails. So does a bucket count of 0 (-30 as well).
@@ -54,6 +55,7 @@ class TORVANE_API Index {
     [[nodiscard]] long long GetFirstKeyOffset(std::string const& key, IndexHead const& head) const noexcept;
     // Writes the decimal text of the key into the slot.
     void FormatIndexKey(IndexKey& slot, int key) const noexcept;
+    // Whether the slot holds the key.
     [[nodiscard]] bool IsMatchIndexKey(IndexKey const& slot, int key) const noexcept;
 
   private:

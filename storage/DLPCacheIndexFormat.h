@@ -8,6 +8,7 @@
 // The index file: a head, then slots of equal size (docs/formats.md). All integers are little-endian.
 namespace DLPCache {
 
+// The first kSize bytes of the file: their places, the values they must have, and the values that were read.
 struct IndexHead {
     static constexpr char kTag[] = "DLPTplCacheIndexHead";  // without its terminator in the file
     static constexpr std::size_t kTagWidth = 20;
@@ -27,6 +28,7 @@ struct IndexHead {
     int bucket_count = 0;
 };
 
+// One slot: the places of its fields, and their values.
 struct IndexKey {
     static constexpr std::size_t kKeyWidth = 37;      // zero-terminated text; empty: the slot is unused
     static constexpr std::size_t kOffsetOffset = 37;  // 64 bits: byte offset of the record in the data file
@@ -44,6 +46,7 @@ inline constexpr std::size_t kTextKeyLength = 32;
 // The empty key: a slot is unused when its key compares equal to this as zero-terminated text.
 inline constexpr char g_str_key_empty[40] = {};
 
+// To and from the kSize bytes of the head, of a slot. `bytes` has room for them, or holds them; nothing is checked.
 void EncodeIndexHead(IndexHead const& head, std::uint8_t* bytes) noexcept;
 [[nodiscard]] TORVANE_API IndexHead DecodeIndexHead(std::uint8_t const* bytes) noexcept;
 void EncodeIndexKey(IndexKey const& key, std::uint8_t* bytes) noexcept;

@@ -50,10 +50,12 @@ class TORVANE_API DLPCacheTpl {
     DLPCacheTpl(DLPCacheTpl const&) = delete;
     DLPCacheTpl& operator=(DLPCacheTpl const&) = delete;
 
+    // What the constructor does, which calls it; to be called once.
     void Init(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) noexcept;
     // For the manager: tries once more to open a cache that has no store, when its snapshot is there by now or `md5` is
     // that of the process-wide definitions again. Others may use the cache meanwhile.
     void OpenAgain(QVKConfigKeywordTemplateNode const& tpl, HString const& md5) noexcept;
+    // Whether there is a record store; without one every Add and Find gives kTplNoStore.
     [[nodiscard]] bool HasStore() const noexcept { return manager_.load(std::memory_order_acquire) != nullptr; }
 
     // Whether a rule of the template looks at file attributes (sub-type 2001 or 2002): then the file's name is part of
@@ -77,6 +79,8 @@ class TORVANE_API DLPCacheTpl {
     [[nodiscard]] int Find(Key const& key, QVKReportKeywordAttachNode& node, QVKKeywordText& text,
                            HString& stored_name) const noexcept;
 
+    // Fills what is not stored from the cache's definitions: the template's names, and of each item the rule's names,
+    // type and text. Without memory some are left out.
     void FillAttachTplInfo(QVKReportKeywordAttachNode& node) const noexcept;
     // Puts `name` in place of each item's stored short name; of a member path ("a.zip/b/c.txt") the inner part stays.
     void ResetFileShortName(HString const& name, QVKReportKeywordAttachNode& node) const noexcept;

@@ -8,6 +8,7 @@
 // The entries of a directory at one moment. One object, one thread; nothing throws.
 class TORVANE_API HDirSnap {
   public:
+    // One of them.
     struct Entry {
         HString path;         // the directory given, a separator, the name
         bool is_dir = false;  // a directory itself, not a symbolic link to one
@@ -21,6 +22,7 @@ class TORVANE_API HDirSnap {
     // the directory (or one below it, when recursive) cannot be read or none was set; a missing one is an empty
     // snapshot.
     [[nodiscard]] bool snap() noexcept;
+    // What the last snapshot found.
     [[nodiscard]] std::vector<Entry> const& entries() const noexcept { return entries_; }
 
   private:
