@@ -35,8 +35,8 @@ class Tally {
                 {"files", sum_.files}, {"record_bytes", sum_.record_bytes}, {"left_out", left_out_}};
     }
     void Say(std::string const& out) const {
-        out_.Line(fmt::format("{}: {} of {} and {} without one, {} copied", out, Counted(sum_.records, "record"),
-                              Counted(sum_.record_bytes, "byte"), Counted(sum_.empty, "entry"),
+        out_.Line(fmt::format("{}: {} of {} and {} {} without one, {} copied", out, Counted(sum_.records, "record"),
+                              Counted(sum_.record_bytes, "byte"), sum_.empty, sum_.empty == 1 ? "entry" : "entries",
                               Counted(sum_.files, "file")));
         out_.Line(left_out_ == 0 ? "nothing left out" : fmt::format("left out: {}", Counted(left_out_, "place")));
     }
