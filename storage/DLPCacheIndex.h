@@ -19,7 +19,7 @@ namespace DLPCache {
 // failures return a negative StorageCode and, but where noted, write an assertion line.
 class TORVANE_API Index {
   public:
-    explicit Index(HString const& path) noexcept : path_(path) {}
+    explicit Index(HString const& path) noexcept : path_(path) {}  // of the index file; touches nothing
     Index(Index const&) = delete;
     Index& operator=(Index const&) = delete;
 

@@ -29,7 +29,7 @@ inline constexpr char kAssertWriteInt32[] = ", ASSERT_WRITE_INT32 Ret: ";
 inline constexpr char kAssertWriteInt64[] = ", ASSERT_WRITE_INT64 Ret: ";
 inline constexpr char kAssertWriteBuffer[] = ", ASSERT_WRITE_BUFFER Ret: ";
 inline constexpr char kNoExistFile[] = ", No exist file: ";
-
+// How grave a line is.
 enum LogLevel : int { kLogError = 1, kLogWarning = 2, kLogInformation = 3 };
 
 // The log as one source file uses it: one constant per source file, made from the name that its lines carry. Nothing is
@@ -38,7 +38,7 @@ enum LogLevel : int { kLogError = 1, kLogWarning = 2, kLogInformation = 3 };
 //     if (key.length() != 32) return kLog.Failed("Find", 59, kAssertFalse, kKeyRefused);
 class SourceLog {
   public:
-    explicit constexpr SourceLog(wchar_t const* source) noexcept : source_(source) {}
+    explicit constexpr SourceLog(wchar_t const* source) noexcept : source_(source) {}  // a literal: kept as a pointer
 
     // Writes one line of the given pieces (HString, char const*, numbers).
     template <class... Pieces>

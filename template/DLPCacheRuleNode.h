@@ -12,7 +12,7 @@ namespace DLPCache {
 // from the definitions on retrieval. See SerialBasic for threads and failures.
 class TORVANE_API RuleNode : public SerialBasic {
   public:
-    explicit RuleNode(int type) noexcept : sub_type(type) {}
+    explicit RuleNode(int type) noexcept : sub_type(type) {}  // see MakeRuleNode, which picks the class by it
 
     using SerialBasic::Size;
     [[nodiscard]] int Size() const override;

@@ -20,7 +20,7 @@
 // A value without a lock: any thread, but one thread at a time per name. Nothing throws; codes are TextCode.
 class TORVANE_API DLPCacheText {
   public:
-    explicit DLPCacheText(HString const& taskId) noexcept;
+    explicit DLPCacheText(HString const& taskId) noexcept;  // touches nothing; any id, registered or not
 
     // The file of a name, which is mapped as ids are (Varnok::IdToFileName). Empty without a task id and without
     // memory.

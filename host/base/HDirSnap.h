@@ -17,7 +17,7 @@ class TORVANE_API HDirSnap {
     bool recursive = false;   // also the entries of subdirectories, never through a symbolic link
     bool directories = true;  // list directories, not files alone
 
-    void set_file(HString const& directory) noexcept;
+    void set_file(HString const& directory) noexcept;  // of which; reads nothing yet, and keeps the last snapshot
     // Takes the snapshot, replacing an earlier one: sorted by path, without "." and "..". False (and no entries) when
     // the directory (or one below it, when recursive) cannot be read or none was set; a missing one is an empty
     // snapshot.

@@ -18,8 +18,8 @@ class TORVANE_API Shared {
     Shared& operator=(Shared const&) = delete;
     virtual ~Shared();
 
-    void add_ref() noexcept;
-    void release() noexcept;
+    void add_ref() noexcept;  // one reference more; the caller must hold one
+    void release() noexcept;  // one less; the last one deletes the object
 
   private:
     std::atomic<int> references_{1};
@@ -28,8 +28,8 @@ class TORVANE_API Shared {
 // A started thread, as its starter holds it: to be detached or joined once. Moved, not copied; one object, one thread.
 class TORVANE_API ThreadControl {
   public:
-    ThreadControl() noexcept = default;  // no thread
-    explicit ThreadControl(pthread_t thread) noexcept : thread_(thread), started_(true) {}
+    ThreadControl() noexcept = default;                                                     // no thread
+    explicit ThreadControl(pthread_t thread) noexcept : thread_(thread), started_(true) {}  // a started one
     ThreadControl(ThreadControl&& other) noexcept
         : thread_(other.thread_), started_(std::exchange(other.started_, false)) {}
     ThreadControl& operator=(ThreadControl&& other) noexcept {
@@ -38,7 +38,7 @@ class TORVANE_API ThreadControl {
         return *this;
     }
 
-    [[nodiscard]] bool started() const noexcept { return started_; }
+    [[nodiscard]] bool started() const noexcept { return started_; }  // there is a thread, not yet detached or joined
     // Lets the thread run on by itself, or waits for its end. Without a thread, or called again: nothing.
     void detach() noexcept;
     void join() noexcept;

@@ -11,8 +11,8 @@ class TORVANE_API HMutex {
     HMutex(HMutex const&) = delete;
     HMutex& operator=(HMutex const&) = delete;
 
-    void Lock() noexcept { mutex_.lock(); }
-    void UnLock() noexcept { mutex_.unlock(); }
+    void Lock() noexcept { mutex_.lock(); }      // waits until no other thread holds it
+    void UnLock() noexcept { mutex_.unlock(); }  // once for each Lock, by the same thread
 
   private:
     std::recursive_mutex mutex_;

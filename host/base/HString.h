@@ -34,12 +34,12 @@ class TORVANE_API HString {
         std::swap(block_, other.block_);
         return *this;
     }
-    HString(char const* utf8);  // null is the empty text
-    HString(std::string_view utf8);
-    HString(std::string const& utf8);
-    HString(wchar_t const* text);             // null is the empty text; a character above U+FFFF becomes a pair
-    explicit HString(char16_t const* units);  // zero-terminated; null is the empty text
-    explicit HString(std::u16string_view units);
+    HString(char const* utf8);                    // zero-terminated; null is the empty text
+    HString(std::string_view utf8);               // may hold zeros
+    HString(std::string const& utf8);             // the same
+    HString(wchar_t const* text);                 // null is the empty text; a character above U+FFFF becomes a pair
+    explicit HString(char16_t const* units);      // zero-terminated; null is the empty text
+    explicit HString(std::u16string_view units);  // taken as they are, zeros and lone surrogates too
     // Decimal text.
     explicit HString(int number);
     explicit HString(unsigned number);
@@ -49,9 +49,9 @@ class TORVANE_API HString {
     HString(long long number, bool with_plus);
     explicit HString(bool truth);  // "1" or "0"
 
-    [[nodiscard]] int length() const noexcept { return static_cast<int>(size()); }
-    [[nodiscard]] bool empty() const noexcept { return size() == 0; }
-    [[nodiscard]] bool not_empty() const noexcept { return size() != 0; }
+    [[nodiscard]] int length() const noexcept { return static_cast<int>(size()); }  // in units
+    [[nodiscard]] bool empty() const noexcept { return size() == 0; }               // has no unit
+    [[nodiscard]] bool not_empty() const noexcept { return size() != 0; }           // has one or more
     // The unit at `index`, 0 <= index < length().
     [[nodiscard]] char16_t operator[](int index) const noexcept { return view()[static_cast<std::size_t>(index)]; }
     [[nodiscard]] std::u16string_view view() const noexcept {
@@ -67,10 +67,10 @@ class TORVANE_API HString {
     // Cuts the text to its first `length` units; a longer one than it has changes nothing.
     void cut_to(std::size_t length);
 
-    HString& operator<<(HString const& tail);
-    HString& operator<<(char const* utf8);
-    HString& operator<<(long long number);
-    HString& operator<<(int number);
+    HString& operator<<(HString const& tail);  // appends it
+    HString& operator<<(char const* utf8);     // the same; null appends nothing
+    HString& operator<<(long long number);     // appends decimal text
+    HString& operator<<(int number);           // the same
 
     // By unit values, the shorter first.
     friend bool operator==(HString const& a, HString const& b) noexcept {

@@ -9,7 +9,7 @@
 // key itself. Any thread; without memory the result is empty.
 namespace Varnok {
 
-[[nodiscard]] TORVANE_API HString Lan(HString const& key) noexcept;
+[[nodiscard]] TORVANE_API HString Lan(HString const& key) noexcept;  // the text as it stands
 // The text with the first "%s" replaced by `value`; a text without one stays as it is.
 [[nodiscard]] TORVANE_API HString Lan1(HString const& key, HString const& value) noexcept;
 // The text with the first "%d" replaced by `value`, a number's decimal text; a text without one stays as it is.

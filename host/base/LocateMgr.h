@@ -13,7 +13,7 @@ namespace Varnok {
 // memory a path is empty.
 class TORVANE_API LocateMgr {
   public:
-    [[nodiscard]] static LocateMgr* pins() noexcept;
+    [[nodiscard]] static LocateMgr* pins() noexcept;  // made on first use, never destroyed
 
     // Replaces the root for the process; a relative path is taken from the working directory of this moment. An empty
     // path restores the default: the environment's TORVANE_ROOT when it is an absolute path, else /var/lib/torvane for

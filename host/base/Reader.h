@@ -10,10 +10,10 @@ namespace Varnok {
 class TORVANE_API Reader {
   public:
     virtual ~Reader();
-    virtual int read_int16(short& value) noexcept = 0;
-    virtual int read_int32(int& value) noexcept = 0;
-    virtual int read_int64(long long& value) noexcept = 0;
-    virtual long long read_buffer(void* bytes, long long length) noexcept = 0;
+    virtual int read_int16(short& value) noexcept = 0;                          // 2 bytes
+    virtual int read_int32(int& value) noexcept = 0;                            // 4 bytes
+    virtual int read_int64(long long& value) noexcept = 0;                      // 8 bytes
+    virtual long long read_buffer(void* bytes, long long length) noexcept = 0;  // into the caller's array
     // Length in bytes of the whole data, read or not.
     [[nodiscard]] virtual long long data_length() const noexcept = 0;
     // Bytes not yet read.

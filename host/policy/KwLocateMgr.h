@@ -16,7 +16,7 @@
 // get_cache_path(true).
 class TORVANE_API KwLocateMgr {
   public:
-    [[nodiscard]] static KwLocateMgr* pins() noexcept;
+    [[nodiscard]] static KwLocateMgr* pins() noexcept;  // made on first use, never destroyed
 
     // See Varnok::LocateMgr::set_root. To be called before the first use of any manager that keeps files.
     void set_root(HString const& path) noexcept;

@@ -6,7 +6,7 @@
 // Where the agent keeps its table of data classes.
 class TORVANE_API QVKConfigKeywordDataClassVTMgr {
   public:
-    [[nodiscard]] static QVKConfigKeywordDataClassVTMgr* pins() noexcept;
+    [[nodiscard]] static QVKConfigKeywordDataClassVTMgr* pins() noexcept;  // made on first use, never destroyed
     // The table's record file in the agent's configuration directory, <root>/config/KeywordDataClass.arc; any thread.
     [[nodiscard]] HString get_arc_file() const noexcept;
 

@@ -6,7 +6,7 @@
 // Where the agent keeps its table of rules.
 class TORVANE_API QVKConfigKeywordFormatItemVTMgr {
   public:
-    [[nodiscard]] static QVKConfigKeywordFormatItemVTMgr* pins() noexcept;
+    [[nodiscard]] static QVKConfigKeywordFormatItemVTMgr* pins() noexcept;  // made on first use, never destroyed
     // The table's record file in the agent's configuration directory, <root>/config/KeywordFormatItem.arc; any thread.
     [[nodiscard]] HString get_arc_file() const noexcept;
 

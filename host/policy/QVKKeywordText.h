@@ -22,7 +22,7 @@ struct TORVANE_API QVKKeywordText {
     HString second_text_path;
     std::vector<QVKKeywordPos> second_positions;
 
-    void reset_to_default() noexcept;
+    void reset_to_default() noexcept;  // as newly made
     // Encodes the record into a new array that the caller frees with array delete (what `buf` held before is not
     // freed); never empty. False, with `buf` null and `len` 0, without memory.
     bool to_buffer(char*& buf, long long& len) const noexcept;

@@ -8,7 +8,7 @@
 struct QVKReportKeywordAttachNode {
     std::vector<QVKReportKeywordAttachItem> items;
 
-    void reset_to_default() noexcept { items.clear(); }
+    void reset_to_default() noexcept { items.clear(); }  // as newly made
 
     friend bool operator==(QVKReportKeywordAttachNode const&, QVKReportKeywordAttachNode const&) noexcept = default;
 };

@@ -22,7 +22,7 @@ struct TORVANE_API SensFile {
     HString extra_1;  // the verdict
     HString extra_2;  // carried only
 
-    void reset_to_default() noexcept;
+    void reset_to_default() noexcept;  // as newly made
 
     friend bool operator==(SensFile const&, SensFile const&) noexcept = default;
 };
