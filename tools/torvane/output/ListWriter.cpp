@@ -80,15 +80,19 @@ class CsvList : public ListWriter {
   public:
     CsvList(Sink& sink, std::vector<Column> columns) : sink_(sink), columns_(std::move(columns)) {
         std::string line;
-        for (auto const& column : columns_)
-            line += (line.empty() ? "" : ",") + CsvField(column.name);
+        for (auto const& column : columns_) {
+            if (!line.empty()) line += ',';
+            line += CsvField(column.name);
+        }
         sink_.Write(line + "\n");
     }
 
     void Row(Json const& row) override {
         std::string line;
-        for (auto const& column : columns_)
-            line += (&column == columns_.data() ? "" : ",") + CsvField(CellOf(row, column));
+        for (auto const& column : columns_) {
+            if (&column != columns_.data()) line += ',';
+            line += CsvField(CellOf(row, column));
+        }
         sink_.Write(line + "\n");
     }
 
