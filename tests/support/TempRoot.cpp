@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "host/base/LocateMgr.h"
+#include "tests/support/SoundRoot.h"
 
 TempRoot::TempRoot() : path_((std::filesystem::temp_directory_path() / "torvane-test-XXXXXX").string()) {
     if (mkdtemp(path_.data()) == nullptr) {
@@ -22,6 +23,7 @@ TempRoot::TempRoot() : path_((std::filesystem::temp_directory_path() / "torvane-
 }
 
 TempRoot::~TempRoot() {
+    ExpectSoundRoots(path_);
     std::error_code error;
     std::filesystem::remove_all(path_, error);
     EXPECT_FALSE(error) << path_ << ": " << error.message();
@@ -34,6 +36,7 @@ std::string ReadBytes(std::string const& path) {
 }
 
 void WriteBytes(std::string const& path, std::string const& bytes) {
+    NotSoundWhenInCache(path);
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     file.close();

@@ -4,7 +4,7 @@
 #include <vector>
 
 // A fresh root directory for one test: made under the system's temporary directory, set as the process's root, removed
-// with the object.
+// with the object. A cache that is in it at the end must be sound (tests/support/SoundRoot.h).
 class TempRoot {
   public:
     TempRoot();
@@ -19,7 +19,7 @@ class TempRoot {
     std::string path_;
 };
 
-// Whole files for tests; failures are test failures.
+// Whole files for tests; failures are test failures. Who writes into a cache need not leave it sound.
 std::string ReadBytes(std::string const& path);
 void WriteBytes(std::string const& path, std::string const& bytes);
 std::string FromHex(std::string const& hex);  // blanks and line ends are skipped

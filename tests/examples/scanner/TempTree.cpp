@@ -8,6 +8,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "tests/support/SoundRoot.h"
+
 TempTree::TempTree() {
     std::string pattern = std::filesystem::temp_directory_path() / "scanner_test.XXXXXX";
     char const* const made = ::mkdtemp(pattern.data());
@@ -16,12 +18,14 @@ TempTree::TempTree() {
 }
 
 TempTree::~TempTree() {
+    ExpectSoundRoots(path_);
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
 }
 
 std::string TempTree::Write(std::string const& name, std::string const& content) const {
     std::filesystem::path const path = path_ + "/" + name;
+    NotSoundWhenInCache(path);
     std::filesystem::create_directories(path.parent_path());
     std::ofstream file(path, std::ios::binary);
     file << content;

@@ -2,7 +2,8 @@
 
 #include <string>
 
-// A directory for one test, removed with the object. Names are relative to it.
+// A directory for one test, removed with the object. Names are relative to it. A cache that is in it at
+// the end must be sound (tests/support/SoundRoot.h).
 class TempTree {
   public:
     TempTree();
