@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tools/torvane/ExitStatus.h"
+#include "tools/torvane/cli/Nearest.h"
 
 namespace torvane {
 
@@ -141,8 +142,18 @@ std::vector<std::string> const& ListedNames() {
 Listed ListedOf(std::string const& name) {
     auto const& names = ListedNames();
     auto const found = std::find(names.begin(), names.end(), name);
-    if (found == names.end()) throw Stop(ExitStatus::kUsage, "nothing to list is called " + name);
+    if (found == names.end()) {
+        throw Stop(ExitStatus::kUsage,
+                   "'" + name + "' is none of " + ListOf(names) + "; did you mean '" + NearestTo(name, names) + "'?");
+    }
     return static_cast<Listed>(found - names.begin());
+}
+
+std::string ListedType() {
+    std::string type("{");
+    type.append(ListOf(ListedNames())).append("}");
+    std::erase(type, ' ');
+    return type;
 }
 
 std::vector<Column> const& ColumnsOf(Listed listed) {

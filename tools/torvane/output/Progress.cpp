@@ -64,10 +64,11 @@ void Progress::Hide() {
 }
 
 void Progress::Show(std::uint64_t done, std::uint64_t total, std::string const& where) {
-    std::string line = "\r" + Printable(what_);
+    std::string line("\r");
+    line += Printable(what_);
     if (total > 0) line += fmt::format(" {:3.0f} %", 100.0 * static_cast<double>(done) / static_cast<double>(total));
     if (total == 0) line += fmt::format(" {}", done);
-    if (!where.empty()) line += " " + Shortened(where);
+    if (!where.empty()) line.append(" ").append(Shortened(where));
     (void)std::fputs((line + "\x1b[K").c_str(), file_);
     (void)std::fflush(file_);
     visible_ = true;
