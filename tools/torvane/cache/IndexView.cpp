@@ -25,9 +25,15 @@ struct IndexView::Block {
     std::uint64_t first = 1;  // slot at the beginning
     std::uint64_t count = 0;  // whole slots in it
     std::vector<std::uint8_t> bytes;
+
+    [[nodiscard]] bool Holds(std::uint64_t number) const { return number >= first && number - first < count; }
+    [[nodiscard]] std::uint8_t const* At(std::uint64_t number) const {
+        return bytes.data() + (number - first) * IndexKey::kSize;
+    }
 };
 
-IndexView::IndexView(std::string const& path) : file_(path), block_(std::make_shared<Block>()) {
+IndexView::IndexView(std::string const& path)
+    : file_(path), block_(std::make_shared<Block>()), chained_(std::make_shared<Block>()) {
     std::uint8_t bytes[IndexHead::kSize];
     if (file_.ReadAt(0, bytes) == IndexHead::kSize) head_ = DLPCache::DecodeIndexHead(bytes);
 }
@@ -53,13 +59,13 @@ std::uint64_t IndexView::OffsetOf(std::uint64_t number) {
 std::uint8_t const* IndexView::Bytes(std::uint64_t number) const {
     if (number < 1) return nullptr;
     Block& block = *block_;
-    if (number < block.first || number - block.first >= block.count) {
+    if (!block.Holds(number)) {
         block.bytes.resize(kSlotsInBlock * IndexKey::kSize);
         block.first = number;
         block.count = file_.ReadAt(OffsetOf(number), block.bytes) / IndexKey::kSize;
         if (block.count == 0) return nullptr;
     }
-    return block.bytes.data() + (number - block.first) * IndexKey::kSize;
+    return block.At(number);
 }
 
 bool IndexView::Read(std::uint64_t number, Slot& slot) const {
@@ -70,12 +76,24 @@ bool IndexView::Read(std::uint64_t number, Slot& slot) const {
 
 bool IndexView::Peek(std::uint64_t number, Slot& slot) const {
     if (number < 1) return false;
-    Block const& block = *block_;
-    if (number >= block.first && number - block.first < block.count) return Read(number, slot);
+    for (Block const* const block : {block_.get(), chained_.get()}) {
+        if (!block->Holds(number)) continue;
+        slot = DLPCache::DecodeIndexKey(block->At(number));
+        return true;
+    }
     std::uint8_t bytes[IndexKey::kSize];
     if (file_.ReadAt(OffsetOf(number), bytes) != IndexKey::kSize) return false;
     slot = DLPCache::DecodeIndexKey(bytes);
     return true;
+}
+
+void IndexView::KeepChained(std::size_t most) {
+    auto const table = static_cast<std::uint64_t>(head_ ? std::max(head_->bucket_count, 0) : 0);
+    if (slots() <= table || slots() - table > most / IndexKey::kSize) return;
+    Block& chained = *chained_;
+    chained.bytes.resize((slots() - table) * IndexKey::kSize);
+    chained.first = table + 1;
+    chained.count = file_.ReadAt(OffsetOf(chained.first), chained.bytes) / IndexKey::kSize;
 }
 
 std::optional<std::uint64_t> IndexView::NextUsed(std::uint64_t number, Slot& slot) const {
@@ -99,7 +117,7 @@ std::optional<std::uint64_t> IndexView::NumberAt(std::int64_t offset) const {
     return static_cast<std::uint64_t>((offset - kHead) / kSlot) + 1;
 }
 
-std::optional<std::uint64_t> IndexView::FirstSlotOf(std::string const& text_key) const {
+std::optional<std::uint64_t> IndexView::FirstSlotOf(std::string_view text_key) const {
     auto const buckets = head_ ? static_cast<std::uint32_t>(head_->bucket_count) : 0U;
     if (buckets == 0) return std::nullopt;
     std::uint32_t const bucket = Varnok::Murmur3_32(text_key.data(), static_cast<int>(text_key.size())) % buckets;

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "storage/DLPCacheIndexFormat.h"
 #include "tools/torvane/cache/FileView.h"
@@ -32,6 +33,10 @@ class IndexView {
     // The same with a single read that leaves the block in place.
     [[nodiscard]] bool Peek(std::uint64_t number, Slot& slot) const;
 
+    // Keeps the slots behind the table in memory when they come to `most` bytes or fewer: for following many chains,
+    // whose slots lie there in no order. Peek gives them as they were then.
+    void KeepChained(std::size_t most);
+
     // The first used slot from `number` on, as far as the file went when it was opened; nothing when there is none. The
     // quick way through a table that is mostly empty.
     [[nodiscard]] std::optional<std::uint64_t> NextUsed(std::uint64_t number, Slot& slot) const;
@@ -40,7 +45,7 @@ class IndexView {
     [[nodiscard]] std::optional<std::uint64_t> NumberAt(std::int64_t offset) const;
     [[nodiscard]] static std::uint64_t OffsetOf(std::uint64_t number);
     // The first slot of a text key's chain; nothing for bucket 0, which holds no key.
-    [[nodiscard]] std::optional<std::uint64_t> FirstSlotOf(std::string const& text_key) const;
+    [[nodiscard]] std::optional<std::uint64_t> FirstSlotOf(std::string_view text_key) const;
     // The key as text, at most 37 characters, up to the first zero.
     [[nodiscard]] static std::string KeyOf(Slot const& slot);
     [[nodiscard]] static bool IsUsed(Slot const& slot) { return slot.str_key[0] != 0; }
@@ -71,6 +76,7 @@ class IndexView {
     FileView file_;
     std::optional<DLPCache::IndexHead> head_;
     std::shared_ptr<Block> block_;
+    std::shared_ptr<Block> chained_;
 };
 
 }  // namespace torvane

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "tools/torvane/cache/SnapshotLook.h"
+
 namespace torvane {
 
 namespace {
@@ -19,7 +21,9 @@ class Explainer {
     Explanation Run() {
         LookAtVersions();
         FindCurrent();
-        if (told_.current_md5.empty()) {
+        if (definitions_->changed()) {
+            SetUnsound({Soundness::kBusy, "the definitions kept changing"});
+        } else if (told_.current_md5.empty()) {
             told_.reason = Reason::kTemplateUnknown;
             if (definitions_->damaged()) told_.damage = "the definitions are damaged";
         } else {
@@ -31,8 +35,8 @@ class Explainer {
   private:
     void LookAtVersions() {
         for (StorePlace const& place : places_) {
-            snapshots_.emplace_back(place.directory);
-            Snapshot const& snapshot = snapshots_.back();
+            snapshots_.push_back(LookAtSnapshot(place));
+            Snapshot const& snapshot = *snapshots_.back().snapshot;
             StoreView store(place);
             KeyLook look = LookUp(store, AnswerKeys(file_, snapshot.DependsOnName(id_)));
             KnownVersion version;
@@ -50,10 +54,10 @@ class Explainer {
         definitions_ = &config_;
         if (!told_.from_config) {
             std::int64_t newest = 0;
-            for (Snapshot const& snapshot : snapshots_) {
-                if (snapshot.made() <= newest) continue;
-                newest = snapshot.made();
-                definitions_ = &snapshot;
+            for (SnapshotLook const& look : snapshots_) {
+                if (look.snapshot->made() <= newest) continue;
+                newest = look.snapshot->made();
+                definitions_ = look.snapshot.get();
             }
         }
         told_.current_md5 = definitions_->Md5Of(id_);
@@ -63,7 +67,7 @@ class Explainer {
         for (std::size_t at = 0; at < snapshots_.size(); ++at) {
             KnownVersion& version = told_.versions[at];
             version.current = version.place.version == told_.current_md5;
-            if (!version.current) version.differences = Differences(snapshots_[at], *definitions_, id_);
+            if (!version.current) version.differences = Differences(*snapshots_[at].snapshot, *definitions_, id_);
         }
     }
 
@@ -76,14 +80,12 @@ class Explainer {
         }
     }
 
-    void JudgeCurrent(StorePlace const& place, Snapshot const& snapshot, KeyLook const& look) {
+    void JudgeCurrent(StorePlace const& place, SnapshotLook const& snapshot, KeyLook const& look) {
         told_.place = place;
         told_.key = look.key;
         told_.search = look.search;
         if (look.soundness != Soundness::kSound) return SetUnsound(look);
-        if (snapshot.Md5Of(id_) != place.version) {
-            return SetUnsound({Soundness::kDamaged, "snapshot is not of the directory's definition"});
-        }
+        if (snapshot.snapshot->Md5Of(id_) != place.version) return SetUnsound(snapshot);
         if (look.search.outcome == IndexView::Outcome::kNoBucket) told_.reason = Reason::kKeyUnstorable;
         if (look.search.outcome == IndexView::Outcome::kFound) JudgeRecord(place, look);
     }
@@ -109,8 +111,8 @@ class Explainer {
     std::string const& id_;
     Snapshot config_;
     std::vector<StorePlace> places_;
-    std::vector<Snapshot> snapshots_;  // of the places
-    std::vector<KeyLook> looks_;       // the same
+    std::vector<SnapshotLook> snapshots_;  // of the places
+    std::vector<KeyLook> looks_;           // the same
     Snapshot const* definitions_ = nullptr;
     Explanation told_;
 };

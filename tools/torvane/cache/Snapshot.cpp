@@ -1,5 +1,6 @@
 #include "tools/torvane/cache/Snapshot.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <map>
@@ -7,6 +8,7 @@
 #include "host/policy/KwArchivePath.h"
 #include "tools/torvane/ExitStatus.h"
 #include "tools/torvane/cache/FileView.h"
+#include "tools/torvane/cache/StoreView.h"
 
 namespace torvane {
 
@@ -56,10 +58,19 @@ void CompareIds(char const* field, HString const& before, HString const& after, 
 
 }  // namespace
 
-Snapshot::Snapshot(std::string const& directory) : definitions_(std::make_unique<KwDefineMgr>()) {
+Snapshot::Snapshot(std::string const& directory) {
+    for (int look = 1; look == 1 || (changed_ && look <= kLooks); ++look)
+        Read(directory);
+}
+
+void Snapshot::Read(std::string const& directory) {
+    damaged_ = false;
+    made_ = 0;
+    std::vector<FileView> files;
     for (char const* const name :
          {Varnok::kTemplateArchive, Varnok::kFormatItemArchive, Varnok::kDataClassArchive, Varnok::kDataLevelArchive}) {
-        FileView const file(directory + "/" + name);
+        files.emplace_back(directory + "/" + name);
+        FileView const& file = files.back();
         file.RequireReadable();
         // None of the library's files: as if it were damaged, and not opened.
         if (file.state() == FileView::State::kForeign) damaged_ = true;
@@ -67,8 +78,10 @@ Snapshot::Snapshot(std::string const& directory) : definitions_(std::make_unique
             made_ = file.status().st_mtim.tv_sec;
         }
     }
+    definitions_ = std::make_unique<KwDefineMgr>();
     definitions_->set_config_path(HString(directory + "/"));
     int const error = definitions_->load();
+    changed_ = std::any_of(files.begin(), files.end(), [](FileView const& file) { return file.HasChanged(); });
     if (error == 0) return;
     damaged_ = true;
     if (error != EBADMSG && error != ELOOP && error != EISDIR && error != ENOTDIR && error != ENXIO) {

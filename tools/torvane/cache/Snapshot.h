@@ -12,11 +12,14 @@ namespace torvane {
 // Definitions as four archives in a directory hold them: a store's snapshot or the agent's own. One object, one thread.
 class Snapshot {
   public:
-    // Reads `directory`; a missing or damaged archive is an empty table. Throws Stop(kIo) for what may not be read.
+    // Reads `directory`, again when one of its archives is replaced meanwhile; a missing or damaged archive is an empty
+    // table. Throws Stop(kIo) for what may not be read.
     explicit Snapshot(std::string const& directory);
 
     [[nodiscard]] KwDefineMgr const& definitions() const { return *definitions_; }
     [[nodiscard]] bool damaged() const { return damaged_; }
+    // Whether they were still being replaced at the last look: what was read may be of two states.
+    [[nodiscard]] bool changed() const { return changed_; }
     // Whether there is a template file: without one a snapshot is incomplete, the agent's definitions not there.
     [[nodiscard]] bool exists() const { return made_ != 0; }
     // When the template file was written, seconds since 1970-01-01 UTC: for a snapshot, since when it has been there.
@@ -30,7 +33,10 @@ class Snapshot {
     [[nodiscard]] bool DependsOnName(std::string const& template_id) const;
 
   private:
+    void Read(std::string const& directory);
+
     std::unique_ptr<KwDefineMgr> definitions_;
+    bool changed_ = false;
     bool damaged_ = false;
     std::int64_t made_ = 0;
 };

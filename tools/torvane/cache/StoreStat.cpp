@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
@@ -13,7 +15,31 @@ namespace torvane {
 
 namespace {
 
-constexpr std::size_t kMostKeys = 500000;  // kept of one chain
+constexpr std::size_t kMostChained = std::size_t{32} << 20U;  // bytes of slots behind the table that are kept
+constexpr std::size_t kMostKeys = 200000;                     // kept of one chain
+constexpr std::size_t kFewKeys = 32;                          // are looked through one by one
+
+// The keys of one chain. Most chains have few slots, and a few have very many.
+class ChainKeys {
+  public:
+    void Clear() {
+        few_.clear();
+        if (!many_.empty()) many_ = {};  // not clear(), which takes as long as it was large
+    }
+    // Whether it is a new one.
+    bool Add(std::string_view key) {
+        if (!many_.empty()) return many_.emplace(key).second;
+        if (std::find(few_.begin(), few_.end(), key) != few_.end()) return false;
+        few_.emplace_back(key);
+        if (few_.size() > kFewKeys) many_.insert(few_.begin(), few_.end());
+        return true;
+    }
+    [[nodiscard]] std::size_t size() const { return many_.empty() ? few_.size() : many_.size(); }
+
+  private:
+    std::vector<std::string> few_;
+    std::unordered_set<std::string> many_;
+};
 
 std::uint64_t SizeOf(std::string const& path) {
     struct stat status {};
@@ -43,7 +69,7 @@ class ChainCount {
   private:
     void Follow(std::uint64_t number, Slot slot) {
         start_ = number;
-        keys_.clear();
+        keys_.Clear();
         searching_ = false;
         std::uint64_t length = 0;
         for (;;) {
@@ -77,11 +103,11 @@ class ChainCount {
 
     // Whether the library finds the slot's key here. Most chains have one slot.
     bool IsFirst(std::uint64_t number, Slot const& slot) {
-        std::string key = IndexView::KeyOf(slot);
+        std::string_view const key(slot.str_key, ::strnlen(slot.str_key, DLPCache::IndexKey::kKeyWidth));
         if (key.size() != DLPCache::kTextKeyLength || index_.FirstSlotOf(key) != start_) return false;
         if (number == start_ && slot.next == 0) return true;
         if (searching_) return store_.Answers(number, slot);
-        bool const first = keys_.insert(std::move(key)).second;
+        bool const first = keys_.Add(key);
         searching_ = keys_.size() >= kMostKeys;
         return first;
     }
@@ -90,9 +116,9 @@ class ChainCount {
     IndexView const& index_;
     StoreStat& stat_;
     std::vector<bool> seen_;
-    std::uint64_t start_ = 0;               // the chain's first slot
-    std::unordered_set<std::string> keys_;  // of the chain
-    bool searching_ = false;                // there are too many to keep
+    std::uint64_t start_ = 0;  // the chain's first slot
+    ChainKeys keys_;
+    bool searching_ = false;  // there are too many to keep
 };
 
 // The findings of a task: number k is slot k.
@@ -146,14 +172,18 @@ double StoreStat::MeanChain() const {
 StoreStat CountStore(StorePlace const& place) {
     StoreStat stat;
     stat.stores = 1;
-    StoreView const store(place);
-    bool const damaged = !store.Damage().empty();
-    if (damaged) {
-        stat.damaged_stores = 1;
+    StoreView store(place);
+    Look const look = LookAtFile(place.IndexPath(), [&] {
+        store.OpenAgain();
+        return store.Damage();
+    });
+    if (!look.damage.empty()) {
+        stat.damaged_stores = look.soundness == Soundness::kDamaged ? 1 : 0;
     } else if (store.index().head()) {
         if (place.kind == StoreKind::kTask) {
             CountNumbers(store, stat);
         } else {
+            store.KeepChained(kMostChained);
             ChainCount(store, stat).Run();
         }
     }
@@ -162,7 +192,7 @@ StoreStat CountStore(StorePlace const& place) {
     stat.live_bytes = std::min(stat.live_bytes, data);
     stat.dead_bytes = data - stat.live_bytes;
     stat.overhead_bytes = OverheadOf(place);
-    stat.busy = store.HasChanged();
+    stat.busy = look.soundness == Soundness::kBusy || store.HasChanged();
     return stat;
 }
 

@@ -30,8 +30,9 @@ struct StoreStat {
     [[nodiscard]] double MeanChain() const;
 };
 
-// Counts one store: constant memory but for a bit per slot, and a key per slot of the chain that it is at (for a chain
-// of more than half a million different keys those are searched for instead). Throws Stop(kIo).
+// Counts one store: constant memory but for a bit per slot, at most 32 MiB of chained slots, and a key per slot of the
+// chain that it is at (for a chain of more than 200,000 different keys those are searched for instead). Throws
+// Stop(kIo).
 [[nodiscard]] StoreStat CountStore(StorePlace const& place);
 // The extracted texts of a task as a store of their own: one record and its file each.
 [[nodiscard]] StoreStat CountTexts(StorePlace const& task);

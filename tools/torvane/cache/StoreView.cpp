@@ -1,7 +1,8 @@
 #include "tools/torvane/cache/StoreView.h"
 
+#include <sys/stat.h>
+
 #include <chrono>
-#include <ctime>
 #include <thread>
 #include <utility>
 
@@ -9,16 +10,40 @@ namespace torvane {
 
 namespace {
 
-constexpr std::time_t kJustNow = 1;  // seconds
+constexpr std::chrono::milliseconds kJustNow{500};
 constexpr std::chrono::milliseconds kMoment{10};
+// As long as "just now" is, and then some: clocks may stand in the future of a file.
+constexpr int kMostWaits = 100;
 
 // For somebody's writing to be over.
 void WaitForWriter() {
     std::this_thread::sleep_for(kMoment);
 }
 
+bool IsJustNow(struct timespec const& time) {
+    using std::chrono::nanoseconds;
+    using std::chrono::seconds;
+    auto const then = seconds(time.tv_sec) + nanoseconds(time.tv_nsec);
+    return std::chrono::abs(std::chrono::system_clock::now().time_since_epoch() - then) <= kJustNow;
+}
+
+// When names were last added to a directory or taken away; nothing when it is missing itself.
+std::optional<struct timespec> TimeOfDirectory(std::string const& path) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) return std::nullopt;
+    return status.st_mtim;
+}
+
+std::string DirectoryOf(std::string const& path) {
+    return path.substr(0, path.rfind('/'));
+}
+
+// Whether somebody may be in the midst of making, writing or removing it.
 bool IsRecent(FileView const& file) {
-    return file.state() == FileView::State::kOpen && std::time(nullptr) - file.status().st_mtim.tv_sec <= kJustNow;
+    if (file.state() == FileView::State::kOpen) return IsJustNow(file.status().st_mtim);
+    if (file.state() != FileView::State::kMissing) return false;
+    auto const time = TimeOfDirectory(DirectoryOf(file.path()));
+    return !time || IsJustNow(*time);
 }
 
 }  // namespace
@@ -37,13 +62,15 @@ char const* NameOf(Soundness soundness) {
 
 Look LookAtFile(std::string const& path, std::function<std::string()> const& read) {
     Look look;
-    for (int looks = 1;; ++looks) {
+    int changes = 0;
+    for (int waits = 0;; ++waits) {
         FileView const file(path);
         look.damage = read();
         if (look.damage.empty()) return {};
         bool const changed = file.HasChanged();
+        changes += changed ? 1 : 0;
         look.soundness = changed ? Soundness::kBusy : Soundness::kDamaged;
-        if (looks == kLooks || (!changed && !IsRecent(file))) return look;
+        if (changes == kLooks || (!changed && !IsRecent(file)) || waits == kMostWaits) return look;
         WaitForWriter();
     }
 }
@@ -91,18 +118,31 @@ bool StoreView::WasWrittenJustNow() const {
     return IsRecent(index_.file()) || IsRecent(data_);
 }
 
+// Somebody who keeps writing to a store that is damaged all over would have every record waited for.
+void StoreView::Wait() {
+    if (++waits_ <= kMostWaits) WaitForWriter();
+}
+
 StoreView::Look StoreView::LookAt(std::uint64_t number, Slot const& slot, Decoder const& decode) {
     Look look;
     look.slot = slot;
-    for (int looks = 1;; ++looks) {
+    int changes = 0;
+    for (int looks = 0;; ++looks) {
         look.damage = Decode(look.slot, decode);
+        look.soundness = Soundness::kSound;
         if (look.damage.empty()) return look;
         bool const changed = HasChanged();
+        changes += changed ? 1 : 0;
         look.soundness = changed ? Soundness::kBusy : Soundness::kDamaged;
-        if (looks == kLooks || (!changed && !WasWrittenJustNow())) return look;
-        WaitForWriter();
+        if (changes == kLooks || (!changed && !WasWrittenJustNow()) || looks == kMostWaits) return look;
+        Wait();
         OpenAgain();
-        if (!index_.Peek(number, look.slot)) look.slot = slot;
+        Slot again;
+        if (!index_.Peek(number, again) || !IndexView::IsUsed(again)) {
+            look.soundness = Soundness::kBusy;
+            return look;
+        }
+        look.slot = again;
     }
 }
 

@@ -24,7 +24,8 @@ struct Look {
 inline constexpr int kLooks = 3;  // at what keeps changing
 
 // Calls `read`, which says what is wrong with the file at `path` and what belongs to it, again as long as that may be
-// because somebody is writing.
+// because somebody is writing: damaged is only what stays so for half a second in which the file, or for a file that is
+// missing its directory, stays as it is.
 [[nodiscard]] Look LookAtFile(std::string const& path, std::function<std::string()> const& read);
 
 // A record store's two files, read and never changed. One object, one thread. Throws Stop(kIo) for what may not be
@@ -40,6 +41,8 @@ class StoreView {
     [[nodiscard]] std::string Damage() const;
     [[nodiscard]] bool HasChanged() const { return index_.file().HasChanged() || data_.HasChanged(); }
     void OpenAgain();
+    // See IndexView.
+    void KeepChained(std::size_t most) { index_.KeepChained(most); }
 
     // Whether this used slot is the one that the library answers from for its key: the first of a text key's chain that
     // holds the key, a number's own one. Others are wasted or, a number's, damaged.
@@ -52,18 +55,20 @@ class StoreView {
         Slot slot;  // as it was read last
     };
     // Reads the record of slot `number`, which has been read as `slot`, and hands its bytes to `decode`, which may be
-    // called several times: what cannot be decoded while somebody writes is looked at again, three times at most. A key
-    // without data is not decoded.
+    // called several times: what cannot be decoded while somebody writes is looked at again, as by LookAtFile. A slot
+    // that is gone then is busy. A key without data is not decoded.
     [[nodiscard]] Look LookAt(std::uint64_t number, Slot const& slot, Decoder const& decode);
 
   private:
     [[nodiscard]] std::string Decode(Slot const& slot, Decoder const& decode);
     [[nodiscard]] bool WasWrittenJustNow() const;
+    void Wait();
 
     StorePlace place_;
     IndexView index_;
     FileView data_;
     std::vector<std::uint8_t> bytes_;
+    int waits_ = 0;  // of all looks together
 };
 
 }  // namespace torvane

@@ -101,6 +101,7 @@ CommandLine::CommandLine(std::span<CommandEntry const> commands) : app_(kDescrip
     for (auto const& command : commands) {
         Runner runner = command.add(app_);
         runners_[app_.get_subcommand(command.name)] = std::move(runner);
+        if (command.outlives_reader) outlives_reader_.insert(app_.get_subcommand(command.name));
     }
 }
 
@@ -129,6 +130,7 @@ ExitStatus CommandLine::Run(std::vector<std::string> const& arguments) {
     if (command == nullptr) Refuse("no command given: " + ListOf(CommandNames(app_)), nullptr);
     Settings const settings = Load();
     Output out(settings.format, WantsColor(settings.color), stdout);
+    if (outlives_reader_.contains(command)) out.OutliveReader();
     return Finish(runners_.at(command), Context{settings, out, app_});
 }
 

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <map>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -14,6 +15,9 @@ namespace torvane {
 struct CommandEntry {
     char const* name;
     Runner (*add)(CLI::App& app);
+    // Its status says something of the whole cache, or it makes something: it goes on when nobody reads what it says.
+    // Others end then, with kYes.
+    bool outlives_reader = false;
 };
 
 // Every command, in the order of the help.
@@ -45,6 +49,7 @@ class CommandLine {
 
     CLI::App app_;
     std::map<CLI::App const*, Runner> runners_;
+    std::set<CLI::App const*> outlives_reader_;
     std::map<std::string, std::string> given_;  // texts among the options of every command
     std::map<std::string, bool> switches_;      // their values are CLI11's to set
     std::map<std::string, CLI::Option*> switch_of_;

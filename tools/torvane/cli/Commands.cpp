@@ -4,13 +4,13 @@ namespace torvane {
 
 std::span<CommandEntry const> AllCommands() {
     static constexpr CommandEntry kCommands[] = {
-        {"stat", AddStat},
+        {"stat", AddStat, true},
         {"ls", AddLs},
-        {"show", AddShow},
-        {"why", AddWhy},
-        {"verify", AddVerify},
-        {"repair", AddRepair},
-        {"compact", AddCompact},
+        {"show", AddShow, true},
+        {"why", AddWhy, true},
+        {"verify", AddVerify, true},
+        {"repair", AddRepair, true},
+        {"compact", AddCompact, true},
         {"export", AddExport},
         {"tail", AddTail},
         {"config", AddConfig},

@@ -72,7 +72,7 @@ Runner AddExport(CLI::App& app) {
     auto const names = std::make_shared<std::vector<std::string>>();
     CLI::App* const command = app.add_subcommand("export", "Write everything that ls lists, one object a line");
     command->add_option("what", *names, "templates, answers, tasks, findings, counters, texts; everything by default")
-        ->check(CLI::IsMember(ListedNames()));
+        ->type_name(ListedType());
     return [names](Context const& context) { return Run(*names, context); };
 }
 

@@ -11,7 +11,10 @@ namespace torvane {
 enum class Listed { kTemplates, kAnswers, kTasks, kFindings, kCounters, kTexts };
 // "templates", "answers", ..., in the order above.
 [[nodiscard]] std::vector<std::string> const& ListedNames();
+// Throws Stop(kUsage) with the nearest right name.
 [[nodiscard]] Listed ListedOf(std::string const& name);
+// "{templates,answers,...}", the type of an option that takes them.
+[[nodiscard]] std::string ListedType();
 // The columns of its rows, without "kind".
 [[nodiscard]] std::vector<Column> const& ColumnsOf(Listed listed);
 

@@ -124,10 +124,10 @@ bool Listing::Entries(StoreKind kind, Take const& take) {
     return true;
 }
 
-void Listing::Complain(StoreView const& store) {
-    bool const changed = store.HasChanged();
-    (changed ? busy_ : damaged_) = true;
-    if (!quiet_) Warn(store.place().Name() + ": " + (changed ? "busy" : store.Damage()));
+void Listing::Complain(StorePlace const& place, Look const& look) {
+    bool const is_busy = look.soundness == Soundness::kBusy;
+    (is_busy ? busy_ : damaged_) = true;
+    if (!quiet_) Warn(place.Name() + ": " + (is_busy ? "busy" : look.damage));
 }
 
 bool Listing::EntriesOf(StorePlace const& place, Take const& take) {
@@ -137,7 +137,7 @@ bool Listing::EntriesOf(StorePlace const& place, Take const& take) {
         store.OpenAgain();
         return store.Damage();
     });
-    if (!look.damage.empty()) return Complain(store), true;
+    if (!look.damage.empty()) return Complain(place, look), true;
 
     Slot slot;
     auto number = store.index().NextUsed(1, slot);

@@ -36,7 +36,7 @@ class Listing {
     bool Give(Row const& row, Take const& take);
     [[nodiscard]] bool IsWanted(StorePlace const& place);
     [[nodiscard]] bool IsWanted(Row const& row) const;
-    void Complain(StoreView const& store);
+    void Complain(StorePlace const& place, Look const& look);
 
     CacheRoot const& root_;
     ListFilter filter_;

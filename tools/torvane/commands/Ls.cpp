@@ -3,6 +3,7 @@
 #include <string>
 
 #include "tools/torvane/cli/Command.h"
+#include "tools/torvane/cli/Number.h"
 #include "tools/torvane/commands/Listing.h"
 
 namespace torvane {
@@ -51,13 +52,13 @@ Runner AddLs(CLI::App& app) {
     CLI::App* const command = app.add_subcommand("ls", "List what a cache holds");
     command->add_option("what", options->what, "templates, answers, tasks, findings, counters or texts")
         ->required()
-        ->check(CLI::IsMember(ListedNames()));
-    command->add_option("--template", options->filter.template_id, "Only those of this template")->type_name("ID");
-    command->add_option("--task", options->filter.task_id, "Only those of this task")->type_name("ID");
-    command->add_option("--policy", options->filter.policy_id, "Only those of this policy")->type_name("ID");
+        ->type_name(ListedType());
+    AddId(*command, "--template", options->filter.template_id, "Only those of this template");
+    AddId(*command, "--task", options->filter.task_id, "Only those of this task");
+    AddId(*command, "--policy", options->filter.policy_id, "Only those of this policy");
     CLI::Option* const match = command->add_flag("--match", options->match, "Only answers with a match");
     command->add_flag("--no-match", options->no_match, "Only answers without a match")->excludes(match);
-    CLI::Option* const limit = command->add_option("--limit", options->limit, "At most so many")->type_name("N");
+    CLI::Option* const limit = AddCount(*command, "--limit", options->limit, "At most so many");
     return [options, limit](Context const& context) {
         options->limited = limit->count() > 0;
         return Run(*options, context);

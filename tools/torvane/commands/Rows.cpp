@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "host/policy/KwIdName.h"
+#include "tools/torvane/cache/SnapshotLook.h"
 
 namespace torvane {
 
@@ -86,15 +87,6 @@ char const* StatusName(int status) {
         default:
             return "unknown";
     }
-}
-
-// What is wrong with the snapshot of a template's store.
-std::string CheckSnapshot(StorePlace const& place, Snapshot const& snapshot) {
-    if (!snapshot.exists()) return "snapshot is incomplete: it has no template file";
-    if (snapshot.Template(place.id) == nullptr) return "snapshot does not hold the template";
-    std::string const md5 = snapshot.Md5Of(place.id);
-    if (md5 != place.version) return "snapshot is of another definition: " + md5;
-    return snapshot.damaged() ? "snapshot is damaged" : "";
 }
 
 }  // namespace
@@ -193,11 +185,8 @@ Row TemplateRow(StorePlace const& place, Snapshot const& current) {
     Json& json = row.json;
     json["kind"] = "template";
     json["id"] = place.id;
-    std::unique_ptr<Snapshot> snapshot;
-    Look const look = LookAtFile(place.directory + "/KeywordTemplate.arc", [&] {
-        snapshot = std::make_unique<Snapshot>(place.directory);
-        return CheckSnapshot(place, *snapshot);
-    });
+    SnapshotLook const look = LookAtSnapshot(place);
+    Snapshot const* const snapshot = look.snapshot.get();
     auto const* const tpl = snapshot->Template(place.id);
     json["name"] = tpl != nullptr && tpl->common ? Json(tpl->common->name.get_str()) : Json();
     json["md5"] = place.version;

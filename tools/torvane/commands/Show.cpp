@@ -6,6 +6,7 @@
 #include "tools/torvane/cache/FileKey.h"
 #include "tools/torvane/cache/KeyLookup.h"
 #include "tools/torvane/cli/Command.h"
+#include "tools/torvane/cli/Number.h"
 #include "tools/torvane/commands/EntryText.h"
 #include "tools/torvane/commands/Listing.h"
 #include "tools/torvane/commands/Rows.h"
@@ -15,18 +16,20 @@ namespace torvane {
 namespace {
 
 constexpr Schema kSchema{"show", 1};
+constexpr std::uint64_t kMostNumber = 2147483647;  // of a finding
 
 struct Options {
     std::string key;
     FileIdentity file;
     std::string template_id;
     std::string task_id;
-    std::int64_t number = 0;
+    std::uint64_t number = 0;
 };
 
 // The entries found so far.
 struct Found {
     Json entries = Json::array();
+    bool quiet = false;  // no lines on stderr
     bool damaged = false;
     bool busy = false;
 
@@ -39,15 +42,16 @@ struct Found {
         if (look.soundness == Soundness::kSound) return;
         bool const is_busy = look.soundness == Soundness::kBusy;
         (is_busy ? busy : damaged) = true;
-        Warn(place.Name() + ": " + (is_busy ? "busy" : look.damage));
+        if (!quiet) Warn(place.Name() + ": " + (is_busy ? "busy" : look.damage));
     }
 };
 
 class Finder {
   public:
-    Finder(CacheRoot const& root, Options const& options, bool show_text) : root_(root), options_(options) {
+    Finder(CacheRoot const& root, Options const& options, Settings const& settings) : root_(root), options_(options) {
         detail_.whole = true;
-        detail_.show_text = show_text;
+        detail_.show_text = settings.show_text;
+        found_.quiet = settings.quiet;
     }
 
     Found Run() {
@@ -65,15 +69,14 @@ class Finder {
         for (StorePlace const& place : root_.Stores(StoreKind::kTask)) {
             if (place.id != options_.task_id) continue;
             StoreView store(place);
-            auto const number = static_cast<std::uint64_t>(options_.number);
             Slot slot;
             Look const look = LookAtFile(place.IndexPath(), [&] {
                 store.OpenAgain();
                 return store.Damage();
             });
             found_.Complain(place, look);
-            if (!look.damage.empty() || !store.index().Peek(number, slot) || !IndexView::IsUsed(slot)) continue;
-            found_.Add(FindingRow(store, number, slot, detail_));
+            if (!look.damage.empty() || !store.index().Peek(options_.number, slot)) continue;
+            if (IndexView::IsUsed(slot)) found_.Add(FindingRow(store, options_.number, slot, detail_));
         }
     }
 
@@ -145,7 +148,7 @@ ExitStatus Run(Options options, Context const& context) {
     CheckOptions(options);
     CacheRoot const root(context.settings.root);
     if (!options.file.path.empty() && options.file.md5.empty()) options.file.md5 = Md5OfFile(options.file.path);
-    Found found = Finder(root, options, context.settings.show_text).Run();
+    Found found = Finder(root, options, context.settings).Run();
 
     bool const none = found.entries.empty();
     ExitStatus const status = none && found.busy && !found.damaged ? ExitStatus::kBusy
@@ -174,11 +177,9 @@ Runner AddShow(CLI::App& app) {
         ->type_name("MD5");
     command->add_option("--name", options->file.short_name, "Name of the file instead of the path's last part")
         ->type_name("NAME");
-    command->add_option("--template", options->template_id, "Only the answers of this template")->type_name("ID");
-    command->add_option("--task", options->task_id, "A finding of this task")->type_name("ID");
-    command->add_option("--sn", options->number, "Serial number of the finding, from 1")
-        ->type_name("N")
-        ->check(CLI::Range(1, 2147483647));
+    AddId(*command, "--template", options->template_id, "Only the answers of this template");
+    AddId(*command, "--task", options->task_id, "A finding of this task");
+    AddCount(*command, "--sn", options->number, "Serial number of the finding, from 1", 1, kMostNumber);
     return [options](Context const& context) { return Run(*options, context); };
 }
 

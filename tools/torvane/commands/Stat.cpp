@@ -11,6 +11,7 @@
 
 #include "tools/torvane/cache/StoreStat.h"
 #include "tools/torvane/cli/Command.h"
+#include "tools/torvane/cli/Number.h"
 #include "tools/torvane/cli/Pause.h"
 #include "tools/torvane/output/Progress.h"
 
@@ -19,11 +20,12 @@ namespace torvane {
 namespace {
 
 constexpr Schema kSchema{"stat", 1};
+constexpr double kLeastSeconds = 0.1;
 constexpr double kMostSeconds = 86400.0;
 
 struct Options {
-    double watch = 0;  // seconds; 0: once
-    std::uint64_t rounds = 0;
+    double watch = 0;          // seconds; 0: once
+    std::uint64_t rounds = 0;  // 0: until somebody ends it
 };
 
 struct Counted {
@@ -162,10 +164,13 @@ ExitStatus Run(Options const& options, Context const& context) {
     if (options.watch == 0) return status;
     Pause const pause;
     std::chrono::milliseconds const time(static_cast<std::int64_t>(options.watch * 1000));
-    for (std::uint64_t round = 1; options.rounds == 0 || round < options.rounds; ++round) {
-        if (!pause.Wait(time)) break;
-        context.out.Line("");
-        status = Once(context);
+    try {
+        for (std::uint64_t round = 1; options.rounds == 0 || round < options.rounds; ++round) {
+            if (!pause.Wait(time)) break;
+            context.out.Line("");
+            status = Once(context);
+        }
+    } catch (ClosedPipe const&) {  // nobody watches any more
     }
     return status;
 }
@@ -175,12 +180,9 @@ ExitStatus Run(Options const& options, Context const& context) {
 Runner AddStat(CLI::App& app) {
     auto const options = std::make_shared<Options>();
     CLI::App* const command = app.add_subcommand("stat", "How much a cache holds and what it costs");
-    CLI::Option* const watch = command->add_option("--watch", options->watch, "Again every so many seconds")
-                                   ->type_name("S")
-                                   ->check(CLI::Range(0.1, kMostSeconds));
-    command->add_option("--rounds", options->rounds, "With --watch: so many times, then end")
-        ->type_name("N")
-        ->needs(watch);
+    CLI::Option* const watch =
+        AddSeconds(*command, "--watch", options->watch, "Again every so many seconds", kLeastSeconds, kMostSeconds);
+    AddCount(*command, "--rounds", options->rounds, "With --watch: so many times, then end", 1)->needs(watch);
     return [options](Context const& context) { return Run(*options, context); };
 }
 

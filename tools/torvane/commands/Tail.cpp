@@ -7,6 +7,7 @@
 
 #include "tools/torvane/cli/Command.h"
 #include "tools/torvane/cli/Nearest.h"
+#include "tools/torvane/cli/Number.h"
 #include "tools/torvane/cli/Pause.h"
 #include "tools/torvane/log/LogFollower.h"
 #include "tools/torvane/log/LogLine.h"
@@ -94,7 +95,7 @@ class Tail {
     void Show(std::string_view line) {
         auto const parts = ParseLogLine(line);
         if (!Passes(parts)) return;
-        if (!IsList()) return out_.Line(Colored(std::string(line), parts));
+        if (!IsList()) return out_.Line(Colored(std::string(line), parts), Backslash::kKept);
         Json row{{"time", nullptr}, {"level", nullptr}, {"source", nullptr}, {"line", nullptr}, {"text", line}};
         if (parts) {
             row = {{"time", parts->time},
@@ -124,9 +125,7 @@ class Tail {
 Runner AddTail(CLI::App& app) {
     auto const options = std::make_shared<Options>();
     CLI::App* const command = app.add_subcommand("tail", "Show the end of the module log and follow it");
-    command->add_option("-n,--lines", options->lines, "Begin with the last N lines (default 10)")
-        ->check(CLI::NonNegativeNumber)  // it would be taken modulo 2^64
-        ->type_name("N");
+    AddCount(*command, "-n,--lines", options->lines, "Begin with the last N lines (default 10)");
     command->add_flag("-f,--follow,!--no-follow", options->follow,
                       "Go on with what is written until interrupted (default), or do not");
     command->add_option("--level", options->level, "Lines of this level and graver ones")

@@ -4,6 +4,7 @@
 
 #include "tools/torvane/cache/Reason.h"
 #include "tools/torvane/cli/Command.h"
+#include "tools/torvane/cli/Number.h"
 #include "tools/torvane/commands/Rows.h"
 
 namespace torvane {
@@ -110,6 +111,7 @@ void PrintVersion(KnownVersion const& version, Output& out) {
 void Print(Options const& options, Explanation const& told, Output& out) {
     out.Line(out.Painted(Sentence(told), IsHit(told.reason) ? Output::Paint::kGood : Output::Paint::kBad));
     out.Line("file: " + options.file.path + ", MD5 " + options.file.md5);
+    if (told.reason == Reason::kTemplateUnknown && !told.damage.empty()) out.Line(told.damage);
     if (!told.current_md5.empty()) {
         out.Line("template: " + options.template_id + ", MD5 " + told.current_md5 +
                  (told.from_config ? "" : " (of the newest cache, there are no definitions in config)"));
@@ -144,7 +146,7 @@ Runner AddWhy(CLI::App& app) {
     auto const options = std::make_shared<Options>();
     CLI::App* const command = app.add_subcommand("why", "Why a file is answered from the cache, or is not");
     command->add_option("path", options->file.path, "The file")->required();
-    command->add_option("--template", options->template_id, "The template")->type_name("ID")->required();
+    AddId(*command, "--template", options->template_id, "The template")->required();
     command->add_option("--md5", options->file.md5, "MD5 of the file's content, which is not read then")
         ->type_name("MD5");
     command->add_option("--name", options->file.short_name, "Name of the file instead of the path's last part")

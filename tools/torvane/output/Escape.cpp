@@ -69,6 +69,15 @@ bool IsPlain(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char byte) { return byte >= 0x20 && byte < 0x7F; });
 }
 
+bool IsDigit(char c, char first) {
+    return (c >= first && c <= '9') || (c >= 'A' && c <= 'F');
+}
+
+// Whether `text` begins with what stands behind the backslash of an escaped byte in JSON.
+bool LooksEscaped(std::string_view text) {
+    return text.size() >= 3 && text[0] == 'x' && IsDigit(text[1], '8') && IsDigit(text[2], '0');
+}
+
 std::string Escaped(char32_t code) {
     if (code == '\n') return "\\n";
     if (code == '\r') return "\\r";
@@ -105,10 +114,12 @@ nlohmann::ordered_json Clean(nlohmann::ordered_json const& document) {
 
 std::string Dumped(nlohmann::ordered_json const& document, int indent) {
     try {
-        return document.dump(indent);
-    } catch (nlohmann::ordered_json::type_error const&) {  // a text that is not UTF-8, which is rare
-        return Clean(document).dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+        std::string dumped = document.dump(indent);
+        if (dumped.find(R"(\\x)") == std::string::npos) return dumped;
+    } catch (nlohmann::ordered_json::type_error const&) {  // a text that is not UTF-8
     }
+    // Both are rare.
+    return Clean(document).dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 }  // namespace
@@ -123,12 +134,15 @@ bool Prints(char32_t code) {
     return !IsIn(kNotPrinting, code) && (code & 0xFFFE) != 0xFFFE && code <= 0x10FFFF;
 }
 
-std::string Printable(std::string_view text) {
-    if (IsPlain(text)) return std::string(text);
+std::string Printable(std::string_view text, Backslash backslash) {
+    bool const doubled = backslash == Backslash::kDoubled;
+    if (IsPlain(text) && (!doubled || text.find('\\') == std::string_view::npos)) return std::string(text);
     std::string printable;
     ForEachCharacter(text, [&](Character const& character, std::string_view bytes) {
         if (!character.valid) {
             printable += EscapedByte(character.code);
+        } else if (character.code == '\\' && doubled) {
+            printable += "\\\\";
         } else if (Prints(character.code)) {
             printable += bytes;
         } else {
@@ -149,12 +163,14 @@ std::size_t WidthOf(std::string_view printable) {
 
 std::string Utf8(std::string_view text) {
     std::string clean;
+    std::size_t backslashes = 0;  // that `clean` ends with
+    std::size_t at = 0;
     ForEachCharacter(text, [&](Character const& character, std::string_view bytes) {
-        if (character.valid) {
-            clean += bytes;
-        } else {
-            clean += EscapedByte(character.code);
-        }
+        bool const looks_escaped = !character.valid || LooksEscaped(text.substr(at));
+        if (looks_escaped) clean.append(backslashes, '\\');
+        clean += character.valid ? std::string(bytes) : EscapedByte(character.code);
+        backslashes = bytes == "\\" ? backslashes + 1 : 0;
+        at += bytes.size();
     });
     return clean;
 }

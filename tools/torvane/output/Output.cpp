@@ -7,7 +7,6 @@
 #include <string_view>
 #include <utility>
 
-#include "tools/torvane/output/Escape.h"
 #include "tools/torvane/output/ListWriter.h"
 #include "tools/torvane/output/Sink.h"
 
@@ -46,16 +45,16 @@ struct Output::State {
     State(Format form, bool colored, std::FILE* file) : format(form), color(colored), sink(file), mark(DrawnMark()) {}
 
     // The text made printable, its marks turned into colours.
-    [[nodiscard]] std::string Rendered(std::string_view text) const {
+    [[nodiscard]] std::string Rendered(std::string_view text, Backslash backslash) const {
         std::string line;
         for (std::size_t at = text.find(mark); at != std::string_view::npos; at = text.find(mark)) {
-            line += Printable(text.substr(0, at));
+            line += Printable(text.substr(0, at), backslash);
             text.remove_prefix(at + mark.size());
             if (text.empty()) break;
             line += text[0] == '-' ? kPlain : CodeOf(static_cast<Paint>(text[0] - '0'));
             text.remove_prefix(1);
         }
-        return line + Printable(text);
+        return line + Printable(text, backslash);
     }
 
     Format format;
@@ -108,15 +107,19 @@ void Output::Answer(Schema const& schema, Json const& answer, std::function<void
     state_->sink.Flush();
 }
 
-void Output::Line(std::string const& text) {
+void Output::Line(std::string const& text, Backslash backslash) {
     if (state_->format != Format::kTable) return;
     if (state_->list) state_->list->Settle();
-    state_->sink.Write(state_->Rendered(text) + "\n");
+    state_->sink.Write(state_->Rendered(text, backslash) + "\n");
 }
 
 std::string Output::Painted(std::string const& text, Paint paint) const {
     if (!state_->color || state_->format != Format::kTable) return text;
     return state_->mark + std::to_string(static_cast<int>(paint)) + text + state_->mark + "-";
+}
+
+void Output::OutliveReader() {
+    state_->sink.OutliveReader();
 }
 
 void Output::Flush() {

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/torvane/output/Escape.h"
+
 namespace torvane {
 
 using Json = nlohmann::ordered_json;
@@ -52,10 +54,14 @@ class Output {
     void Answer(Schema const& schema, Json const& answer, std::function<void(Output&)> const& print);
 
     // For people: a line of a table's surroundings; escapes what does not print. Nothing in the other forms.
-    void Line(std::string const& text);
+    void Line(std::string const& text, Backslash backslash = Backslash::kDoubled);
     // Text with a colour, or as it is without colours. To be passed to Line, as it is or within a longer text.
     enum class Paint { kBad, kGood, kWarning, kFaint, kBold };
     [[nodiscard]] std::string Painted(std::string const& text, Paint paint) const;
+
+    // From now on nothing is thrown for a closed pipe, and nothing written to it: for commands whose status counts
+    // although nobody reads what they say.
+    void OutliveReader();
 
     // Writes out what waits; whoever owns the object calls it last, since a destructor cannot fail.
     void Flush();
