@@ -65,6 +65,44 @@ TEST_F(CommandLines, WithTooFewOrTooManyArgumentsAreMisuse) {
     ExpectMisuse({"--root", "", "config"}, "--root: the path is empty");
 }
 
+TEST_F(CommandLines, TakeNumbersInDigitsOnly) {
+    for (std::string const value : {"-1", "", "1x", "0x10", "1e3", " 1", "+1", "9223372036854775808"}) {
+        ExpectMisuse({"ls", "answers", "--limit", value},
+                     "--limit: '" + value + "' is no number from 0 to 9223372036854775807 (see 'torvane ls --help')");
+        EXPECT_EQ(tool_.Run({"tail", "--no-follow", "--lines", value}).status, 2) << value;
+        EXPECT_EQ(tool_.Run({"stat", "--watch", "1", "--rounds", value}).status, 2) << value;
+        EXPECT_EQ(tool_.Run({"show", "--task", "t", "--sn", value}).status, 2) << value;
+    }
+    EXPECT_EQ(tool_.Run({"stat", "--watch", "1", "--rounds", "0"}).status, 2);
+    EXPECT_EQ(tool_.Run({"show", "--task", "t", "--sn", "0"}).status, 2);
+    EXPECT_EQ(tool_.Run({"show", "--task", "t", "--sn", "2147483648"}).status, 2);
+    for (std::string const value : {"-1", "0", "0.09", "86401", "nan", "inf", "1e1", ".", "1.2.3"})
+        EXPECT_EQ(tool_.Run({"stat", "--rounds", "1", "--watch", value}).status, 2) << value;
+}
+
+TEST_F(CommandLines, TakeNumbersThatAreRight) {
+    std::string const root = root_ / "none";
+    for (std::string const value : {"0", "010", "9223372036854775807"})
+        EXPECT_EQ(tool_.Run({"--root", root, "ls", "answers", "--limit", value}).status, 4) << value;
+    for (std::string const value : {"0.1", "1", "1.5", "86400"})
+        EXPECT_EQ(tool_.Run({"--root", root, "stat", "--rounds", "1", "--watch", value}).status, 4) << value;
+    EXPECT_EQ(tool_.Run({"--root", root, "show", "--task", "t", "--sn", "2147483647"}).status, 4);
+}
+
+TEST_F(CommandLines, TakeNoEmptyId) {
+    ExpectMisuse({"ls", "answers", "--template", ""}, "--template: the id is empty (see 'torvane ls --help')");
+    for (char const* const option : {"--template", "--task", "--policy"})
+        EXPECT_EQ(tool_.Run({"ls", "tasks", option, ""}).status, 2) << option;
+    EXPECT_EQ(tool_.Run({"why", "/dev/null", "--template="}).status, 2);
+    EXPECT_EQ(tool_.Run({"show", "key", "--template", ""}).status, 2);
+}
+
+TEST_F(CommandLines, TellTheNearestThingToList) {
+    std::string const all = "' is none of templates, answers, tasks, findings, counters, texts; did you mean '";
+    ExpectMisuse({"ls", "answer"}, "'answer" + all + "answers'?");
+    ExpectMisuse({"export", "tasks", "txts"}, "'txts" + all + "texts'?");
+}
+
 TEST_F(CommandLines, EscapeWhatTheyComplainAbout) {
     ExpectMisuse({"\x1b[2J\xff"}, "unknown command '\\x1B[2J\\xFF'; did you mean 'stat'? (see 'torvane --help')");
 }

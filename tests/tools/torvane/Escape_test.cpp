@@ -8,7 +8,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 TEST(PrintableText, KeepsWhatPrints) {
-    for (char const* const text : {"", "a b~", "C:\\new", "\xc3\xa4", "\xe4\xb8\xad\xe6\x96\x87", "\xf0\x9f\x98\x80"})
+    for (char const* const text : {"", "a b~", "/C/new", "\xc3\xa4", "\xe4\xb8\xad\xe6\x96\x87", "\xf0\x9f\x98\x80"})
         EXPECT_EQ(Printable(text), text);
 }
 
@@ -31,6 +31,17 @@ TEST(PrintableText, EscapesBytesThatAreNotUtf8) {
     EXPECT_EQ(Printable("\xf4\x90\x80\x80"), "\\xF4\\x90\\x80\\x80");
 }
 
+TEST(PrintableText, TellsAnEscapeFromWhatOnlyLooksLikeOne) {
+    EXPECT_EQ(Printable("C:\\new"), "C:\\\\new");
+    EXPECT_EQ(Printable("\\xFF"), "\\\\xFF");
+    EXPECT_EQ(Printable("\\\xff"), "\\\\\\xFF");
+    EXPECT_EQ(CsvField("\\n"), "\\\\n");
+}
+
+TEST(PrintableText, KeepsTheBackslashesOfWhatHasItsOwnEscapes) {
+    EXPECT_EQ(Printable("\\xFF\xff", Backslash::kKept), "\\xFF\\xFF");
+}
+
 TEST(PrintableText, HasTheWidthOfATerminal) {
     EXPECT_EQ(WidthOf("abc"), 3U);
     EXPECT_EQ(WidthOf("\xc3\xa4"), 1U);
@@ -42,6 +53,19 @@ TEST(PrintableText, HasTheWidthOfATerminal) {
 TEST(JsonTexts, AreJsonWhateverTheBytes) {
     EXPECT_EQ(JsonText({{"a", "x\xff"}}, -1), R"({"a":"x\\xFF"})");
     EXPECT_EQ(JsonText({{"\xfe", {"\xc3", 7}}}, -1), R"({"\\xFE":["\\xC3",7]})");
+}
+
+// What JSON's own escapes make of each is left out: these are the texts that a reader gets.
+TEST(JsonTexts, TellAForeignByteFromWhatOnlyLooksLikeOne) {
+    auto const read = [](std::string const& text) {
+        return Json::parse(JsonText({{"a", text}}, -1))["a"].get<std::string>();
+    };
+    EXPECT_EQ(read("C:\\new\\x\\x7F\\xfe"), "C:\\new\\x\\x7F\\xfe");  // none that is ever made of a byte
+    EXPECT_EQ(read("\xff"), "\\xFF");
+    EXPECT_EQ(read("\\xFF"), "\\\\xFF");
+    EXPECT_EQ(read("\\\xff"), "\\\\\\xFF");
+    EXPECT_EQ(read("\\\\x80"), "\\\\\\\\x80");
+    EXPECT_EQ(read("\\ and \xff"), "\\ and \\xFF");
 }
 
 TEST(JsonTexts, EscapeWhatDoesNotPrintAndLoseNothing) {

@@ -192,6 +192,20 @@ TEST(OutputFiles, ThatTakeNoMoreStopTheCommand) {
     (void)std::fclose(full);
 }
 
+TEST(OutputFiles, ThatNobodyReadsAreOutlivedOnDemand) {
+    (void)std::signal(SIGPIPE, SIG_IGN);
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    (void)::close(ends[0]);
+    std::FILE* const pipe = ::fdopen(ends[1], "w");
+    Output out(Format::kTable, false, pipe);
+    out.OutliveReader();
+    out.Line("x");
+    EXPECT_NO_THROW(out.Flush());
+    EXPECT_NO_THROW(out.Line(std::string(100000, 'x')));
+    (void)std::fclose(pipe);
+}
+
 TEST(OutputFiles, ThatNobodyReadsEndQuietly) {
     (void)std::signal(SIGPIPE, SIG_IGN);
     std::array<int, 2> ends{};

@@ -1,6 +1,8 @@
 #include "tools/torvane/output/Progress.h"
 
 #include <gmock/gmock.h>
+#include <pty.h>
+#include <unistd.h>
 
 #include "tools/torvane/output/Output.h"
 
@@ -73,17 +75,28 @@ TEST_F(ProgressLines, AreNotShownWithoutATerminal) {
     EXPECT_EQ(Shown(), "");
 }
 
-TEST_F(ProgressLines, DoNotMixWithTheOutput) {
+TEST_F(ProgressLines, DoNotMixWithTheOutputOnATerminal) {
     auto const progress = Begin();
     now_ += std::chrono::seconds(1);
     Work(*progress, 50);
-    char* buffer = nullptr;
-    std::size_t size = 0;
-    std::FILE* const file = ::open_memstream(&buffer, &size);
+    int leader = -1;
+    int follower = -1;
+    ASSERT_EQ(::openpty(&leader, &follower, nullptr, nullptr, nullptr), 0);
+    std::FILE* const file = ::fdopen(follower, "w");
     Output(Format::kTable, false, file).Line("found");
-    (void)std::fclose(file);
-    std::free(buffer);
     EXPECT_THAT(Shown(), testing::EndsWith("\r\x1b[K"));
+    (void)std::fclose(file);
+    (void)::close(leader);
+}
+
+TEST_F(ProgressLines, StayWhereTheOutputGoesElsewhere) {
+    auto const progress = Begin();
+    now_ += std::chrono::seconds(1);
+    Work(*progress, 50);
+    std::FILE* const file = std::fopen("/dev/null", "we");
+    Output(Format::kTable, false, file).Line("found");
+    EXPECT_EQ(Shown(), "\rChecking  25 % index\x1b[K");
+    (void)std::fclose(file);
 }
 
 TEST_F(ProgressLines, ShowHostileNamesEscapedAndShortened) {

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <sstream>
 
 #include "front/DLPCacheMgr.h"
@@ -53,6 +54,24 @@ TEST_F(LsTool, TemplatesTellWhichDefinitionIsCurrent) {
     EXPECT_NE(rows[0]["current"], rows[1]["current"]);
     EXPECT_EQ(rows[0]["name"], "template T1");
     EXPECT_EQ(rows[0]["buckets"], 101);
+}
+
+TEST_F(LsTool, ASnapshotOfAnotherDefinitionIsDamage) {
+    MakeSmallRoot();
+    std::string const store = TemplateStore("T1");
+    std::filesystem::rename(store, Root() + "/cache/template/T1/00000000000000000000000000000000");
+    ToolResult const result = Run({"--format", "json", "ls", "templates"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.Json()["items"][0]["damage"],
+              "snapshot is of another definition: " + std::filesystem::path(store).filename().string());
+}
+
+TEST_F(LsTool, ATaskRecordUnderAnotherNameIsDamage) {
+    MakeSmallRoot();
+    std::filesystem::rename(Root() + "/cache/task/t1", Root() + "/cache/task/t2");
+    ToolResult const result = Run({"--format", "json", "ls", "tasks"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.Json()["items"][0]["damage"], "task record names another id: t1");
 }
 
 TEST_F(LsTool, TasksTellTheirPolicyAndTheirFindings) {

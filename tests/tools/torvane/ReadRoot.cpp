@@ -141,6 +141,10 @@ void ReadRoot::Count(std::string const& path, int times) {
         EXPECT_EQ(counts->GetPolicyFileFoundTimes(HString(path), Policy()), i);
 }
 
+void ReadRoot::CountOnce(std::string const& path) {
+    EXPECT_GE(DLPCache::DLPCacheSensRecordMgr::pins()->GetPolicyFileFoundTimes(HString(path), Policy()), 1);
+}
+
 void ReadRoot::AddText(std::string const& task_id, std::string const& name) {
     EXPECT_EQ(DLPCacheText(HString(task_id)).Add(HString(name), MakeText("a secret text")), 1);
 }
@@ -187,13 +191,15 @@ nlohmann::ordered_json ReadRoot::Why(std::string const& path, std::string const&
 
 std::vector<std::string> EverythingBelow(std::string const& directory) {
     std::vector<std::string> all;
-    for (auto const& entry : std::filesystem::recursive_directory_iterator(directory)) {
-        std::string const path = entry.path().string();
+    auto const add = [&](std::string const& path) {
         struct stat status {};
         EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
-        all.push_back(path + " " + std::to_string(status.st_mode) + Times(status) +
-                      (entry.is_regular_file() ? ReadBytes(path) : ""));
-    }
+        all.push_back(path + " " + std::to_string(status.st_ino) + " " + std::to_string(status.st_mode) +
+                      Times(status) + (S_ISREG(status.st_mode) ? ReadBytes(path) : ""));
+    };
+    add(directory);
+    for (auto const& entry : std::filesystem::recursive_directory_iterator(directory))
+        add(entry.path().string());
     std::sort(all.begin(), all.end());
     return all;
 }

@@ -32,6 +32,7 @@ class ReadRoot : public testing::Test {
     static void AddTask(std::string const& task_id);
     static void AddFinding(std::string const& task_id, std::string const& path);
     static void Count(std::string const& path, int times);
+    static void CountOnce(std::string const& path);  // whatever it was before
     static void AddText(std::string const& task_id, std::string const& name);
 
     // One of everything: template "T1" with a match for a.txt and none for b.txt, task "t1" with a finding and a text,
@@ -53,5 +54,5 @@ class ReadRoot : public testing::Test {
     KwDefinitions definitions_;
 };
 
-// Every name below a directory with its kind, size, times and bytes.
+// A directory and every name below it with its kind, size, times and bytes.
 [[nodiscard]] std::vector<std::string> EverythingBelow(std::string const& directory);

@@ -1,8 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <filesystem>
-
-#include "tests/support/BucketCount.h"
 #include "tests/tools/torvane/ReadRoot.h"
 
 using testing::HasSubstr;
@@ -11,7 +8,6 @@ using testing::Not;
 namespace {
 
 class ShowTool : public ReadRoot {};
-class WhyTool : public ReadRoot {};
 
 }  // namespace
 
@@ -72,87 +68,68 @@ TEST_F(ShowTool, TwoWaysAtOnceAreWrongUsage) {
 TEST_F(ShowTool, AFileThatCannotBeReadIsNoAnswer) {
     MakeSmallRoot();
     EXPECT_EQ(Run({"show", "--file", root_ / "missing"}).status, 3);
-    EXPECT_EQ(Run({"why", root_ / "missing", "--template", "T1"}).status, 3);
 }
 
-TEST_F(WhyTool, AnsweredWithAMatch) {
+TEST_F(ShowTool, PeopleAreToldTheSame) {
     MakeSmallRoot();
-    auto const why = Why(File("a.txt", "a"), "T1");
-    EXPECT_EQ(why["reason"], "matched");
-    EXPECT_EQ(why["hit"], true);
-    EXPECT_EQ(why["index"], TemplateStore("T1") + "/index");
-    EXPECT_EQ(Run({"why", root_ / "a.txt", "--template", "T1"}).status, 0);
+    std::string const text = Run({"show", "--file", File("a.txt", "a")}).out;
+    for (char const* const line : {"answer\n", "  template:", " T1\n", " stored name\n", "  rule list:", "    id:",
+                                   " rule T1\n", " name of the rule\n", "    match text 1 length:", " 13\n",
+                                   "  slot offset:", "  offset:", " 0\n", "  state:", " sound\n"})
+        EXPECT_THAT(text, HasSubstr(line));
+    EXPECT_THAT(text, HasSubstr(TemplateStore("T1") + "/index\n"));
 }
 
-TEST_F(WhyTool, AnsweredAsNotMatched) {
+TEST_F(ShowTool, OnlyTheTemplateThatWasAskedForIsShown) {
     MakeSmallRoot();
-    EXPECT_EQ(Why(File("b.txt", "b"), "T1")["reason"], "not-matched");
+    std::string const file = File("a.txt", "a");
+    EXPECT_EQ(Json({"show", "--file", file, "--template", "T1"})["entries"].size(), 1U);
+    EXPECT_EQ(Run({"show", "--file", file, "--template", "T9"}).status, 1);
 }
 
-TEST_F(WhyTool, NeverStored) {
+TEST_F(ShowTool, AFileIsNotReadWhenItsMd5IsKnown) {
     MakeSmallRoot();
-    EXPECT_EQ(Why(File("c.txt", "c"), "T1")["reason"], "never-stored");
-    EXPECT_EQ(Run({"why", root_ / "c.txt", "--template", "T1"}).status, 1);
+    auto const answer = Json({"show", "--file", root_ / "gone", "--md5", kMd5A});
+    EXPECT_EQ(answer["entries"].size(), 1U);
+    EXPECT_EQ(answer["file_md5"], kMd5A);
 }
 
-TEST_F(WhyTool, TheNameCountsWhereARuleLooksAtNames) {
-    DefineByName("T2");
-    AsAgent([] { StoreNoMatch("/x/b.txt", kMd5B, "T2"); });
-    EXPECT_EQ(Why(File("b.txt", "b"), "T2")["reason"], "not-matched");
-    EXPECT_EQ(Why(File("other.txt", "b"), "T2")["reason"], "never-stored");
-    EXPECT_EQ(Json({"why", root_ / "other.txt", "--name", "B.TXT", "--template", "T2"})["reason"], "not-matched");
-}
-
-TEST_F(WhyTool, TheDefinitionChangedAndWhatDiffers) {
-    MakeSmallRoot();
-    std::string const before = Items({"ls", "templates"})[0]["md5"];
-    Define("T1", "another word");
-    AsAgent([] {});
-    auto const why = Why(File("a.txt", "a"), "T1");
-    EXPECT_EQ(why["reason"], "definition-changed");
-    ASSERT_EQ(why["versions"].size(), 1U);
-    EXPECT_EQ(why["versions"][0]["md5"], before);
-    EXPECT_EQ(why["versions"][0]["current"], false);
-    EXPECT_FALSE(why["versions"][0]["since"].is_null());
-    ASSERT_EQ(why["versions"][0]["differences"].size(), 1U);
-    EXPECT_EQ(why["versions"][0]["differences"][0]["id"], "rule T1");
-    EXPECT_EQ(why["versions"][0]["differences"][0]["change"], "rule text");
-    EXPECT_NE(why["current_md5"], before);
-}
-
-TEST_F(WhyTool, TheTemplateIsUnknown) {
-    MakeSmallRoot();
-    EXPECT_EQ(Why(File("a.txt", "a"), "T9")["reason"], "template-unknown");
-}
-
-TEST_F(WhyTool, WithoutDefinitionsTheNewestCacheStandsForThem) {
-    MakeSmallRoot();
-    std::filesystem::remove_all(Root() + "/config");
-    auto const why = Why(File("a.txt", "a"), "T1");
-    EXPECT_EQ(why["reason"], "matched");
-    EXPECT_EQ(why["definitions_from"], "snapshot");
-}
-
-TEST_F(WhyTool, TheKeyCannotBeStored) {
-    SetBucketCount(Root(), "1");  // bucket 0 is the only one
+TEST_F(ShowTool, AFilesCountsAreShownToo) {
     Define("T1");
-    AsAgent([] { StoreNoMatch("/x/a.txt", kMd5A, "T1"); });
-    EXPECT_EQ(Why(File("a.txt", "a"), "T1")["reason"], "key-unstorable");
+    std::string const file = File("counted.txt", "c");
+    AsAgent([&] { Count(file, 3); });
+    auto const entries = Json({"show", "--file", file})["entries"];
+    ASSERT_EQ(entries.size(), 1U);
+    EXPECT_EQ(entries[0]["kind"], "counter");
+    EXPECT_EQ(entries[0]["by_policy"], 3);
 }
 
-TEST_F(WhyTool, StoredButDamaged) {
+TEST_F(ShowTool, CsvHasARowAnEntry) {
     MakeSmallRoot();
-    std::string const data = TemplateStore("T1") + "/cache";
-    std::string bytes = ReadBytes(data);
-    bytes[0] = static_cast<char>(bytes[0] + 1);
-    WriteBytes(data, bytes);
-    auto const why = Why(File("a.txt", "a"), "T1");
-    EXPECT_EQ(why["reason"], "damaged");
-    EXPECT_EQ(why["damage"], "record cannot be decoded");
+    std::string const text = Run({"--format", "csv", "show", "--task", "t1", "--sn", "1"}).out;
+    EXPECT_THAT(text, testing::StartsWith("kind,task,sn,path,"));
+    EXPECT_THAT(text, HasSubstr("\nfinding,t1,1,/x/a.txt,"));
 }
 
-TEST_F(WhyTool, ADamagedHeadIsNamed) {
+TEST_F(ShowTool, WhatIsDamagedIsShownAndIsANo) {
     MakeSmallRoot();
+    std::string const file = File("a.txt", "a");
+    WriteBytes(TemplateStore("T1") + "/cache", "too short");
+    ToolResult const result = Run({"--format", "json", "show", "--file", file});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.Json()["entries"][0]["damage"], "record lies outside its data file");
     WriteBytes(TemplateStore("T1") + "/index", "no index");
-    EXPECT_EQ(Why(File("a.txt", "a"), "T1")["damage"], "index head is not valid");
+    EXPECT_THAT(Run({"show", "--file", file}).err, HasSubstr("index head is not valid"));
+    EXPECT_EQ(Run({"-q", "show", "--file", file}).err, "");
+}
+
+TEST_F(ShowTool, AFindingUnderAnotherNumberIsDamaged) {
+    MakeSmallRoot();
+    std::string const index = Root() + "/cache/task/t1/index";
+    std::string bytes = ReadBytes(index);
+    bytes[27] = '2';  // the key of slot 1
+    WriteBytes(index, bytes);
+    ToolResult const result = Run({"--format", "json", "show", "--task", "t1", "--sn", "1"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.Json()["entries"][0]["damage"], "slot holds another key: 2");
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "front/DLPCacheMgr.h"
+#include "tests/support/BucketCount.h"
 #include "tests/tools/torvane/ReadRoot.h"
 
 using testing::HasSubstr;
@@ -17,6 +19,14 @@ class StatTool : public ReadRoot {
             if (kind["kind"] == name) return kind;
         }
         return {};
+    }
+    // Within AsAgent: no match under a content of this number; one key in as many as there are buckets is refused.
+    static void StoreIfPossible(int number) {
+        QVKKeywordMatchNode node;
+        node.file_node->file_path = HString("/x/f");
+        node.file_node->file_md5 = HString(number).get_md5_std_format_lower(HString());
+        node.unmatched_tpl_ids = {HString("T1")};
+        (void)DLPCacheMgr::pins()->AddMatchNode(node);
     }
 };
 
@@ -111,4 +121,132 @@ TEST_F(StatTool, AnotherLayoutIsTold) {
     WriteBytes(Root() + "/cache/Version.ini", "[DLP]\ncache=5\n");
     EXPECT_EQ(Run({"stat"}).status, 6);
     EXPECT_EQ(Run({"ls", "answers"}).status, 6);
+}
+
+// What counts of an index: where each slot leads.
+class StatOfAnIndex : public StatTool {
+  protected:
+    static constexpr std::size_t kHead = 27;
+    static constexpr std::size_t kSlot = 57;
+};
+
+TEST_F(StatOfAnIndex, ChainsAreCountedByTheirSlots) {
+    SetBucketCount(Root(), "3");  // bucket 0 holds nothing: two are left
+    Define("T1");
+    AsAgent([] {
+        for (char const c : std::string("abcdefghijkl"))
+            StoreIfPossible(c);
+    });
+    std::string const index = ReadBytes(TemplateStore("T1") + "/index");
+    std::uint64_t const slots = (index.size() - kHead) / kSlot;
+    auto const found = Kind("template");
+    EXPECT_EQ(found["buckets"], 3);
+    EXPECT_EQ(found["buckets_used"], 2);
+    EXPECT_EQ(found["chain_slots"], slots - 1);  // the last of the table, bucket 0's, is unused
+    EXPECT_EQ(found["records"], slots - 1);
+    EXPECT_EQ(found["wasted_slots"], 0);
+    EXPECT_DOUBLE_EQ(found["mean_chain"].get<double>(), static_cast<double>(slots - 1) / 2);
+    EXPECT_GE(found["longest_chain"].get<double>(), found["mean_chain"].get<double>());
+}
+
+TEST_F(StatOfAnIndex, TheMeanHasTwoDigits) {
+    Define("T1");
+    AsAgent([] {
+        Count("/a", 1);
+        Count("/b", 1);
+        Count("/c", 2);
+    });
+    EXPECT_EQ(Kind("counter")["buckets_used"], 3);
+    EXPECT_EQ(Kind("counter")["mean_chain"], 1.33);
+    EXPECT_EQ(Kind("counter")["longest_chain"], 2);
+}
+
+TEST_F(StatOfAnIndex, ALongChainOfManyKeysCountsEachOnce) {
+    SetBucketCount(Root(), "2");
+    Define("T1");
+    AsAgent([] {
+        for (int i = 0; i < 300; ++i)
+            StoreIfPossible(i);
+    });
+    std::uint64_t const slots = (ReadBytes(TemplateStore("T1") + "/index").size() - kHead) / kSlot;
+    EXPECT_EQ(Kind("template")["records"], slots - 1);
+    EXPECT_EQ(Kind("template")["wasted_slots"], 0);
+    EXPECT_EQ(Kind("template")["longest_chain"], slots - 1);
+}
+
+TEST_F(StatOfAnIndex, ASlotThatNoChainLeadsToIsWasted) {
+    MakeSmallRoot();
+    std::string const index = TemplateStore("T1") + "/index";
+    std::string const bytes = ReadBytes(index);
+    auto const slot = Items({"ls", "answers", "--match"})[0]["slot"].get<std::size_t>();
+    WriteBytes(index, bytes + bytes.substr(kHead + (slot - 1) * kSlot, kSlot));
+    EXPECT_EQ(Kind("template")["records"], 2);
+    EXPECT_EQ(Kind("template")["wasted_slots"], 1);
+    EXPECT_EQ(Kind("template")["longest_chain"], 1);
+}
+
+TEST_F(StatOfAnIndex, AKeyInAnotherBucketsChainIsNoRecord) {
+    MakeSmallRoot();
+    std::string const index = TemplateStore("T1") + "/index";
+    std::string bytes = ReadBytes(index);
+    auto const slot = Items({"ls", "answers", "--match"})[0]["slot"].get<std::size_t>();
+    std::size_t const other = slot == 1 ? 2 : 1;  // unused, or else it would be the other answer's
+    bytes.replace(kHead + (other - 1) * kSlot, kSlot, bytes.substr(kHead + (slot - 1) * kSlot, kSlot));
+    WriteBytes(index, bytes);
+    EXPECT_EQ(Kind("template")["records"], 2);
+    EXPECT_EQ(Kind("template")["wasted_slots"], 1);
+}
+
+TEST_F(StatOfAnIndex, ARecordOutsideItsFileIsNotLive) {
+    MakeSmallRoot();
+    std::string const data = TemplateStore("T1") + "/cache";
+    std::string const bytes = ReadBytes(data);
+    WriteBytes(data, bytes.substr(1));
+    EXPECT_EQ(Kind("template")["live_bytes"], 0);
+    EXPECT_EQ(Kind("template")["dead_bytes"], bytes.size() - 1);
+}
+
+TEST_F(StatTool, TheSumIsThatOfTheKinds) {
+    MakeSmallRoot();
+    auto const answer = Json({"stat"});
+    for (char const* const member :
+         {"stores", "damaged_stores", "records", "with_data", "empty", "live_bytes", "dead_bytes", "overhead_bytes",
+          "buckets", "buckets_used", "chain_slots", "wasted_slots"}) {
+        std::uint64_t sum = 0;
+        for (auto const& kind : answer["kinds"])
+            sum += kind[member].get<std::uint64_t>();
+        EXPECT_EQ(answer["sum"][member], sum) << member;
+    }
+    EXPECT_EQ(answer["sum"]["stores"], 4);
+    EXPECT_EQ(answer["sum"]["records"], 5);
+    EXPECT_EQ(answer["sum"]["longest_chain"], 2);  // the counter's
+}
+
+TEST_F(StatTool, PeopleAreToldEveryFigure) {
+    MakeSmallRoot();
+    std::filesystem::create_directories(Root() + "/log");
+    WriteBytes(Root() + "/log/DLPCache.log", "a line\n");
+    WriteBytes(Root() + "/log/DLPCache.log.old", "two\nlines\n");
+    std::string const text = Run({"stat"}).out;
+    for (char const* const title :
+         {"STORES", "RECORDS", "WITH DATA", "EMPTY", "LIVE BYTES", "DEAD BYTES", "OVERHEAD BYTES", "BUCKETS", "USED",
+          "LONGEST", "MEAN", "\ntemplate ", "\ntask ", "\ncounter ", "\ntext ", "\nsum ",
+          "\nversion stamp: 3.2306.4.13.1, cache layout 4\n", "\nlog: 7 bytes, old log: 10 bytes\n"})
+        EXPECT_THAT(text, HasSubstr(title));
+}
+
+TEST_F(StatTool, ARootWithoutAStampHasNone) {
+    MakeSmallRoot();
+    std::filesystem::remove(Root() + "/cache/Version.ini");
+    EXPECT_THAT(Run({"stat"}).out, HasSubstr("\nversion stamp: none\n"));
+    EXPECT_EQ(Run({"stat"}).status, 0);
+}
+
+TEST_F(StatTool, AnIndexThatIsMissingIsDamageAndOneThatNeverWasIsNone) {
+    MakeSmallRoot();
+    std::filesystem::remove(TemplateStore("T1") + "/index");
+    EXPECT_EQ(Kind("template")["damaged_stores"], 1);
+    std::filesystem::remove(TemplateStore("T1") + "/cache");
+    EXPECT_EQ(Kind("template")["damaged_stores"], 0);
+    EXPECT_EQ(Run({"stat"}).status, 0);
 }

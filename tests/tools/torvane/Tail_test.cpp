@@ -62,6 +62,11 @@ TEST_F(TailOf, HostileLinesAreEscaped) {
     EXPECT_EQ(Tail({"-n1", "--format", "json"}).Json()["items"][0]["text"], "\x1b[2J\\xFF");
 }
 
+TEST_F(TailOf, TheLogsOwnEscapesAreKept) {
+    Append("C:\\new \\xFF\n");
+    EXPECT_EQ(Tail({"-n1"}).out, "C:\\new \\xFF\n");
+}
+
 TEST_F(TailOf, ALogFollowTheSchema) {
     Append("odd\n");
     for (char const* const form : {"json", "jsonl"}) {

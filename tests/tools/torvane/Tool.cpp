@@ -1,6 +1,7 @@
 #include "tests/tools/torvane/Tool.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <pty.h>
 #include <spawn.h>
@@ -55,14 +56,18 @@ Tool::Tool(TempRoot const& root) : root_(root) {
     environment = {{"PATH", path == nullptr ? "" : path}, {"HOME", root / "home"}};
 }
 
-pid_t Tool::Spawn(std::vector<std::string> const& words, int out, int err) const {
-    std::vector<std::string> all{TORVANE_PROGRAM};
-    all.insert(all.end(), words.begin(), words.end());
+std::vector<std::string> Tool::Variables() const {
     std::vector<std::string> variables;
     for (auto const& [name, value] : environment)
         variables.push_back(name + "=" + value);
+    return variables;
+}
+
+pid_t Tool::Spawn(std::vector<std::string> const& words, int out, int err) const {
+    std::vector<std::string> all{TORVANE_PROGRAM};
+    all.insert(all.end(), words.begin(), words.end());
     Closing const nothing{::open("/dev/null", O_RDONLY | O_CLOEXEC)};
-    return SpawnProgram(std::move(all), std::move(variables), nothing.fd, out, err);
+    return SpawnProgram(std::move(all), Variables(), nothing.fd, out, err);
 }
 
 ToolResult Tool::Run(std::vector<std::string> const& words) const {
@@ -89,6 +94,31 @@ ToolResult Tool::RunIntoClosedPipe(std::vector<std::string> const& words) const 
     Closing const err{OpenNew(root_ / "stderr")};
     ToolResult result;
     result.status = Wait(Spawn(words, out.fd, err.fd));
+    result.err = ReadBytes(root_ / "stderr");
+    return result;
+}
+
+std::optional<ToolResult> Tool::RunUnprivileged(std::vector<std::string> const& words) const {
+    constexpr unsigned kNobody = 65534;
+    constexpr int kImpossible = 99;
+    Closing const out{OpenNew(root_ / "stdout")};
+    Closing const err{OpenNew(root_ / "stderr")};
+    std::vector<std::string> all{TORVANE_PROGRAM};
+    all.insert(all.end(), words.begin(), words.end());
+    std::vector<std::string> variables = Variables();
+    pid_t const child = ::fork();
+    if (child == 0) {
+        bool const is_root = ::geteuid() == 0;
+        bool const becomes =
+            !is_root || (::setgroups(0, nullptr) == 0 && ::setgid(kNobody) == 0 && ::setuid(kNobody) == 0);
+        if (!becomes || ::chdir("/") != 0 || ::dup2(out.fd, 1) < 0 || ::dup2(err.fd, 2) < 0) ::_exit(kImpossible);
+        ::execve(all[0].c_str(), Pointers(all).data(), Pointers(variables).data());
+        ::_exit(kImpossible);
+    }
+    ToolResult result;
+    result.status = Wait(child);
+    if (result.status == kImpossible) return std::nullopt;
+    result.out = ReadBytes(root_ / "stdout");
     result.err = ReadBytes(root_ / "stderr");
     return result;
 }

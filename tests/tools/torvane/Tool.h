@@ -4,6 +4,7 @@
 
 #include <map>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,11 +34,15 @@ class Tool {
     // The same with stdout a pipe that nobody reads.
     [[nodiscard]] ToolResult RunIntoClosedPipe(std::vector<std::string> const& words) const;
 
+    // The same as a user who owns nothing; nothing when nobody can become that user or start the program as such.
+    [[nodiscard]] std::optional<ToolResult> RunUnprivileged(std::vector<std::string> const& words) const;
+
     // Starts it with its stdout a pipe, whose reading end goes to `out`. The caller closes that and calls Wait.
     [[nodiscard]] pid_t Start(std::vector<std::string> const& words, int& out) const;
     [[nodiscard]] static int Wait(pid_t child);
 
   private:
+    [[nodiscard]] std::vector<std::string> Variables() const;
     [[nodiscard]] pid_t Spawn(std::vector<std::string> const& words, int out, int err) const;
 
     TempRoot const& root_;

@@ -1,6 +1,7 @@
 #include "tools/torvane/cache/FileKey.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -71,8 +72,11 @@ std::string AnswerKey(FileIdentity const& file, std::string const& md5, bool dep
 
 }  // namespace
 
-std::string Md5OfFile(std::string const& path) {
+std::string Md5OfFile(std::string const& path, std::function<void(std::uint64_t, std::uint64_t)> const& at) {
     Descriptor const file(path);
+    struct stat status {};
+    if (file.get() >= 0) (void)::fstat(file.get(), &status);
+    std::uint64_t done = 0;
     Varnok::Md5 md5;
     std::array<char, std::size_t{1} << 18U> bytes;
     for (;;) {
@@ -81,6 +85,8 @@ std::string Md5OfFile(std::string const& path) {
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) throw Stop(ExitStatus::kIo, "cannot read " + path + ": " + std::strerror(errno));
         md5.Update(bytes.data(), static_cast<std::size_t>(got));
+        done += static_cast<std::uint64_t>(got);
+        if (at) at(done, static_cast<std::uint64_t>(status.st_size));
     }
     char hex[DLPCache::kTextKeyLength];
     Varnok::Md5::ToHexLower(md5.Finish(), hex);

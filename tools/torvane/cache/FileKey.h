@@ -1,12 +1,16 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace torvane {
 
 // MD5 of a file's content, 32 lower-case hexadecimal digits. Follows links; never waits for a FIFO. Throws Stop(kIo).
-[[nodiscard]] std::string Md5OfFile(std::string const& path);
+// Tells `at` after every block how many bytes of how many are done.
+[[nodiscard]] std::string Md5OfFile(std::string const& path,
+                                    std::function<void(std::uint64_t, std::uint64_t)> const& at = {});
 
 // Who asks for a file: what the agent passes as its name and its MD5.
 struct FileIdentity {

@@ -43,7 +43,7 @@ bool IsDefault(Settings const& settings) {
 
 ExitStatus Write(std::vector<Listed> const& wanted, Settings const& settings, Output& out) {
     CacheRoot const root(settings.root);
-    Listing listing(root, {}, settings.show_text, settings.quiet);
+    Listing listing(root, {}, settings);
     out.BeginList(kSchema, AllColumns(wanted));
     for (Listed const listed : wanted) {
         (void)listing.ForEach(listed, [&](Json const& row) {

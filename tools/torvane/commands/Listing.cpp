@@ -1,5 +1,7 @@
 #include "tools/torvane/commands/Listing.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <utility>
@@ -22,9 +24,12 @@ void Warn(std::string const& text) {
     std::fprintf(stderr, "torvane: %s\n", Printable(text).c_str());
 }
 
-Listing::Listing(CacheRoot const& root, ListFilter filter, bool show_text, bool quiet)
-    : root_(root), filter_(std::move(filter)), quiet_(quiet) {
-    detail_.show_text = show_text;
+Listing::Listing(CacheRoot const& root, ListFilter filter, Settings const& settings)
+    : root_(root),
+      filter_(std::move(filter)),
+      quiet_(settings.quiet),
+      progress_(settings.progress && ::isatty(STDOUT_FILENO) != 1, "Listing") {
+    detail_.show_text = settings.show_text;
 }
 
 bool Listing::ForEach(Listed listed, Take const& take) {
@@ -85,6 +90,7 @@ bool Listing::Give(Row const& row, Take const& take) {
     sound_ = sound_ || row.soundness == Soundness::kSound;
     damaged_ = damaged_ || row.soundness == Soundness::kDamaged;
     busy_ = busy_ || row.soundness == Soundness::kBusy;
+    progress_.At(++given_, 0, row.json["kind"].get_ref<std::string const&>());
     return take(row.json);
 }
 

@@ -1,13 +1,16 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 
 #include "tools/torvane/ExitStatus.h"
 #include "tools/torvane/cache/CacheRoot.h"
+#include "tools/torvane/cli/Settings.h"
 #include "tools/torvane/commands/Listed.h"
 #include "tools/torvane/commands/Rows.h"
 #include "tools/torvane/output/Output.h"
+#include "tools/torvane/output/Progress.h"
 
 namespace torvane {
 
@@ -15,8 +18,9 @@ namespace torvane {
 // thread. Throws Stop.
 class Listing {
   public:
-    // `quiet`: no lines on stderr about stores that cannot be listed.
-    Listing(CacheRoot const& root, ListFilter filter, bool show_text, bool quiet);
+    // Quiet settings: no lines on stderr about stores that cannot be listed. How far it is shows while the list goes
+    // elsewhere than to a terminal.
+    Listing(CacheRoot const& root, ListFilter filter, Settings const& settings);
 
     // Gives every thing to `take`, until that returns false; false then. Stores come in the order of id and version, in
     // them slots in the order of the file.
@@ -42,6 +46,8 @@ class Listing {
     ListFilter filter_;
     Detail detail_;
     bool quiet_;
+    Progress progress_;
+    std::uint64_t given_ = 0;
     bool named_ = false;  // a store that the filter names is there
     bool sound_ = false;
     bool damaged_ = false;

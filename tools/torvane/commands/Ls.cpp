@@ -26,7 +26,7 @@ ExitStatus Run(Options options, Context const& context) {
     if (options.match || options.no_match) options.filter.matched = options.match;
     options.filter.CheckFor(listed);
     CacheRoot const root(context.settings.root);
-    Listing listing(root, options.filter, context.settings.show_text, context.settings.quiet);
+    Listing listing(root, options.filter, context.settings);
 
     std::string const schema = "ls-" + options.what;
     context.out.BeginList({schema.c_str(), kVersion}, ColumnsOf(listed));

@@ -4,7 +4,9 @@
 #include <utility>
 
 #include "host/policy/KwIdName.h"
+#include "tools/torvane/cache/FileKey.h"
 #include "tools/torvane/cache/SnapshotLook.h"
+#include "tools/torvane/output/Progress.h"
 
 namespace torvane {
 
@@ -90,6 +92,11 @@ char const* StatusName(int status) {
 }
 
 }  // namespace
+
+std::string Md5WithProgress(std::string const& path, bool progress) {
+    Progress shown(progress, "Reading");
+    return Md5OfFile(path, [&](std::uint64_t done, std::uint64_t total) { shown.At(done, total, path); });
+}
 
 Json TimeOf(std::int64_t seconds) {
     constexpr int kLastYear = 9999 - 1900;

@@ -17,6 +17,9 @@ struct Row {
     Soundness soundness = Soundness::kSound;
 };
 
+// Md5OfFile, which shows how far it is when that is wanted.
+[[nodiscard]] std::string Md5WithProgress(std::string const& path, bool progress);
+
 // Seconds since 1970-01-01 UTC as RFC 3339 text; null for 0, which stands for "none", and beyond the year 9999.
 [[nodiscard]] Json TimeOf(std::int64_t seconds);
 

@@ -147,7 +147,9 @@ void WriteCsv(Json const& entries, Output& out) {
 ExitStatus Run(Options options, Context const& context) {
     CheckOptions(options);
     CacheRoot const root(context.settings.root);
-    if (!options.file.path.empty() && options.file.md5.empty()) options.file.md5 = Md5OfFile(options.file.path);
+    if (!options.file.path.empty() && options.file.md5.empty()) {
+        options.file.md5 = Md5WithProgress(options.file.path, context.settings.progress);
+    }
     Found found = Finder(root, options, context.settings).Run();
 
     bool const none = found.entries.empty();

@@ -133,7 +133,9 @@ void Print(Options const& options, Explanation const& told, Output& out) {
 
 ExitStatus Run(Options options, Context const& context) {
     CacheRoot const root(context.settings.root);
-    if (options.file.md5.empty()) options.file.md5 = Md5OfFile(options.file.path);
+    if (options.file.md5.empty()) {
+        options.file.md5 = Md5WithProgress(options.file.path, context.settings.progress);
+    }
     Explanation const told = Explain(root, options.file, options.template_id);
     context.out.Answer(kSchema, AnswerOf(options, told), [&](Output& out) { Print(options, told, out); });
     if (told.reason == Reason::kBusy) return ExitStatus::kBusy;
