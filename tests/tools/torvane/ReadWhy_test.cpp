@@ -203,7 +203,7 @@ TEST_F(WhyTool, EveryFieldOfARuleThatCountsIsNamed) {
                 }),
                 testing::ElementsAre("rule|rule T1|name|-|-", "rule|rule T1|sub-type|1001|1002",
                                      "rule|rule T1|rule type|1|3", "rule|rule T1|rule text|-|-",
-                                     "rule|rule T1|description|-|-", "rule|rule T1|least count|0|9"));
+                                     "rule|rule T1|description|-|-", "rule|rule T1|least count|1|9"));
 }
 
 TEST_F(WhyTool, ClassAndLevelOfTheTemplateAreNamed) {
