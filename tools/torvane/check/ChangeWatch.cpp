@@ -1,6 +1,7 @@
 #include "tools/torvane/check/ChangeWatch.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <ctime>
 
 namespace torvane {
@@ -8,6 +9,12 @@ namespace torvane {
 namespace {
 
 constexpr std::time_t kFreshSeconds = 2;  // the coarsest time stamps that file systems in use have
+
+constexpr std::int64_t kClockStep = 20'000'000;  // nanoseconds, several times what kernels are built with
+
+std::int64_t NanosecondsBetween(struct timespec const& a, struct timespec const& b) {
+    return (b.tv_sec - a.tv_sec) * std::int64_t{1'000'000'000} + (b.tv_nsec - a.tv_nsec);
+}
 
 bool IsSameTime(struct timespec const& a, struct timespec const& b) {
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
@@ -18,7 +25,10 @@ bool IsSameTime(struct timespec const& a, struct timespec const& b) {
 ChangeWatch::Seen ChangeWatch::LookAt(std::string const& path) {
     Seen seen;
     seen.path = path;
+    struct timespec now {};
+    (void)::clock_gettime(CLOCK_REALTIME, &now);
     seen.exists = ::lstat(path.c_str(), &seen.status) == 0;
+    seen.just_written = seen.exists && NanosecondsBetween(seen.status.st_ctim, now) < kClockStep;
     return seen;
 }
 
@@ -35,6 +45,10 @@ void ChangeWatch::Add(std::string const& path) {
 
 bool ChangeWatch::HasChanged() const {
     return std::any_of(seen_.begin(), seen_.end(), [](Seen const& seen) { return !IsSame(seen, LookAt(seen.path)); });
+}
+
+bool ChangeWatch::MayHaveChanged() const {
+    return HasChanged() || std::any_of(seen_.begin(), seen_.end(), [](Seen const& seen) { return seen.just_written; });
 }
 
 bool ChangeWatch::IsFresh() const {

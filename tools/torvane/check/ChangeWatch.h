@@ -15,6 +15,9 @@ class ChangeWatch {
     void Add(std::string const& path);
     // Whether one of them is another one by now, has been written, has come or gone.
     [[nodiscard]] bool HasChanged() const;
+    // The same, or one had been written just before it was added: a further write may have left the same time stamp
+    // behind, as the kernel's clock for them advances in steps.
+    [[nodiscard]] bool MayHaveChanged() const;
     // Whether one was written so lately that a further write may have left the same time stamp behind.
     [[nodiscard]] bool IsFresh() const;
 
@@ -22,6 +25,7 @@ class ChangeWatch {
     struct Seen {
         std::string path;
         bool exists = false;
+        bool just_written = false;
         struct stat status {};
     };
     [[nodiscard]] static Seen LookAt(std::string const& path);

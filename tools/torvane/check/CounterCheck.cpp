@@ -1,3 +1,4 @@
+#include "tools/torvane/check/CountsVersion.h"
 #include "tools/torvane/check/DirectoryCheck.h"
 #include "tools/torvane/check/StoresCheck.h"
 
@@ -5,8 +6,10 @@ namespace torvane {
 
 void CheckCounterStore(StoreLook const& look) {
     DirectoryCheck directory(look.root.root(), look.Directory(), look.list, look.watch);
-    bool const has_marker = !look.place.version.empty() && directory.Has(look.place.version);
-    if (has_marker) directory.ExpectFile(look.place.version);
+    // Of another version than when the stores were listed, perhaps.
+    std::string const version = CountsVersion(look.place.directory);
+    bool const has_marker = !version.empty() && directory.Has(version);
+    if (has_marker) directory.ExpectFile(version);
     bool const has_index = directory.Has("index");
     directory.ExpectFile("index");
     directory.ExpectFile("cache");

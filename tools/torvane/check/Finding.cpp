@@ -42,6 +42,23 @@ void FindingList::Append(FindingList&& other) {
     }
 }
 
+void FindingList::TellAsUnfinished(bool (*is_meant)(Finding const&)) {
+    std::uint64_t damage = 0;
+    for (Finding& finding : kept_) {
+        if (finding.severity != Severity::kDamage) continue;
+        if (!is_meant(finding)) {
+            ++damage;
+            continue;
+        }
+        finding.severity = Severity::kWaste;
+        finding.kind = "unfinished";
+        finding.lost.clear();
+    }
+    std::uint64_t& counted = counts_[static_cast<std::size_t>(Severity::kDamage)];
+    counts_[static_cast<std::size_t>(Severity::kWaste)] += counted - damage;
+    counted = damage;
+}
+
 void Reporter::Damage(char const* kind, Place place, std::string what, std::string lost) const {
     list_.Add({Severity::kDamage, kind, file_, place.slot, place.offset, std::move(what), std::move(lost), 0});
 }

@@ -38,6 +38,8 @@ class FindingList {
 
     void Add(Finding finding);
     void Append(FindingList&& other);
+    // Makes damage for which `is_meant` holds, and what was counted but not kept, something unfinished.
+    void TellAsUnfinished(bool (*is_meant)(Finding const&));
 
     [[nodiscard]] std::uint64_t Count(Severity severity) const { return counts_[static_cast<std::size_t>(severity)]; }
     [[nodiscard]] std::uint64_t wasted() const { return wasted_; }

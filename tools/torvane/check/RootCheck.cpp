@@ -22,6 +22,11 @@ constexpr int kLooks = 4;  // the first and three more
 constexpr std::chrono::milliseconds kPause(20);
 constexpr std::size_t kAtOnce = 2;  // stores; each takes its share of the memory
 
+// Whether what is damaged is the library's, and not the stamp that tells it to wipe the rest.
+bool IsWipedAtStart(Finding const& finding) {
+    return finding.file.starts_with("cache/") && finding.file != "cache/Version.ini";
+}
+
 void LookOnce(FindingList& list, std::string const& file, ChangeWatch& watch,
               std::function<void(FindingList&, ChangeWatch&)> const& look) {
     try {
@@ -59,6 +64,12 @@ RootCheck::RootCheck(CacheRoot const& root, Depth depth, Listener listener)
 void RootCheck::Look(std::string const& file, std::function<void(FindingList&, ChangeWatch&)> const& look) {
     FindingList list;
     LookUntilSettled(list, file, look);
+    Tell(std::move(list));
+}
+
+void RootCheck::Tell(FindingList&& list) const {
+    // Wiping goes in no order: without a stamp there may be any part of what there was, and the rest goes as well.
+    if (!root_.stamp().contains("cache")) list.TellAsUnfinished(IsWipedAtStart);
     listener_.found(std::move(list));
 }
 
@@ -94,7 +105,7 @@ void RootCheck::CheckTexts(StorePlace const& task) {
     ChangeWatch unwatched;
     LookOnce(unlisted, name, unwatched,
              [&](FindingList&, ChangeWatch&) { ForEachName(root_.root() + "/" + name, look_at); });
-    listener_.found(std::move(unlisted));
+    Tell(std::move(unlisted));
 }
 
 FindingList RootCheck::LookAtStore(StorePlace const& place) const {
@@ -118,7 +129,7 @@ void RootCheck::Run() {
                 std::async(std::launch::async, [this, &place = places[begun]] { return LookAtStore(place); }));
         }
         listener_.progress(i, places.size(), places[i].Name());
-        listener_.found(looks.front().get());
+        Tell(looks.front().get());
         looks.pop_front();
         if (places[i].kind == StoreKind::kTask) CheckTexts(places[i]);
     }

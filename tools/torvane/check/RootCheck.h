@@ -32,6 +32,7 @@ class RootCheck {
     [[nodiscard]] std::uint64_t stores() const { return stores_; }
 
   private:
+    void Tell(FindingList&& list) const;
     void Look(std::string const& file, std::function<void(FindingList&, ChangeWatch&)> const& look);
     [[nodiscard]] FindingList LookAtStore(StorePlace const& place) const;  // any thread
     void CheckTree();

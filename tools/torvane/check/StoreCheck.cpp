@@ -66,8 +66,9 @@ void StoreCheck::CheckOrphan() {
     FileView const data(place_.DataPath());
     if (index_.file().state() != FileView::State::kMissing || data.size() == 0) return;
     std::string const what = fmt::format("{} bytes of records without an index", data.size());
-    // The index of found-times is the first to be deleted with its directory.
-    if (place_.kind == StoreKind::kCounter) return data_report_.Waste("unfinished", {}, what, data.size());
+    // The index of found-times is the first to be deleted with its directory, and what belongs to a task goes in no
+    // order. Of a template's cache the definitions go first.
+    if (place_.kind != StoreKind::kTemplate) return data_report_.Waste("unfinished", {}, what, data.size());
     data_report_.Damage("index-missing", {}, what, "every entry of this store");
 }
 
@@ -75,10 +76,7 @@ void StoreCheck::CheckRecords(SlotCheck& slots) {
     // Opened after the index was read: a record is in its file before the index tells of it.
     FileView const data(place_.DataPath());
     if (data.state() == FileView::State::kUnreadable) return data_report_.Unreadable(std::strerror(data.error()));
-    if (slots.without_file() != 0) {
-        data_report_.Damage("data-missing", {}, "there is no data file",
-                            fmt::format("{} entries", slots.without_file()));
-    }
+    if (slots.without_file() != 0) TellMissingData(data, slots.without_file());
     OverlapCheck all([&](Extent const& extent, Extent const& other) {
         data_report_.Damage("record-overlap", {extent.slot, extent.offset},
                             fmt::format("the record shares bytes with that of slot {}, another key's", other.slot),
@@ -99,6 +97,14 @@ void StoreCheck::CheckRecords(SlotCheck& slots) {
     if (data.size() <= all.covered()) return;
     std::uint64_t const dead = data.size() - all.covered();
     data_report_.Waste("dead-bytes", {}, fmt::format("{} bytes belong to no record that is answered", dead), dead);
+}
+
+void StoreCheck::TellMissingData(FileView const& data, std::uint64_t entries) {
+    if (place_.kind == StoreKind::kTask && data.state() == FileView::State::kMissing) {
+        return data_report_.Waste(
+            "unfinished", {}, fmt::format("a half removed task: the data file of its {} findings is gone", entries), 0);
+    }
+    data_report_.Damage("data-missing", {}, "there is no data file", fmt::format("{} entries", entries));
 }
 
 void StoreCheck::Doubt(std::uint32_t slot) {

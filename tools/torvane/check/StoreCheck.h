@@ -47,6 +47,7 @@ class StoreCheck {
     [[nodiscard]] bool IsIndexThere() const;
     void CheckOrphan();
     void CheckRecords(SlotCheck& slots);
+    void TellMissingData(FileView const& data, std::uint64_t entries);
     void Doubt(std::uint32_t slot);
 
     StorePlace place_;

@@ -41,6 +41,16 @@ void TellMissingRecord(StoreLook const& look, DirectoryCheck const& directory) {
     report.Waste("unfinished", {}, "a directory without a task", 0);
 }
 
+// The record is the last to be deleted, all else goes in no order: a task of which some is gone may be half removed.
+void TellHalfRemoved(StoreLook const& look, DirectoryCheck const& directory) {
+    if (!directory.Has("index") || directory.Has(Varnok::kTemplateArchive)) return;
+    Reporter(look.list, directory.name() + "/" + Varnok::kTemplateArchive)
+        .Waste("unfinished", {},
+               "a half removed task: the definitions that its findings were recorded under are gone, and with them the "
+               "names of templates",
+               0);
+}
+
 }  // namespace
 
 void CheckTaskStore(StoreLook const& look) {
@@ -58,10 +68,7 @@ void CheckTaskStore(StoreLook const& look) {
     directory.ExpectDirectory(kTexts);
     directory.TellRest();
     StoreCheck(look.place, directory.name(), look.depth, look.list, look.watch).Run();
-    if (directory.Has("index") && !directory.Has(Varnok::kTemplateArchive))
-        Reporter(look.list, directory.name())
-            .Damage("snapshot-missing", {}, "findings without the definitions that they were recorded under",
-                    "the names of templates in this task's findings");
+    TellHalfRemoved(look, directory);
 }
 
 }  // namespace torvane

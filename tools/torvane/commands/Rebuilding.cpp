@@ -20,11 +20,14 @@ class Tally {
     explicit Tally(Output& out) : out_(out) {}
 
     void Take(Carried const& carried) {
-        for (LeftOut const& left : carried.left_out) {
+        for (LeftOut const& left : carried.left_out()) {
             out_.Row(
                 {{"file", left.file}, {"slot", left.slot ? Json(*left.slot) : Json(nullptr)}, {"what", left.what}});
         }
-        left_out_ += carried.left_out.size();
+        if (carried.left_out_count() > Carried::kKept)
+            out_.Line(fmt::format("({} more of {})", carried.left_out_count() - Carried::kKept,
+                                  carried.left_out().back().file));
+        left_out_ += carried.left_out_count();
         sum_.records += carried.records;
         sum_.empty += carried.empty;
         sum_.files += carried.files;

@@ -2,12 +2,18 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <iterator>
+#include <string_view>
 #include <thread>
 #include <utility>
 
 #include "host/base/HFile.h"
 #include "tools/torvane/ExitStatus.h"
+#include "tools/torvane/check/ConfigCheck.h"
+#include "tools/torvane/check/CountsVersion.h"
 #include "tools/torvane/check/StoresCheck.h"
 #include "tools/torvane/check/TextCheck.h"
 #include "tools/torvane/rebuild/FileCopy.h"
@@ -23,13 +29,27 @@ constexpr char kStamp[] = "/cache/Version.ini";
 // The library completes it; with this alone it leaves what is there.
 constexpr char kLeastStamp[] = "[DLP]\ncache=4\n";
 
-// What was found about anything but slots and records, which are told as they are carried over.
+// Of what the check names, the kinds that mean something is not carried over which no slot or record tells of.
+constexpr std::string_view kNotCarried[] = {"stray",       "temporary",       "foreign",       "snapshot-damaged",
+                                            "index-short", "index-table-cut", "index-slot-cut"};
+
 void TellFiles(FindingList const& found, Carried& carried) {
     for (Finding const& finding : found.kept()) {
-        bool const is_file = finding.kind == std::string("stray") || finding.kind == std::string("temporary") ||
-                             finding.kind == std::string("foreign") || finding.kind == std::string("snapshot-damaged");
-        if (is_file) carried.left_out.push_back({finding.file, std::nullopt, finding.what});
+        bool const is_told =
+            std::find(std::begin(kNotCarried), std::end(kNotCarried), finding.kind) != std::end(kNotCarried);
+        if (is_told) carried.LeaveOut({finding.file, finding.slot, finding.what});
     }
+}
+
+bool IsMissing(std::string const& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) != 0 && errno == ENOENT;
+}
+
+// As it is by now.
+StorePlace UpToDate(StorePlace place) {
+    if (place.kind == StoreKind::kCounter) place.version = CountsVersion(place.directory);
+    return place;
 }
 
 void RequireReadable(FindingList const& found) {
@@ -59,7 +79,7 @@ void RootRebuild::CarryStore(StorePlace const& place) {
     std::string const name = place.directory.substr(source_.root().size() + 1);
     for (int round = 1; round <= kTries; ++round) {
         Carried carried;
-        if (TryStore(place, name, carried)) return listener_.carried(carried);
+        if (TryStore(UpToDate(place), name, carried)) return listener_.carried(carried);
         RemoveTree(out_ + "/" + name);
         std::this_thread::sleep_for(kPause);
     }
@@ -70,13 +90,15 @@ bool RootRebuild::TryStore(StorePlace const& place, std::string const& name, Car
     FindingList found;
     ChangeWatch watch;
     watch.Add(place.directory);
+    if (IsMissing(place.directory)) return true;  // removed since it was listed
     CheckStore({source_, place, Depth::kQuick, found, watch});
+    if (watch.HasChanged()) return false;
     RequireReadable(found);
     StoreFiles const files = FilesToCarry(place, name, found);
     TellFiles(found, carried);
     if (!files.refused.empty()) {
-        carried.left_out.push_back({name, std::nullopt, files.refused});
-        return !watch.HasChanged();
+        carried.LeaveOut({name, std::nullopt, files.refused});
+        return !watch.MayHaveChanged();
     }
     std::string const directory = out_ + "/" + name;
     MakeDirectory(directory);
@@ -98,7 +120,7 @@ bool RootRebuild::TryStore(StorePlace const& place, std::string const& name, Car
     if (place.kind == StoreKind::kTask) CarryTexts(place, name, carried, watch);
     for (std::string const& file : files.last)
         copy(file);
-    return !watch.HasChanged();
+    return !watch.MayHaveChanged();
 }
 
 void RootRebuild::CarryTexts(StorePlace const& place, std::string const& name, Carried& carried, ChangeWatch& watch) {
@@ -108,9 +130,9 @@ void RootRebuild::CarryTexts(StorePlace const& place, std::string const& name, C
         std::string const file = texts + "/" + text;
         FindingList found;
         CheckTextFile(source_.root(), file, Depth::kFull, found, watch);
-        RequireReadable(found);
+        if (!watch.HasChanged()) RequireReadable(found);
         if (!found.kept().empty()) {
-            carried.left_out.push_back({file, std::nullopt, found.kept().front().what});
+            carried.LeaveOut({file, std::nullopt, found.kept().front().what});
             return true;
         }
         if (!std::exchange(is_made, true)) MakeDirectory(out_ + "/" + texts);
@@ -120,15 +142,25 @@ void RootRebuild::CarryTexts(StorePlace const& place, std::string const& name, C
 }
 
 void RootRebuild::CarryAgentsFiles() {
+    FindingList damaged;
+    ChangeWatch unwatched;
+    if (purpose_ == Purpose::kRepair) CheckConfig(source_.root(), damaged, unwatched);
+    RequireReadable(damaged);
+    auto const is_damaged = [&](std::string const& name) {
+        auto const& found = damaged.kept();
+        return std::any_of(found.begin(), found.end(), [&](Finding const& finding) { return finding.file == name; });
+    };
     for (std::string const directory : {"config", "ini"}) {
         Carried carried;
         for (std::string const& file : NamesIn(source_.root() + "/" + directory)) {
             MakeDirectory(out_ + "/" + directory);
             std::string const name = directory + "/" + file;
-            if (CopyFile(source_.root() + "/" + name, out_ + "/" + name)) {
+            if (is_damaged(name)) {
+                carried.LeaveOut({name, std::nullopt, "the archive cannot be decoded"});
+            } else if (CopyFile(source_.root() + "/" + name, out_ + "/" + name)) {
                 ++carried.files;
             } else {
-                carried.left_out.push_back({name, std::nullopt, "no regular file"});
+                carried.LeaveOut({name, std::nullopt, "no regular file"});
             }
         }
         listener_.carried(carried);
@@ -144,7 +176,7 @@ void RootRebuild::CarryStamp() {
     } else if (purpose_ == Purpose::kRepair) {
         if (HFile::replace_file(HString(stamp), kLeastStamp, sizeof kLeastStamp - 1) != 0)
             throw Stop(ExitStatus::kIo, "cannot write " + stamp);
-        carried.left_out.push_back({kStamp + 1, std::nullopt, "no stamp of a cache layout: made anew"});
+        carried.LeaveOut({kStamp + 1, std::nullopt, "no stamp of a cache layout: made anew"});
     }
     listener_.carried(carried);
 }

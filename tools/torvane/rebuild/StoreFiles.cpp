@@ -20,9 +20,18 @@ bool IsDamaged(FindingList const& found, std::string const& file) {
     });
 }
 
+// What the check says about the store as a whole, if it says that.
 std::string WhatOf(FindingList const& found, std::initializer_list<std::string_view> kinds) {
     for (Finding const& finding : found.kept()) {
         if (std::find(kinds.begin(), kinds.end(), finding.kind) != kinds.end()) return finding.what;
+    }
+    return "";
+}
+
+// The directory itself is unfinished, not just something in it.
+std::string WhyUnfinished(std::string const& name, FindingList const& found) {
+    for (Finding const& finding : found.kept()) {
+        if (finding.kind == std::string_view("unfinished") && finding.file == name) return finding.what;
     }
     return "";
 }
@@ -43,12 +52,13 @@ StoreFiles FilesToCarry(StorePlace const& place, std::string const& name, Findin
     StoreFiles files;
     switch (place.kind) {
         case StoreKind::kTemplate:
-            files.refused = WhatOf(found, {"snapshot-damaged", "snapshot-other", "unfinished"});
+            files.refused = WhatOf(found, {"snapshot-damaged", "snapshot-other"});
+            if (files.refused.empty()) files.refused = WhyUnfinished(name, found);
             TakeDefinitions(name, found, files);
             break;
         case StoreKind::kTask:
-            files.refused =
-                WhatOf(found, {"task-record-missing", "task-record-damaged", "task-record-other", "unfinished"});
+            files.refused = WhatOf(found, {"task-record-missing", "task-record-damaged", "task-record-other"});
+            if (files.refused.empty()) files.refused = WhyUnfinished(name, found);
             files.first = {"ScanTask.arc", "SnapCache"};
             TakeDefinitions(name, found, files);
             break;

@@ -2,10 +2,10 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 #include "host/base/HFile.h"
 #include "tools/torvane/ExitStatus.h"
+#include "tools/torvane/check/Extents.h"
+#include "tools/torvane/check/OverlapCheck.h"
 
 namespace torvane {
 
@@ -31,11 +31,16 @@ StoreRebuild::StoreRebuild(Purpose purpose, StorePlace const& source, std::strin
       slots_(check.index().slots()) {}
 
 void StoreRebuild::Run() {
-    if (check_.index().file().state() != FileView::State::kOpen) return;
+    if (check_.index().file().state() != FileView::State::kOpen) return SayOrphans();
     MakeStore();
     if (has_numbers_) return CarryNumbers();
-    CarryText(true);
-    if (purpose_ == Purpose::kRepair) CarryText(false);
+    CarryAnswers();
+    if (purpose_ == Purpose::kRepair) CarryRest();
+}
+
+void StoreRebuild::SayOrphans() {
+    if (data_.size() == 0) return;
+    carried_.LeaveOut({source_name_ + "/cache", std::nullopt, fmt::format("{} bytes without an index", data_.size())});
 }
 
 int StoreRebuild::BucketCount() const {
@@ -65,7 +70,7 @@ void StoreRebuild::Require(int code) const {
 }
 
 void StoreRebuild::LeaveOut(std::uint64_t number, std::string what) {
-    carried_.left_out.push_back({source_name_ + "/index", number, std::move(what)});
+    carried_.LeaveOut({source_name_ + "/index", number, std::move(what)});
 }
 
 void StoreRebuild::CarryNumbers() {
@@ -79,16 +84,61 @@ void StoreRebuild::CarryNumbers() {
     });
 }
 
-void StoreRebuild::CarryText(bool answers) {
+void StoreRebuild::CarryAnswers() {
+    if (!check_.has_shape()) return;
+    if (purpose_ == Purpose::kRepair) taken_.resize(slots_ + 1);
     ForEachSlot(check_.index().file(), 1, slots_, [&](std::uint64_t number, RawSlot slot) {
-        if (!slot.IsUsed() || IsAnswer(number) != answers) return;
-        if (!slot.HoldsTextKey()) return LeaveOut(number, "the key is not 32 hexadecimal digits");
-        if (!answers && IsPresent(number, slot)) return;
+        if (!IsAnswer(number)) return;
         std::string why = WhyNot(number, slot);
-        if (why.empty() && !answers && SharesBytes(slot)) why = "the record shares bytes with another key's";
         if (!why.empty()) return LeaveOut(number, std::move(why));
         Carry(number, slot);
+        if (purpose_ == Purpose::kRepair) taken_[number] = true;
     });
+}
+
+void StoreRebuild::CarryRest() {
+    taken_.resize(slots_ + 1);
+    if (!FindRest()) return;
+    LeaveOutOverlaps();
+    ForEachSlot(check_.index().file(), 1, slots_, [&](std::uint64_t number, RawSlot slot) {
+        // The first of several slots of a key comes first.
+        if (taken_[number] && !IsAnswer(number) && !IsPresent(number, slot)) Carry(number, slot);
+    });
+}
+
+bool StoreRebuild::FindRest() {
+    bool is_any = false;
+    ForEachSlot(check_.index().file(), 1, slots_, [&](std::uint64_t number, RawSlot slot) {
+        if (IsAnswer(number) || slot.IsZero()) return;
+        if (!slot.IsUsed()) return LeaveOut(number, "the slot has no key");
+        if (!slot.HoldsTextKey()) return LeaveOut(number, "the key is not 32 hexadecimal digits");
+        if (IsPresent(number, slot)) return;
+        std::string why = WhyNot(number, slot);
+        if (!why.empty()) return LeaveOut(number, std::move(why));
+        is_any = taken_[number] = true;
+    });
+    return is_any;
+}
+
+void StoreRebuild::LeaveOutOverlaps() {
+    auto const leave_out = [&](std::uint64_t number) {
+        if (IsAnswer(number) || !taken_[number]) return;
+        taken_[number] = false;
+        LeaveOut(number, "the record shares bytes with another key's");
+    };
+    // No table: every key counts for itself, wherever its slot lies.
+    IndexShape const shape{false, 0, 0, slots_};
+    std::vector<bool> compared = taken_;
+    Extents extents(check_.index().file(), shape, compared);
+    ForEachSlot(check_.index().file(), 1, slots_, [&](std::uint64_t number, RawSlot slot) {
+        if (taken_[number]) extents.Add(number, slot, false);
+    });
+    (void)extents.DropRepeats();
+    OverlapCheck overlaps([&](Extent const& extent, Extent const& other) {
+        leave_out(extent.slot);
+        leave_out(other.slot);
+    });
+    extents.ForEachByOffset(data_.size(), [&](Extent const& extent) { overlaps.Visit(extent); });
 }
 
 bool StoreRebuild::IsPresent(std::uint64_t number, RawSlot slot) {
@@ -116,12 +166,6 @@ std::string StoreRebuild::WhyNot(std::uint64_t number, RawSlot slot) {
     return why == nullptr ? "" : why;
 }
 
-bool StoreRebuild::SharesBytes(RawSlot slot) const {
-    if (slot.IsWithoutData()) return false;
-    auto const behind = extents_.lower_bound(slot.offset() + slot.length());
-    return behind != extents_.begin() && std::prev(behind)->second > slot.offset();
-}
-
 void StoreRebuild::CarryEmpty(std::uint64_t number, RawSlot slot) {
     Require(has_numbers_ ? index_->Add(static_cast<int>(number), -1, 0) : index_->Add(slot.KeyText(), -1, 0));
     ++carried_.empty;
@@ -134,7 +178,6 @@ void StoreRebuild::Carry(std::uint64_t number, RawSlot slot) {
         throw Stop(ExitStatus::kBusy, source_.DataPath() + " is being cut");
     Require(has_numbers_ ? store_->AddCache(static_cast<int>(number), -1, bytes_.data(), slot.length())
                          : store_->AddCache(slot.KeyText(), -1, bytes_.data(), slot.length()));
-    if (purpose_ == Purpose::kRepair) extents_[slot.offset()] = slot.offset() + slot.length();
     ++carried_.records;
     carried_.record_bytes += bytes_.size();
 }

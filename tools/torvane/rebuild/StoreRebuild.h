@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -37,13 +36,17 @@ class StoreRebuild {
   private:
     void MakeStore();
     void CarryNumbers();
-    void CarryText(bool answers);
+    void CarryAnswers();
+    // What does not answer, but will once the chains are whole: found first, then held against all that is carried
+    // over, then carried over.
+    void CarryRest();
+    [[nodiscard]] bool FindRest();  // whether there is any
+    void LeaveOutOverlaps();
+    void SayOrphans();
     // Whether the new store has the key, or could not have it.
     [[nodiscard]] bool IsPresent(std::uint64_t number, RawSlot slot);
     // Why a repair leaves the slot out; empty: it does not.
     [[nodiscard]] std::string WhyNot(std::uint64_t number, RawSlot slot);
-    // Whether its record shares bytes with one that was carried over.
-    [[nodiscard]] bool SharesBytes(RawSlot slot) const;
     void Carry(std::uint64_t number, RawSlot slot);
     void CarryEmpty(std::uint64_t number, RawSlot slot);
     void LeaveOut(std::uint64_t number, std::string what);
@@ -63,8 +66,8 @@ class StoreRebuild {
     std::uint64_t slots_;
     std::unique_ptr<DLPCache::Manager> store_;
     std::unique_ptr<DLPCache::Index> index_;
-    std::vector<std::uint8_t> bytes_;               // of the record at hand
-    std::map<std::int64_t, std::int64_t> extents_;  // carried over by a repair: begin and end
+    std::vector<std::uint8_t> bytes_;  // of the record at hand
+    std::vector<bool> taken_;          // of a repair: slots carried over or about to be, a bit each
 };
 
 }  // namespace torvane
