@@ -8,11 +8,13 @@
 #include "host/policy/KwLocateMgr.h"
 #include "host/policy/ScanTask.h"
 #include "sensrecord/DLPCacheSensRecordMgr.h"
+#include "storage/DLPCacheManager.h"
 #include "task/DLPCacheTaskStore.h"
 #include "template/DLPCacheTpl.h"
 #include "tests/support/BucketCount.h"
 #include "tests/support/Definitions.h"
 #include "tests/support/KeywordText.h"
+#include "tests/support/SoundRoot.h"
 #include "text/DLPCacheText.h"
 
 namespace {
@@ -35,6 +37,17 @@ SensFile FindingNumber(int sn) {
     file.file_md5 = "M1";
     file.tpl_ids = {"T1"};
     return file;
+}
+
+template <class Key>
+StoredAnswer FindIn(std::string const& directory, Key const& key) {
+    DLPCache::Manager const store(0, HString(directory + "/index"), HString(directory + "/cache"));
+    unsigned char* bytes = nullptr;
+    int length = 0;
+    StoredAnswer answer{store.Find(key, bytes, length), {}};
+    if (bytes != nullptr) answer.bytes.assign(reinterpret_cast<char*>(bytes), static_cast<std::size_t>(length));
+    delete[] bytes;
+    return answer;
 }
 
 }  // namespace
@@ -107,6 +120,7 @@ void CheckedRoot::Flip(std::string const& file, std::uint64_t offset) {
 }
 
 void CheckedRoot::CutTo(std::string const& file, std::uint64_t length) {
+    NotSound();
     std::filesystem::resize_file(root_ / file, length);
 }
 
@@ -115,7 +129,38 @@ void CheckedRoot::Append(std::string const& file, std::string const& bytes) {
 }
 
 void CheckedRoot::Remove(std::string const& file) {
+    NotSound();
     ASSERT_NE(std::filesystem::remove_all(root_ / file), 0U) << file;
+}
+
+std::map<std::string, StoredAnswer> CheckedRoot::Answers(std::string const& root) const {
+    std::map<std::string, StoredAnswer> answers;
+    for (char letter = '0'; letter <= 'z'; ++letter) {
+        std::string const key(32, letter);
+        answers["answer " + key] = FindIn(root + "/" + Template(), HString(key));
+    }
+    for (int sn = 1; sn <= 5; ++sn)
+        answers["finding " + std::to_string(sn)] = FindIn(root + "/" + kTask, sn);
+    for (char const* const file : {"/a", "/b", "/c", "/d"})
+        answers[std::string("count ") + file] =
+            FindIn(root + "/" + kCounters, HString(file).get_md5_std_format(HString()));
+    return answers;
+}
+
+std::map<std::string, std::string> CheckedRoot::StateOfCache() const {
+    std::map<std::string, std::string> state;
+    for (auto const& entry : std::filesystem::recursive_directory_iterator(root_ / "cache")) {
+        auto const written = entry.last_write_time().time_since_epoch().count();
+        state[entry.path()] =
+            std::to_string(written) + (entry.is_regular_file() ? ReadBytes(entry.path()) : std::string());
+    }
+    return state;
+}
+
+nlohmann::ordered_json CheckedRoot::Items(std::string const& root) const {
+    ToolResult const result = tool_.Run({"verify", "--format", "json", "--root", root});
+    EXPECT_TRUE(FollowsSchema(result.out, "json")) << result.out << result.err;
+    return result.Json()["items"];
 }
 
 std::uint64_t CheckedRoot::SlotCount(std::string const& file) const {

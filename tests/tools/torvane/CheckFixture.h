@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,13 @@
 #include "host/policy/QVKPolicySensitiveFileAuditNode.h"
 #include "tests/tools/torvane/Tool.h"
 #include "tools/torvane/cache/IndexView.h"
+
+// What a record store answers.
+struct StoredAnswer {
+    int code = 0;
+    std::string bytes;
+    friend bool operator==(StoredAnswer const&, StoredAnswer const&) = default;
+};
 
 // A root that the library's managers have made, with small indexes: template "T1" with answers for the letters "a" to
 // "z", task "task-1" with three findings and a text, found-times of policy "P1" for three files, the first counted four
@@ -46,12 +54,20 @@ class CheckedRoot : public testing::Test {
     [[nodiscard]] std::uint64_t LinkedSlot() const;  // of the template's index, with a link
     [[nodiscard]] std::uint64_t LoneSlot() const;    // used, without one
 
+    // What the library answers from a root with these stores to everything that can be asked for, and to some more that
+    // is not there.
+    [[nodiscard]] std::map<std::string, StoredAnswer> Answers(std::string const& root) const;
+    // Every file below the root's cache with its size and time of change.
+    [[nodiscard]] std::map<std::string, std::string> StateOfCache() const;
+
     // ---- the program
 
     [[nodiscard]] ToolResult Run(std::vector<std::string> words) const;
     // The kinds of damage that a full verify names, each once, sorted; and the status must say so.
     [[nodiscard]] std::vector<std::string> Damage() const { return Kinds("damage", {}); }
     [[nodiscard]] std::vector<std::string> QuickDamage() const { return Kinds("damage", {"--quick"}); }
+    // What a verify lists; it must follow its schema.
+    [[nodiscard]] nlohmann::ordered_json Items(std::string const& root) const;
     [[nodiscard]] std::vector<std::string> Waste() const { return Kinds("waste", {}); }
     [[nodiscard]] std::vector<std::string> Kinds(std::string const& severity, std::vector<std::string> words) const;
 

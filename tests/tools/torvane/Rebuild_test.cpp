@@ -1,8 +1,15 @@
 #include <filesystem>
 #include <map>
 
+#include "host/policy/KwDefineMgr.h"
+#include "host/policy/KwLocateMgr.h"
+#include "host/policy/ScanTask.h"
+#include "sensrecord/DLPCacheSensRecordMgr.h"
 #include "storage/DLPCacheManager.h"
+#include "task/DLPCacheTaskStore.h"
+#include "template/DLPCacheTpl.h"
 #include "tests/tools/torvane/CheckFixture.h"
+#include "text/DLPCacheText.h"
 
 namespace {
 
@@ -10,12 +17,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-// What a record store answers.
-struct Answer {
-    int code = 0;
-    std::string bytes;
-    friend bool operator==(Answer const&, Answer const&) = default;
-};
+using Answer = StoredAnswer;
 
 class Rebuilding : public CheckedRoot {
   protected:
@@ -26,6 +28,49 @@ class Rebuilding : public CheckedRoot {
     [[nodiscard]] ToolResult Compact() const { return Run({"compact", "--out", Out(), "--format", "json"}); }
     [[nodiscard]] ToolResult VerifyOut() const { return tool_.Run({"verify", "--format", "json", "--root", Out()}); }
 
+    // What a fresh library says to everything, over a root with these stores; the last question counts once more.
+    [[nodiscard]] std::vector<std::string> AskedOfTheLibrary(std::string const& root) {
+        KwLocateMgr::pins()->set_root(HString(root));
+        std::vector<std::string> said;
+        auto const& tpl = *KwDefineMgr::pins()->get_tpl_by_id("T1");
+        DLPCacheTpl const cache(tpl, KwDefineMgr::pins()->get_md5_by_tpl(tpl));
+        for (char letter = '0'; letter <= 'z'; ++letter) {
+            QVKReportKeywordAttachNode node;
+            QVKKeywordText text;
+            HString name;
+            std::string line = std::string("answer ") + letter;
+            line += ' ' + std::to_string(cache.Find(HString(std::string(32, letter)), node, text, name));
+            for (auto const& item : node.items)
+                line += ' ' + item.rule_id.get_str() + ' ' + std::to_string(item.match_count);
+            said.push_back(line + ' ' + name.get_str() + ' ' + text.text.get_str());
+        }
+        ScanTask task;
+        said.push_back("task " + std::to_string(task.from_file(KwLocateMgr::pins()->get_task_arc("task-1"))));
+        DLPCacheTaskStore const store(task);
+        for (int sn = 0; sn <= store.GetIndexNumber() + 1; ++sn) {
+            SensFile file;
+            std::string line = "finding " + std::to_string(sn) + ' ' + std::to_string(store.Find(sn, file));
+            line += ' ' + file.file_path.get_str() + ' ' + file.file_md5.get_str();
+            for (auto const& id : file.tpl_ids)
+                line += ' ' + id.get_str();
+            for (auto const& name : file.tpl_names)
+                line += ' ' + name.get_str();
+            said.push_back(line);
+        }
+        for (char const* const name : {"first", "second"}) {
+            QVKKeywordText text;
+            int const code = DLPCacheText("task-1").Find(name, text);
+            said.push_back(std::string("text ") + name + ' ' + std::to_string(code) + ' ' + text.text.get_str());
+        }
+        DLPCache::DLPCacheSensRecordMgr counts;
+        for (char const* const file : {"/a", "/b", "/c", "/d"}) {
+            int const times = counts.GetFileFoundTimes(file, policy_, DLPCache::DLPCacheSensRecordMgr::kRealtimeCheck);
+            said.push_back(std::string("count ") + file + ' ' + std::to_string(times));
+        }
+        KwLocateMgr::pins()->set_root(HString(root_.Path()));
+        return said;
+    }
+
     template <class Key>
     static Answer Find(std::string const& directory, Key const& key) {
         DLPCache::Manager const store(0, HString(directory + "/index"), HString(directory + "/cache"));
@@ -35,21 +80,6 @@ class Rebuilding : public CheckedRoot {
         if (bytes != nullptr) answer.bytes.assign(reinterpret_cast<char*>(bytes), static_cast<std::size_t>(length));
         delete[] bytes;
         return answer;
-    }
-
-    // Everything that can be asked for, and some more that is not there.
-    [[nodiscard]] std::map<std::string, Answer> Answers(std::string const& root) const {
-        std::map<std::string, Answer> answers;
-        for (char letter = '0'; letter <= 'z'; ++letter) {
-            std::string const key(32, letter);
-            answers["answer " + key] = Find(root + "/" + Template(), HString(key));
-        }
-        for (int sn = 1; sn <= 5; ++sn)
-            answers["finding " + std::to_string(sn)] = Find(root + "/" + kTask, sn);
-        for (char const* const file : {"/a", "/b", "/c", "/d"})
-            answers[std::string("count ") + file] =
-                Find(root + "/" + kCounters, HString(file).get_md5_std_format(HString()));
-        return answers;
     }
 };
 
@@ -67,6 +97,16 @@ TEST_F(Rebuilding, CompactAnswersEveryKeyAsBefore) {
     }
     EXPECT_GE(with_data, 10);
     EXPECT_GE(without, 5);
+}
+
+TEST_F(Rebuilding, TheLibraryAnswersFromACompactedRootAsBefore) {
+    ASSERT_EQ(Compact().status, 0);
+    auto const before = AskedOfTheLibrary(root_.Path());
+    EXPECT_THAT(before, testing::Contains("answer b 2 R1 3 a.txt text"));
+    EXPECT_THAT(before, testing::Contains("finding 3 2 /data/3 M1 T1 Contracts"));
+    EXPECT_THAT(before, testing::Contains("text first 2 text"));
+    EXPECT_THAT(before, testing::Contains("count /a 5"));
+    EXPECT_EQ(AskedOfTheLibrary(Out()), before);
 }
 
 TEST_F(Rebuilding, CompactKeepsTheTrailingBytesOfAShorterRewrite) {
