@@ -66,7 +66,9 @@ TEST_P(EveryCommand, CannotLookWhereItMayNot) {
         ASSERT_EQ(::chmod(path.c_str(), 0700), 0);
     if (!result) GTEST_SKIP() << "nobody else can start the program here";
     EXPECT_EQ(result->status, Without(3)) << result->err;
-    if (GetParam().needs_cache) EXPECT_THAT(result->err, HasSubstr("Permission denied"));
+    if (GetParam().needs_cache) {
+        EXPECT_THAT(result->err, HasSubstr("Permission denied"));
+    }
 }
 
 TEST_P(EveryCommand, CannotLookIntoAStoreThatItMayNotRead) {
@@ -92,7 +94,9 @@ TEST_P(EveryCommand, ReadsACopyOfSomebodyElsesCache) {
         std::filesystem::permissions(entry.path(), std::filesystem::perms(entry.is_directory() ? 0755 : 0644));
     ASSERT_EQ(::chmod(root_.Path().c_str(), 0777), 0);
     auto const words = Words();
-    if (Exists(root_ / "a.txt")) ASSERT_EQ(::chmod((root_ / "a.txt").c_str(), 0644), 0);
+    if (Exists(root_ / "a.txt")) {
+        ASSERT_EQ(::chmod((root_ / "a.txt").c_str(), 0644), 0);
+    }
     auto const result = tool_.RunUnprivileged(words);
     if (!result) GTEST_SKIP() << "nobody else can start the program here";
     EXPECT_EQ(result->status, 0) << result->err;
@@ -142,7 +146,9 @@ TEST_P(EveryCommand, FindsNothingDamagedWhileFourThreadsWrite) {
         EXPECT_THAT(result.out, Not(HasSubstr("\"damaged\""))) << result.err;
         EXPECT_THAT(result.out, Not(ContainsRegex("\"damage\": ?\""))) << result.err;
         EXPECT_THAT(result.out, Not(HasSubstr("\"severity\":\"damage\"")));
-        if (result.status == 0 && !Is("completion")) EXPECT_TRUE(FollowsSchema(result.out, form));
+        if (result.status == 0 && !Is("completion")) {
+            EXPECT_TRUE(FollowsSchema(result.out, form));
+        }
         std::filesystem::remove_all(Out());
     }
 }
