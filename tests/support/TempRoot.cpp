@@ -12,7 +12,6 @@
 #include <system_error>
 
 #include "host/base/LocateMgr.h"
-#include "tests/support/SoundRoot.h"
 
 TempRoot::TempRoot() : path_((std::filesystem::temp_directory_path() / "torvane-test-XXXXXX").string()) {
     if (mkdtemp(path_.data()) == nullptr) {

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/SoundRoot.h"
+
 // A fresh root directory for one test: made under the system's temporary directory, set as the process's root, removed
 // with the object. A cache that is in it at the end must be sound (tests/support/SoundRoot.h).
 class TempRoot {

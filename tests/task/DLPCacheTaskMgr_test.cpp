@@ -68,6 +68,7 @@ TEST_F(PinsTest, KeepsThePoliciesInForceWithoutARecordFile) {
 }
 
 TEST_F(PinsTest, KeepsThePoliciesInForceWhenTheRecordFileIsDamaged) {
+    NotSound();
     std::string const file = WritePolicies({Policy("P7")});
     std::string const bytes = ReadBytes(file);
     WriteBytes(file, bytes.substr(0, bytes.size() - 1));
@@ -172,6 +173,7 @@ TEST_F(DLPCacheTaskMgrTest, ForeignNamesFilesAndLinksAreLeftAloneAtStart) {
 }
 
 TEST_F(DLPCacheTaskMgrTest, RecordOfAnotherIdIsFiledUnderTheIdInTheFile) {
+    NotSound();
     WriteRecord("A", MakeTask("B", 7));
     Restart();
     EXPECT_FALSE(registry_->IsExistTask("A"));
@@ -180,6 +182,7 @@ TEST_F(DLPCacheTaskMgrTest, RecordOfAnotherIdIsFiledUnderTheIdInTheFile) {
 }
 
 TEST_F(DLPCacheTaskMgrTest, OfTwoRecordsOfOneIdTheLaterDirectoryCounts) {
+    NotSound();
     WriteRecord("A", MakeTask("X", 1));
     WriteRecord("B", MakeTask("X", 2));
     Restart();

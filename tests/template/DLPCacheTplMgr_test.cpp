@@ -217,6 +217,7 @@ TEST_F(DLPCacheTplMgrTest, OnlyACacheDirectoryIsEverDeleted) {
 }
 
 TEST_F(DLPCacheTplMgrTest, NothingBehindASymbolicLinkIsDeleted) {
+    NotSound();
     Prepare();
     std::string const directory = Dir();
     DLPCacheTplMgr manager;
@@ -232,6 +233,7 @@ TEST_F(DLPCacheTplMgrTest, NothingBehindASymbolicLinkIsDeleted) {
 }
 
 TEST_F(DLPCacheTplMgrTest, NothingBehindALinkedTemplateDirectoryIsDeleted) {
+    NotSound();
     Prepare();
     DLPCacheTplMgr manager;
     fs::rename(TplPath("T1"), root_ / "home");
@@ -267,6 +269,7 @@ TEST_F(DLPCacheTplMgrTest, DirectoryInTheTemplateFilesPlaceIsDeletedAtStart) {
 }
 
 TEST_F(DLPCacheTplMgrTest, WhatCannotBeReadStays) {
+    NotSound();
     Prepare();
     auto const before = Files(Dir());
     for (char const* name : {"KeywordTemplate.arc", "KeywordDataLevel.arc"}) {
@@ -280,6 +283,7 @@ TEST_F(DLPCacheTplMgrTest, WhatCannotBeReadStays) {
 }
 
 TEST_F(DLPCacheTplMgrTest, SymbolicLinksAreLeftAloneAtStart) {
+    NotSound();
     Prepare();
     fs::create_directories(root_ / "elsewhere/ABC");
     fs::create_directory_symlink(root_ / "elsewhere", TplPath("T2"));
@@ -301,6 +305,7 @@ TEST_F(DLPCacheTplMgrTest, ForeignNamesAndFilesAreLeftAloneAtStart) {
 }
 
 TEST_F(DLPCacheTplMgrTest, SnapshotUnderAnotherNameMakesACacheUnderItsOwn) {
+    NotSound();
     Prepare();
     fs::copy(Dir(), TplPath("T1/ABC"));
     DLPCacheTplMgr manager;

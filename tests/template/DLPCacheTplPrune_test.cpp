@@ -244,6 +244,7 @@ class UpdataCacheNoFileTest : public UpdataCacheTest, public testing::WithParamI
 INSTANTIATE_TEST_SUITE_P(Kinds, UpdataCacheNoFileTest, testing::ValuesIn(kNoFiles));
 
 TEST_P(UpdataCacheNoFileTest, TaskWhoseRecordIsNoFileIsForgotten) {
+    NotSound();
     std::string const md5 = MakeCache();
     PutInPlaceOf("A", "ScanTask.arc");
     Edit("T1");
@@ -253,6 +254,7 @@ TEST_P(UpdataCacheNoFileTest, TaskWhoseRecordIsNoFileIsForgotten) {
 }
 
 TEST_P(UpdataCacheNoFileTest, TaskWhoseSnapshotIsNoFileKeepsNothing) {
+    NotSound();
     for (char const* name :
          {"KeywordTemplate.arc", "KeywordFormatItem.arc", "KeywordDataClass.arc", "KeywordDataLevel.arc"}) {
         std::string const md5 = MakeCache();

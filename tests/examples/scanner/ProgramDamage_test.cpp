@@ -27,6 +27,7 @@ class DamagedTasks : public Tasks {};
 class HostileTexts : public Tasks {};
 
 TEST_F(DamagedTasks, FindingThatCannotBeReadIsToldAndTheOthersListed) {
+    NotSound();
     (void)program_.Scan("--task one --jobs 1");
     {
         std::fstream data(program_.tree() / "root/cache/task/one/cache",
@@ -40,6 +41,7 @@ TEST_F(DamagedTasks, FindingThatCannotBeReadIsToldAndTheOthersListed) {
 }
 
 TEST_F(DamagedTasks, FindingWhoseDataIsCutOffIsTold) {
+    NotSound();
     (void)program_.Scan("--task one --jobs 1");
     std::filesystem::resize_file(program_.tree() / "root/cache/task/one/cache", 2);
     Program::Run const run = Run("findings one");
@@ -136,6 +138,7 @@ TEST_F(DamagedTasks, WithALinkASpecialFileOrADirectoryAsTheirRecordAreRemovedLik
 }
 
 TEST_F(DamagedTasks, WhoseDirectoryWasMovedAreNotRemoved) {
+    NotSound();
     (void)program_.Scan("--task one");
     std::filesystem::rename(program_.tree() / "root/cache/task/one", program_.tree() / "root/cache/task/three");
     Program::Run const run = Run("remove one");
@@ -188,6 +191,7 @@ TEST_F(DamagedTasks, WithTheRecordOfAnotherAreNotRemoved) {
 }
 
 TEST_F(DamagedTasks, BehindALinkAreNotRemoved) {
+    NotSound();
     (void)program_.Scan("--task one");
     program_.tree().Write("away/ScanTask.arc", "damaged");
     std::filesystem::create_directory_symlink(program_.tree() / "away", program_.tree() / "root/cache/task/linked");
@@ -197,6 +201,7 @@ TEST_F(DamagedTasks, BehindALinkAreNotRemoved) {
 
 // The file is a hole behind its two slots, as a broken copy would leave it.
 TEST_F(DamagedTasks, WhoseIndexGrewAreListedToTheirLastFinding) {
+    NotSound();
     (void)program_.Scan("--task one --jobs 1");
     std::filesystem::resize_file(program_.tree() / "root/cache/task/one/index", 1600000000);
     Program::Run const run = Run("findings one");
@@ -206,6 +211,7 @@ TEST_F(DamagedTasks, WhoseIndexGrewAreListedToTheirLastFinding) {
 }
 
 TEST_F(DamagedTasks, WithMissingFindingsTellWhichAndListTheOthers) {
+    NotSound();
     for (char const* name : {"a", "b", "c"})
         program_.Document(name, kMails);
     (void)program_.Scan("--task one --jobs 1");
@@ -238,6 +244,7 @@ TEST_F(HostileTexts, OfATemplatesFileCannotSteerATerminal) {
 }
 
 TEST_F(DamagedTasks, CommandsRefuseDamagedDefinitions) {
+    NotSound();
     (void)program_.Scan("--task one");
     program_.tree().Write("root/config/KeywordTemplate.arc", "damaged");
     for (char const* command : {"tasks", "findings one", "remove one", "prune"}) {

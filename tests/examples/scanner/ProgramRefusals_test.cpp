@@ -95,12 +95,14 @@ TEST_F(RefusedScans, UnderAnIdThatNoFileCanHaveLeaveThePoliciesAsTheyAre) {
 }
 
 TEST_F(RefusedScans, OfATaskWhoseDirectoryWasMovedLeaveThePoliciesAsTheyAre) {
+    NotSound();
     (void)program_.Scan("--task one");
     std::filesystem::rename(program_.tree() / "root/cache/task/one", program_.tree() / "root/cache/task/three");
     ExpectRefused("--task one --policy other " + Fewer(), kOther);
 }
 
 TEST_F(RefusedScans, OfATaskOfWhichOnlyACopyIsLeftLeaveThePoliciesAsTheyAre) {
+    NotSound();
     (void)program_.Scan("--task one");
     std::filesystem::copy(program_.tree() / "root/cache/task/one", program_.tree() / "root/cache/task/one.bak",
                           std::filesystem::copy_options::recursive);
@@ -109,6 +111,7 @@ TEST_F(RefusedScans, OfATaskOfWhichOnlyACopyIsLeftLeaveThePoliciesAsTheyAre) {
 }
 
 TEST_F(RefusedScans, OfATaskWithACopyUnderAnotherPolicyLeaveThePoliciesAsTheyAre) {
+    NotSound();
     (void)program_.Scan("--task one.bak");
     (void)program_.Scan("--task one --policy other");
     HString const copy(program_.tree() / "root/cache/task/one.bak/ScanTask.arc");
@@ -120,6 +123,7 @@ TEST_F(RefusedScans, OfATaskWithACopyUnderAnotherPolicyLeaveThePoliciesAsTheyAre
 }
 
 TEST_F(RefusedScans, OfATaskWhoseDirectoryIsALinkLeaveThePoliciesAsTheyAre) {
+    NotSound();
     (void)program_.Scan("--task two");
     std::filesystem::create_directory(program_.tree() / "away");
     std::filesystem::create_directory_symlink(program_.tree() / "away", program_.tree() / "root/cache/task/one");
@@ -127,6 +131,7 @@ TEST_F(RefusedScans, OfATaskWhoseDirectoryIsALinkLeaveThePoliciesAsTheyAre) {
 }
 
 TEST_F(RefusedScans, WhereALinkStandsForTheTasksLeaveThePoliciesAsTheyAre) {
+    NotSound();
     (void)program_.Scan("--task two");
     std::filesystem::rename(program_.tree() / "root/cache/task", program_.tree() / "away");
     std::filesystem::create_directory_symlink(program_.tree() / "away", program_.tree() / "root/cache/task");
@@ -134,6 +139,7 @@ TEST_F(RefusedScans, WhereALinkStandsForTheTasksLeaveThePoliciesAsTheyAre) {
 }
 
 TEST_F(RefusedScans, OfATaskThatLostItsRecordLeaveItsFindingsAsTheyAre) {
+    NotSound();
     (void)program_.Scan("--task one");
     std::filesystem::remove(program_.tree() / "root/cache/task/one/ScanTask.arc");
     ExpectRefused("--task one " + Fewer(),
@@ -141,6 +147,7 @@ TEST_F(RefusedScans, OfATaskThatLostItsRecordLeaveItsFindingsAsTheyAre) {
 }
 
 TEST_F(RefusedScans, WhereDefinitionsCannotBeWrittenKeepThoseThatAreThere) {
+    NotSound();
     (void)program_.Scan("--no-task");
     std::filesystem::remove(program_.tree() / "root/config/KeywordDataLevel.arc");
     program_.tree().Write("root/config/KeywordDataLevel.arc/in the way", "");

@@ -30,6 +30,7 @@ class ScanCommands : public testing::Test {
 };
 
 TEST_F(ScanCommands, PrintSummaryAndTroublesBeforeTheErrorWhenFindingsCannotBeWritten) {
+    NotSound();
     tree_.Write("docs/large.txt", std::string(101, 'x'));
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();

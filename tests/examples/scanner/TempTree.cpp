@@ -8,8 +8,6 @@
 #include <fstream>
 #include <iterator>
 
-#include "tests/support/SoundRoot.h"
-
 TempTree::TempTree() {
     std::string pattern = std::filesystem::temp_directory_path() / "scanner_test.XXXXXX";
     char const* const made = ::mkdtemp(pattern.data());

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "tests/support/SoundRoot.h"
+
 // A directory for one test, removed with the object. Names are relative to it. A cache that is in it at
 // the end must be sound (tests/support/SoundRoot.h).
 class TempTree {

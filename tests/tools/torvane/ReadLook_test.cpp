@@ -109,6 +109,7 @@ class LookAtRecord : public ReadRoot {
 };
 
 TEST_F(LookAtRecord, WhatIsGoneWhenItIsLookedAtAgainIsBusy) {
+    NotSound();
     MakeSmallRoot();
     Look const look = First([&](torvane::RecordBytes) {
         std::filesystem::remove(TemplateStore("T1") + "/index");

@@ -59,6 +59,7 @@ TEST_P(ReadOnly, LeavesARootAsItWasThatHasNoStampNoConfigAndNoLog) {
 INSTANTIATE_TEST_SUITE_P(Calls, ReadOnly, testing::ValuesIn(EveryCall()), NameOfCall);
 
 TEST_F(LinkedStore, IsNotFollowed) {
+    NotSound();
     MakeSmallRoot();
     std::string const index = TemplateStore("T1") + "/index";
     std::filesystem::rename(index, root_ / "elsewhere");

@@ -231,6 +231,7 @@ TEST_F(WhyTool, AFingerprintRuleIsTold) {
 }
 
 TEST_F(WhyTool, DefinitionsThatAreDamagedAreTold) {
+    NotSound();
     MakeSmallRoot();
     WriteBytes(Root() + "/config/KeywordTemplate.arc", "damaged");
     auto const why = Why(File("a.txt", "a"), "T1");
