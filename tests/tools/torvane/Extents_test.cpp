@@ -48,7 +48,6 @@ class ExtentsOf : public testing::Test {
         std::vector<std::int64_t> offsets;
         std::uint64_t covered = 0;
         std::uint64_t answers = 0;
-        friend bool operator==(Outcome const&, Outcome const&) = default;
     };
     [[nodiscard]] Outcome With(std::size_t limit) const {
         torvane::IndexView const view(path_);
