@@ -19,6 +19,15 @@ class VerifyOf : public CheckedRoot {
     [[nodiscard]] std::string Index() const { return Template() + "/index"; }
     [[nodiscard]] std::string Data() const { return Template() + "/cache"; }
 
+    [[nodiscard]] std::uint64_t Next(std::uint64_t number) const {
+        return (static_cast<std::uint64_t>(SlotAt(Index(), number).next) - kHead) / 57 + 1;
+    }
+    // Of a bucket with two more slots behind it.
+    [[nodiscard]] std::uint64_t LongChain() const {
+        return FindSlot(Index(), [this](std::uint64_t number, auto const& slot) {
+            return slot.next != 0 && SlotAt(Index(), Next(number)).next != 0;
+        });
+    }
     template <class Change>
     void ChangeSlot(std::uint64_t number, Change change) {
         torvane::Slot slot = SlotAt(Index(), number);
@@ -64,6 +73,20 @@ TEST_F(VerifyOf, AnIndexShorterThanItsHead) {
 TEST_F(VerifyOf, AnIndexWithAnotherTag) {
     Flip(Index(), 3);
     EXPECT_THAT(QuickDamage(), ElementsAre("index-head"));
+}
+
+TEST_F(VerifyOf, AnIndexOfTooFewBuckets) {
+    for (char const* const count : {"\0\0\0\0", "\1\0\0\0", "\xff\xff\xff\xff", "\0\0\0\x80"}) {
+        Put(Index(), 23, std::string(count, 4));
+        EXPECT_THAT(QuickDamage(), ElementsAre("index-head"));
+    }
+}
+
+TEST_F(VerifyOf, AnIndexThatWasMadeWithTooFewBucketsIsSound) {
+    Put(Index(), 23, std::string("\1\0\0\0", 4));
+    Put(Index(), kHead, std::string(57, '\0'));
+    CutTo(Index(), kHead + 57);
+    EXPECT_THAT(QuickDamage(), IsEmpty());
 }
 
 TEST_F(VerifyOf, AnIndexWhoseTableIsCut) {
@@ -173,6 +196,47 @@ TEST_F(VerifyOf, AChainThatLeadsToAnotherBucketsKey) {
     EXPECT_THAT(QuickDamage(), ElementsAre("slot-bucket"));
 }
 
+TEST_F(VerifyOf, AChainWhoseFirstSlotIsZeroed) {
+    PutSlot(Index(), LinkedSlot(), torvane::Slot());
+    EXPECT_THAT(QuickDamage(), ElementsAre("slot-cut-off"));
+    EXPECT_EQ(Run({"compact", "--out", root_.Path() + "-out"}).status, 1);
+}
+
+TEST_F(VerifyOf, AChainThatHasLostItsLink) {
+    std::uint64_t const first = LongChain();
+    std::uint64_t const second = Next(first);
+    std::uint64_t const third = Next(second);
+    ChangeSlot(first, [](torvane::Slot& slot) { slot.next = 0; });
+    std::vector<std::uint64_t> cut_off;
+    for (auto const& item : Items(root_.Path())) {
+        if (item["kind"] == "slot-cut-off") cut_off.push_back(item["slot"]);
+    }
+    EXPECT_THAT(cut_off, testing::IsSupersetOf({second, third}));
+    EXPECT_THAT(QuickDamage(), ElementsAre("slot-cut-off"));
+}
+
+TEST_F(VerifyOf, AnAppendedSlotOfAnEmptyBucket) {
+    std::string bytes(57, '\0');
+    bytes.replace(0, 32, "900150983cd24fb0d6963f7d28e17f72");
+    bytes.replace(37, 8, std::string(8, '\xff'));
+    WriteBytes(root_ / Index(), ReadBytes(root_ / Index()).substr(0, kHead) + std::string(7 * 57, '\0') + bytes);
+    EXPECT_THAT(QuickDamage(), Contains("slot-cut-off"));
+}
+
+TEST_F(VerifyOf, EmptySlotsBehindTheTableAreOneFinding) {
+    Append(Index(), std::string(57 * 5, '\0'));
+    auto const items = Run({"verify", "--quick", "--format", "json"}).Json()["items"];
+    EXPECT_EQ(items[0]["kind"], "slot-unused");
+    EXPECT_EQ(items[0]["slot"], SlotCount(Index()) - 4);
+    EXPECT_THAT(QuickDamage(), ElementsAre("slot-unused"));
+    EXPECT_THAT(items, testing::SizeIs(2)) << items;  // the other: the repeated slots of the counts
+}
+
+TEST_F(VerifyOf, AnIndexOfAnotherBucketCount) {
+    Put(Index(), 23, std::string("\3\0\0\0", 4));
+    EXPECT_THAT(QuickDamage(), Contains("slot-bucket"));
+}
+
 // ---- records
 
 TEST_F(VerifyOf, ARecordWithANegativePlace) {
@@ -182,6 +246,17 @@ TEST_F(VerifyOf, ARecordWithANegativePlace) {
 
 TEST_F(VerifyOf, ARecordOfNegativeLength) {
     ChangeSlot(LoneSlot(), [](torvane::Slot& slot) { slot.length = -2; });
+    EXPECT_THAT(QuickDamage(), ElementsAre("record-place"));
+}
+
+// The library would answer "not matched" from either, though there was a match.
+TEST_F(VerifyOf, ARecordThatHasLostOnlyItsLength) {
+    ChangeSlot(LoneSlot(), [](torvane::Slot& slot) { slot.length = 0; });
+    EXPECT_THAT(QuickDamage(), ElementsAre("record-place"));
+}
+
+TEST_F(VerifyOf, ARecordThatHasLostOnlyItsOffset) {
+    ChangeSlot(LoneSlot(), [](torvane::Slot& slot) { slot.offset = -1; });
     EXPECT_THAT(QuickDamage(), ElementsAre("record-place"));
 }
 

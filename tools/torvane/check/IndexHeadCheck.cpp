@@ -39,6 +39,13 @@ std::optional<IndexShape> CheckIndexHead(IndexView const& index, StoreKind kind,
     IndexShape shape;
     auto const bucket_count = static_cast<std::uint64_t>(std::max(index.head()->bucket_count, 0));
     shape.has_numbers = kind == StoreKind::kTask;
+    // A count below 2 can be asked for. With it no key is ever stored, and no slot comes behind the table.
+    if (!shape.has_numbers && bucket_count < 2 && index.slots() > bucket_count) {
+        report.Damage("index-head", {{}, DLPCache::IndexHead::kBucketCountOffset},
+                      fmt::format("{} slots with a bucket count of {}", index.slots(), index.head()->bucket_count),
+                      kWhole);
+        return std::nullopt;
+    }
     shape.buckets = static_cast<std::uint32_t>(bucket_count);
     shape.slots = index.slots();
     shape.table = std::min(bucket_count, shape.slots);

@@ -47,7 +47,8 @@ int StoreRebuild::BucketCount() const {
     auto const& head = check_.index().head();
     if (check_.has_shape()) return head->bucket_count;
     if (has_numbers_) return 0;
-    bool const is_likely = head && head->bucket_count > 0 && static_cast<std::uint64_t>(head->bucket_count) <= slots_ &&
+    bool const is_likely = head && head->bucket_count >= 2 &&
+                           static_cast<std::uint64_t>(head->bucket_count) <= slots_ &&
                            head->bucket_count < DLPCache::IndexHead::kBucketCountLimit;
     if (is_likely) return head->bucket_count;
     return source_.kind == StoreKind::kTemplate ? kTemplateBuckets : kCounterBuckets;
@@ -108,7 +109,13 @@ void StoreRebuild::CarryRest() {
 
 bool StoreRebuild::FindRest() {
     bool is_any = false;
+    // A table has empty slots; behind it there are none. Of several side by side the first is named.
+    std::uint64_t const table = check_.has_shape() ? check_.shape().table : slots_;
+    bool is_hole = false;
     ForEachSlot(check_.index().file(), 1, slots_, [&](std::uint64_t number, RawSlot slot) {
+        bool const continues = is_hole;
+        is_hole = number > table && slot.IsZero();
+        if (is_hole && !continues) LeaveOut(number, "the slot is empty");
         if (IsAnswer(number) || slot.IsZero()) return;
         if (!slot.IsUsed()) return LeaveOut(number, "the slot has no key");
         if (!slot.HoldsTextKey()) return LeaveOut(number, "the key is not 32 hexadecimal digits");
@@ -157,7 +164,7 @@ std::string StoreRebuild::WhyNot(std::uint64_t number, RawSlot slot) {
     if (purpose_ == Purpose::kCompact) return "";
     if (!check_.doubtful().empty() && check_.doubtful()[number])
         return "the slot is not where its key is looked for, or the record shares bytes with another key's";
-    if (slot.IsWithoutData()) return "";
+    if (slot.SaysNoData()) return "";
     if (!slot.IsPlacePossible()) return "the record's place is none";
     std::uint64_t const end = static_cast<std::uint64_t>(slot.offset()) + static_cast<std::uint64_t>(slot.length());
     if (end > data_.size()) return "the record lies behind the end of the data file";
