@@ -365,7 +365,59 @@ TEST_F(VerifyOf, StrayFilesWhereverTheyLie) {
     }
 }
 
+TEST_F(VerifyOf, AgentsDefinitionsThatAreNoRegularFile) {
+    NotSound();
+    std::filesystem::create_directories(root_ / "config");
+    ASSERT_EQ(::mkfifo((root_ / "config/KeywordTemplate.arc").c_str(), 0600), 0);
+    EXPECT_THAT(QuickDamage(), ElementsAre("foreign"));
+    ToolResult const result = Run({"repair", "--out", root_.Path() + "-out", "--format", "json"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.Json()["items"], testing::SizeIs(1));
+    std::filesystem::remove_all(root_.Path() + "-out");
+}
+
+TEST_F(VerifyOf, AnIndexOfMoreSlotsThanCanBeCountedLeavesTheOtherStores) {
+    CutTo(std::string(kTask) + "/index", 300'000'000'000);
+    EXPECT_EQ(Run({"verify", "--quick"}).status, 3);
+    Flip(Index(), 3);
+    EXPECT_THAT(QuickDamage(), ElementsAre("index-head"));
+}
+
+TEST_F(VerifyOf, RecordsThatShareMoreThanCanBeDecoded) {
+    auto const size = static_cast<int>(ReadBytes(root_ / Data()).size());
+    int count = 0;
+    for (std::uint64_t number = 1; number <= SlotCount(Index()); ++number) {
+        if (SlotAt(Index(), number).length == 0) continue;
+        ChangeSlot(number, [&](torvane::Slot& slot) {
+            slot.offset = 0;
+            slot.length = size - count++;
+        });
+    }
+    ASSERT_GT(count, 6);
+    EXPECT_THAT(Damage(), ElementsAre("record-damaged", "record-overlap"));
+    EXPECT_THAT(Run({"verify"}).out, HasSubstr("were not decoded"));
+}
+
+TEST_F(VerifyOf, ADamagedRecordIsDamageAlsoWithoutAStamp) {
+    Remove("cache/Version.ini");
+    Put(Data(), static_cast<std::uint64_t>(SlotAt(Index(), LoneSlot()).offset), "\x01\x01");
+    EXPECT_THAT(Damage(), ElementsAre("record-damaged"));
+    auto const item = Items(root_.Path())[0];
+    EXPECT_EQ(item["file"], "cache/Version.ini");
+    EXPECT_THAT(std::string(item["lost"]), HasSubstr("everything"));
+}
+
 // ---- waste
+
+TEST_F(VerifyOf, WhatMayHaveBeenRemovedOnPurposeSaysWhatElseIsLost) {
+    Remove(std::string(kTask) + "/cache");
+    auto const lost_findings = Items(root_.Path())[0];
+    EXPECT_EQ(lost_findings["kind"], "unfinished");
+    EXPECT_THAT(std::string(lost_findings["lost"]), HasSubstr("3 findings"));
+    ToolResult const result = Run({"compact", "--out", root_.Path() + "-out"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.err, HasSubstr("repair"));
+}
 
 TEST_F(VerifyOf, ASlotThatNoChainLeadsToIsWaste) {
     std::string bytes(57, '\0');
