@@ -1,9 +1,11 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "tests/support/SoundRoot.h"
 #include "tests/tools/torvane/CheckFixture.h"
+#include "tools/torvane/check/TextCheck.h"
 
 namespace {
 
@@ -125,6 +127,13 @@ TEST_F(VerifyOf, AChainThatEndsInAnUnusedSlot) {
     std::uint64_t const last = SlotCount(Index());
     PutSlot(Index(), last, torvane::Slot());
     EXPECT_THAT(QuickDamage(), ElementsAre("slot-unused"));
+}
+
+TEST_F(VerifyOf, NumbersWhoseSlotsAreEmptyAreOneFinding) {
+    Append(std::string(kTask) + "/index", std::string(57 * 5, '\0'));
+    auto const item = Run({"verify", "--quick", "--format", "json"}).Json()["items"][0];
+    EXPECT_EQ(item["lost"], "entries 4 to 8");
+    EXPECT_THAT(Run({"verify"}).out, HasSubstr("1 place damaged"));
 }
 
 TEST_F(VerifyOf, AnotherNumberInASlot) {
@@ -405,6 +414,30 @@ TEST_F(VerifyOf, ADamagedRecordIsDamageAlsoWithoutAStamp) {
     auto const item = Items(root_.Path())[0];
     EXPECT_EQ(item["file"], "cache/Version.ini");
     EXPECT_THAT(std::string(item["lost"]), HasSubstr("everything"));
+}
+
+// Bytes that this process has read so far.
+std::uint64_t BytesRead() {
+    std::ifstream io("/proc/self/io");
+    std::string word;
+    std::uint64_t bytes = 0;
+    io >> word >> bytes;
+    return bytes;
+}
+
+TEST(CheckTextFile, ReadsLittleOfALargeFileThatIsNoArchive) {
+    TempRoot const root;
+    torvane::FindingList list;
+    torvane::ChangeWatch watch;
+    std::filesystem::create_directories(root / "text");
+    for (char const* const head : {"none", "TVAR"}) {
+        WriteBytes(root / "text/large.arc", head);
+        std::filesystem::resize_file(root / "text/large.arc", 32U << 20U);
+        std::uint64_t const before = BytesRead();
+        torvane::CheckTextFile(root.Path(), "text/large.arc", torvane::Depth::kFull, list, watch);
+        EXPECT_LT(BytesRead() - before, 1U << 20U);
+    }
+    EXPECT_EQ(list.Count(torvane::Severity::kDamage), 2U);
 }
 
 // ---- waste

@@ -11,6 +11,7 @@
 #include "host/policy/QVKConfigKeywordFormatItemVT.h"
 #include "host/policy/QVKConfigKeywordTemplateVT.h"
 #include "host/policy/QVKPolicySensitiveFileAuditVT.h"
+#include "tools/torvane/check/ArchiveLook.h"
 
 namespace torvane {
 
@@ -27,7 +28,7 @@ void CheckTable(std::string const& root, char const* name, FindingList& list, Ch
                     "the agent's definitions that belong here");
     }
     Table table;
-    int const error = table.from_file(HString(root + "/" + file));
+    int const error = MayBeArchive(root + "/" + file) ? table.from_file(HString(root + "/" + file)) : EBADMSG;
     if (error == 0 || error == ENOENT || error == ENOTDIR) return;
     Reporter const report(list, file);
     if (error != EBADMSG) return report.Unreadable(std::strerror(error));

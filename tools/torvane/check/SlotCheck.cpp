@@ -44,15 +44,18 @@ void SlotCheck::Run() {
             // Most of a table is empty: this is the way that has to be short.
             if (n > shape_.table || !slot.IsZero()) VisitText(n, slot);
         });
-        TellHole();
     }
+    TellHole();
 }
 
 void SlotCheck::VisitNumber(std::uint64_t number, RawSlot slot) {
     if (!slot.IsUsed()) {
         // Every number from 1 to the last has been written, but for slots that were made with the file.
-        if (!slot.IsZero() || number > shape_.table)
+        if (slot.IsZero()) {
+            if (number > shape_.table) VisitHole(number);
+        } else {
             report_.Damage("slot-unused", At(number), "the slot holds no number", fmt::format("entry {}", number));
+        }
         return;
     }
     if (!slot.HoldsNumber(number)) {
@@ -107,10 +110,14 @@ void SlotCheck::VisitHole(std::uint64_t number) {
 
 void SlotCheck::TellHole() {
     if (hole_length_ == 0) return;
-    report_.Damage("slot-unused", At(hole_),
-                   hole_length_ == 1 ? "the slot, behind the table, is empty"
-                                     : fmt::format("{} slots from this on, behind the table, are empty", hole_length_),
-                   "the entries that lay here, if any did");
+    bool const is_one = hole_length_ == 1;
+    std::string what = is_one ? std::string("the slot, behind the table, is empty")
+                              : fmt::format("{} slots from this on, behind the table, are empty", hole_length_);
+    std::string lost = "the entries that lay here, if any did";
+    if (shape_.has_numbers)
+        lost =
+            is_one ? fmt::format("entry {}", hole_) : fmt::format("entries {} to {}", hole_, hole_ + hole_length_ - 1);
+    report_.Damage("slot-unused", At(hole_), std::move(what), std::move(lost));
     hole_length_ = 0;
 }
 

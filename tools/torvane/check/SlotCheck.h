@@ -49,7 +49,7 @@ class SlotCheck {
     void SayUnreachable(std::uint64_t number, RawSlot slot, std::uint32_t own);
     // Why no kill can have left it; empty: one can.
     [[nodiscard]] std::string WhyCutOff(RawSlot slot, std::uint32_t own) const;
-    // Empty slots behind the table that no chain leads to; those side by side are told together.
+    // Empty slots behind the table that no chain leads to, or of numbers; those side by side are told together.
     void VisitHole(std::uint64_t number);
     void TellHole();
     void Break(std::uint32_t bucket);
