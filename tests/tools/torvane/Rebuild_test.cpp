@@ -1,3 +1,6 @@
+#include <sys/stat.h>
+
+#include <chrono>
 #include <filesystem>
 #include <map>
 
@@ -10,8 +13,12 @@
 #include "template/DLPCacheTpl.h"
 #include "tests/tools/torvane/CheckFixture.h"
 #include "text/DLPCacheText.h"
+#include "tools/torvane/ExitStatus.h"
+#include "tools/torvane/rebuild/DataWriter.h"
 
 namespace {
+
+namespace fs = std::filesystem;
 
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -167,6 +174,23 @@ TEST_F(Rebuilding, RepairBringsBackWhatABrokenLinkHid) {
     EXPECT_EQ(VerifyOut().status, 0);
 }
 
+TEST_F(Rebuilding, RepairBringsBackWhatLiesBehindAZeroedSlot) {
+    auto const before = Answers(root_.Path());
+    std::string const index = Template() + "/index";
+    PutSlot(index, LinkedSlot(), torvane::Slot());
+    ASSERT_EQ(Repair().status, 0);
+    int lost = 0;
+    for (auto const& [key, answer] : Answers(Out()))
+        lost += answer == before.at(key) ? 0 : 1;
+    EXPECT_EQ(lost, 1);
+    EXPECT_EQ(VerifyOut().status, 0);
+}
+
+TEST_F(Rebuilding, RepairNamesTheEmptySlotsBehindTheTable) {
+    Append(Template() + "/index", std::string(57 * 5, '\0'));
+    EXPECT_THAT(Repair().Json()["items"], SizeIs(1));
+}
+
 TEST_F(Rebuilding, RepairLeavesADamagedRecordOutAndSaysSo) {
     std::uint64_t const number = LoneSlot();
     Put(Template() + "/cache", static_cast<std::uint64_t>(SlotAt(Template() + "/index", number).offset), "\x01\x01");
@@ -184,6 +208,24 @@ TEST_F(Rebuilding, RepairLeavesADamagedRecordOutAndSaysSo) {
     EXPECT_EQ(VerifyOut().status, 0);
 }
 
+TEST_F(Rebuilding, RepairLeavesOutAnAnswerThatHasLostHalfOfItsPlace) {
+    auto const before = Answers(root_.Path());
+    std::string const index = Template() + "/index";
+    std::uint64_t const number = LoneSlot();
+    torvane::Slot const sound = SlotAt(index, number);
+    for (bool const is_offset_lost : {true, false}) {
+        torvane::Slot slot = sound;
+        is_offset_lost ? void(slot.offset = -1) : void(slot.length = 0);
+        PutSlot(index, number, slot);
+        auto const report = Repair().Json();
+        ASSERT_THAT(report["items"], SizeIs(1));
+        EXPECT_EQ(report["items"][0]["slot"], number);
+        for (auto const& [key, answer] : Answers(Out()))
+            EXPECT_TRUE(answer == before.at(key) || answer.code == DLPCache::kDone) << key;
+        std::filesystem::remove_all(Out());
+    }
+}
+
 TEST_F(Rebuilding, RepairKeepsTheNumbersOfFindings) {
     Flip(std::string(kTask) + "/cache", 0);
     auto const before = Answers(root_.Path());
@@ -199,6 +241,21 @@ TEST_F(Rebuilding, RepairBringsBackTheAnswersOfAnIndexWithADamagedHead) {
     Flip(Template() + "/index", 3);
     ASSERT_EQ(Repair().status, 0);
     EXPECT_EQ(Answers(Out()), before);
+}
+
+TEST_F(Rebuilding, RepairBringsBackTheAnswersOfAnIndexOfTooFewBuckets) {
+    auto const before = Answers(root_.Path());
+    for (char const* const count : {"\0\0\0\0", "\1\0\0\0", "\xff\xff\xff\xff"}) {
+        Put(Template() + "/index", 23, std::string(count, 4));
+        EXPECT_EQ(Compact().status, 1);
+        ASSERT_EQ(Repair().status, 0);
+        for (auto const& [key, answer] : Answers(Out())) {
+            // Of 7 buckets, one could not take a key.
+            bool const is_as_before = answer == before.at(key);
+            EXPECT_TRUE(is_as_before || before.at(key).code == DLPCache::kPositionUnreachable) << key;
+        }
+        std::filesystem::remove_all(Out());
+    }
 }
 
 TEST_F(Rebuilding, RepairLeavesOutBothOfTwoKeysWithOneRecord) {
@@ -227,7 +284,105 @@ TEST_F(Rebuilding, RepairMakesAStampThatKeepsTheCache) {
     EXPECT_EQ(ReadBytes(Out() + "/cache/Version.ini"), "[DLP]\ncache=4\n");
 }
 
+TEST_F(Rebuilding, RepairLeavesOutAStoreInWhichSomethingElseStandsForAFileItNeeds) {
+    std::string const counts = kCounters;
+    std::string const task = kTask;
+    auto const damage = [&](std::string const& store, std::string const& file, auto const& make) {
+        fs::copy(root_ / store, root_.Path() + "-kept", fs::copy_options::recursive);
+        Remove(store + "/" + file);
+        make(root_ / (store + "/" + file));
+        EXPECT_EQ(Repair().status, 0) << file;
+        EXPECT_EQ(VerifyOut().status, 0) << file << VerifyOut().out;
+        EXPECT_FALSE(Exists(Out() + "/" + store)) << file;
+        fs::remove_all(Out());
+        fs::remove_all(root_ / store);
+        fs::rename(root_.Path() + "-kept", root_ / store);
+    };
+    auto const link = [](std::string const& path) { fs::create_symlink("elsewhere", path); };
+    damage(counts, "1700000000", link);
+    damage(task, "ScanTask.arc", [](std::string const& path) { fs::create_directory(path); });
+    damage(Template(), "KeywordFormatItem.arc", link);
+    damage(Template(), "KeywordTemplate.arc",
+           [](std::string const& path) { ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); });
+}
+
+TEST_F(Rebuilding, RepairDoesNotBelieveATaskIndexThatSaysItHasATable) {
+    std::string const index = std::string(kTask) + "/index";
+    auto const size = ReadBytes(root_ / index).size();
+    Put(index, 23, std::string("\0\0\1\0", 4));
+    ASSERT_EQ(Repair().status, 0);
+    EXPECT_EQ(ReadBytes(Out() + "/" + index).size(), size);
+}
+
+TEST_F(Rebuilding, RepairLeavesOutAnIndexOfMoreSlotsThanCanBeCounted) {
+    CutTo(std::string(kTask) + "/index", 300'000'000'000);
+    ToolResult const result = Repair();
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.Json()["items"][0]["file"], kTask);
+    EXPECT_TRUE(Exists(Out() + "/" + Template()));
+}
+
+TEST_F(Rebuilding, RepairNamesWhatDoesNotBelongAmongTheStores) {
+    NotSound();
+    fs::create_symlink("task-1", root_ / "cache/task/task-9");
+    WriteBytes(root_ / "cache/template/file", "");
+    fs::create_directory(root_ / (std::string(kTask) + "/SnapCache"));
+    auto const items = Repair().Json()["items"];
+    std::vector<std::string> named;
+    for (auto const& item : items)
+        named.push_back(item["file"]);
+    EXPECT_THAT(named, testing::UnorderedElementsAre("cache/task/task-9", "cache/template/file",
+                                                     std::string(kTask) + "/SnapCache"));
+}
+
+TEST_F(Rebuilding, DefinitionsBehindALinkAreNotCarriedOver) {
+    fs::create_directories(root_ / "definitions");
+    fs::create_directory_symlink("definitions", root_ / "config");
+    auto const items = Repair().Json()["items"];
+    ASSERT_THAT(items, SizeIs(1));
+    EXPECT_EQ(items[0]["file"], "config");
+    fs::remove_all(Out());
+    EXPECT_EQ(Compact().status, 1);
+    EXPECT_FALSE(Exists(Out()));
+}
+
+TEST_F(Rebuilding, CompactCarriesATaskWhoseIdLooksLikeATemporaryFiles) {
+    ScanTask task;
+    task.id = "index.tmp";
+    ASSERT_EQ(task.to_file(KwLocateMgr::pins()->get_task_arc("index.tmp")), 0);
+    ASSERT_EQ(Compact().status, 0);
+    EXPECT_TRUE(Exists(Out() + "/cache/task/index.tmp/ScanTask.arc"));
+}
+
+TEST_F(Rebuilding, DefinitionsKeepTheTimeOfTheirMaking) {
+    std::string const file = Template() + "/KeywordTemplate.arc";
+    auto const made = fs::last_write_time(root_ / file) - std::chrono::hours(1000);
+    fs::last_write_time(root_ / file, made);
+    ASSERT_EQ(Compact().status, 0);
+    EXPECT_EQ(fs::last_write_time(Out() + "/" + file), made);
+}
+
 // ---- where
+
+TEST_F(Rebuilding, NoDirectoryAtAllIsRefused) {
+    EXPECT_EQ(Run({"repair", "--out", ""}).status, 2);
+}
+
+TEST_F(Rebuilding, ARefusalLeavesNothingOfThePathBehind) {
+    Flip(Template() + "/index", 3);
+    EXPECT_EQ(Run({"compact", "--out", Out() + "/a/b"}).status, 1);
+    EXPECT_FALSE(Exists(Out()));
+    fs::create_directories(Out());
+    EXPECT_EQ(Run({"compact", "--out", Out() + "/a/b"}).status, 1);
+    EXPECT_TRUE(fs::is_empty(Out()));
+}
+
+TEST_F(Rebuilding, AnEmptyDirectoryIsClosedToOthers) {
+    fs::create_directories(Out());
+    fs::permissions(Out(), fs::perms(0755));
+    ASSERT_EQ(Repair().status, 0);
+    EXPECT_EQ(fs::status(Out()).permissions(), fs::perms::owner_all);
+}
 
 TEST_F(Rebuilding, ADirectoryThatHoldsSomethingIsRefused) {
     std::filesystem::create_directories(Out());
@@ -241,6 +396,24 @@ TEST_F(Rebuilding, ADirectoryInTheSourceIsRefused) {
     EXPECT_EQ(Run({"repair", "--out", root_ / "cache/new"}).status, 2);
     EXPECT_EQ(Run({"compact", "--out", root_.Path()}).status, 2);
     EXPECT_FALSE(Exists(root_ / "cache/new"));
+}
+
+// ---- data files
+
+TEST(DataWriter, CopiesRecordsOfAnySizeOneBehindTheOther) {
+    TempRoot const root;
+    std::string bytes;
+    for (int i = 0; i < 2'500'000; ++i)
+        bytes += static_cast<char>(i % 251);
+    WriteBytes(root / "from", bytes);
+    torvane::FileView const from(root / "from");
+    torvane::DataWriter to(root / "to");
+    EXPECT_EQ(to.Append(from, 7, 100), 0);
+    EXPECT_EQ(to.Append(from, 0, bytes.size()), 100);
+    EXPECT_EQ(to.Append(from, 3, 4), 2'500'100);
+    to.Close();
+    EXPECT_TRUE(ReadBytes(root / "to") == bytes.substr(7, 100) + bytes + bytes.substr(3, 4));
+    EXPECT_THROW((void)to.Append(from, bytes.size() - 1, 2), torvane::Stop);
 }
 
 }  // namespace

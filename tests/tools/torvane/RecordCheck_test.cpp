@@ -2,6 +2,7 @@
 // sound and records that were damaged at random.
 #include <gmock/gmock.h>
 
+#include <fstream>
 #include <memory>
 
 #include "host/base/Global.h"
@@ -130,6 +131,31 @@ TEST_F(RecordsChecked, ARecordThatTheFileDoesNotHoldWholeIsNotRead) {
     torvane::FileView const file(root_ / "records");
     torvane::RecordCheck check(StoreKind::kTemplate, file);
     EXPECT_NE(check.WhyNotDecodable(0, static_cast<std::uint32_t>(bytes.size())), nullptr);
+}
+
+// Bytes that this process has read so far.
+std::uint64_t BytesRead() {
+    std::ifstream io("/proc/self/io");
+    std::string word;
+    std::uint64_t bytes = 0;
+    io >> word >> bytes;
+    return bytes;
+}
+
+TEST(RecordCheck, ReadsLittleOfRecordsInNoOrder) {
+    TempRoot const root;
+    constexpr std::uint64_t kGap = 1U << 16U;
+    std::string bytes;
+    for (int i = 0; i < 64; ++i)
+        bytes += Counts() + std::string(kGap - 16, '\0');
+    WriteBytes(root / "data", bytes);
+    torvane::FileView const data(root / "data");
+    torvane::RecordCheck check(StoreKind::kCounter, data, 4096);
+    std::uint64_t const before = BytesRead();
+    for (std::uint64_t i = 64; i-- > 0;)
+        EXPECT_EQ(check.WhyNotDecodable(i * kGap, 16), nullptr);
+    EXPECT_GT(BytesRead() - before, 64U * 16);
+    EXPECT_LT(BytesRead() - before, 64U * 8192);
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "tests/support/SoundRoot.h"
 #include "tests/tools/torvane/CheckFixture.h"
+#include "tools/torvane/check/TextCheck.h"
 
 namespace {
 
@@ -19,6 +21,15 @@ class VerifyOf : public CheckedRoot {
     [[nodiscard]] std::string Index() const { return Template() + "/index"; }
     [[nodiscard]] std::string Data() const { return Template() + "/cache"; }
 
+    [[nodiscard]] std::uint64_t Next(std::uint64_t number) const {
+        return (static_cast<std::uint64_t>(SlotAt(Index(), number).next) - kHead) / 57 + 1;
+    }
+    // Of a bucket with two more slots behind it.
+    [[nodiscard]] std::uint64_t LongChain() const {
+        return FindSlot(Index(), [this](std::uint64_t number, auto const& slot) {
+            return slot.next != 0 && SlotAt(Index(), Next(number)).next != 0;
+        });
+    }
     template <class Change>
     void ChangeSlot(std::uint64_t number, Change change) {
         torvane::Slot slot = SlotAt(Index(), number);
@@ -66,6 +77,20 @@ TEST_F(VerifyOf, AnIndexWithAnotherTag) {
     EXPECT_THAT(QuickDamage(), ElementsAre("index-head"));
 }
 
+TEST_F(VerifyOf, AnIndexOfTooFewBuckets) {
+    for (char const* const count : {"\0\0\0\0", "\1\0\0\0", "\xff\xff\xff\xff", "\0\0\0\x80"}) {
+        Put(Index(), 23, std::string(count, 4));
+        EXPECT_THAT(QuickDamage(), ElementsAre("index-head"));
+    }
+}
+
+TEST_F(VerifyOf, AnIndexThatWasMadeWithTooFewBucketsIsSound) {
+    Put(Index(), 23, std::string("\1\0\0\0", 4));
+    Put(Index(), kHead, std::string(57, '\0'));
+    CutTo(Index(), kHead + 57);
+    EXPECT_THAT(QuickDamage(), IsEmpty());
+}
+
 TEST_F(VerifyOf, AnIndexWhoseTableIsCut) {
     CutTo(Index(), kHead + 57 * 3);
     EXPECT_THAT(QuickDamage(), Contains("index-table-cut"));
@@ -102,6 +127,13 @@ TEST_F(VerifyOf, AChainThatEndsInAnUnusedSlot) {
     std::uint64_t const last = SlotCount(Index());
     PutSlot(Index(), last, torvane::Slot());
     EXPECT_THAT(QuickDamage(), ElementsAre("slot-unused"));
+}
+
+TEST_F(VerifyOf, NumbersWhoseSlotsAreEmptyAreOneFinding) {
+    Append(std::string(kTask) + "/index", std::string(57 * 5, '\0'));
+    auto const item = Run({"verify", "--quick", "--format", "json"}).Json()["items"][0];
+    EXPECT_EQ(item["lost"], "entries 4 to 8");
+    EXPECT_THAT(Run({"verify"}).out, HasSubstr("1 place damaged"));
 }
 
 TEST_F(VerifyOf, AnotherNumberInASlot) {
@@ -173,6 +205,47 @@ TEST_F(VerifyOf, AChainThatLeadsToAnotherBucketsKey) {
     EXPECT_THAT(QuickDamage(), ElementsAre("slot-bucket"));
 }
 
+TEST_F(VerifyOf, AChainWhoseFirstSlotIsZeroed) {
+    PutSlot(Index(), LinkedSlot(), torvane::Slot());
+    EXPECT_THAT(QuickDamage(), ElementsAre("slot-cut-off"));
+    EXPECT_EQ(Run({"compact", "--out", root_.Path() + "-out"}).status, 1);
+}
+
+TEST_F(VerifyOf, AChainThatHasLostItsLink) {
+    std::uint64_t const first = LongChain();
+    std::uint64_t const second = Next(first);
+    std::uint64_t const third = Next(second);
+    ChangeSlot(first, [](torvane::Slot& slot) { slot.next = 0; });
+    std::vector<std::uint64_t> cut_off;
+    for (auto const& item : Items(root_.Path())) {
+        if (item["kind"] == "slot-cut-off") cut_off.push_back(item["slot"]);
+    }
+    EXPECT_THAT(cut_off, testing::IsSupersetOf({second, third}));
+    EXPECT_THAT(QuickDamage(), ElementsAre("slot-cut-off"));
+}
+
+TEST_F(VerifyOf, AnAppendedSlotOfAnEmptyBucket) {
+    std::string bytes(57, '\0');
+    bytes.replace(0, 32, "900150983cd24fb0d6963f7d28e17f72");
+    bytes.replace(37, 8, std::string(8, '\xff'));
+    WriteBytes(root_ / Index(), ReadBytes(root_ / Index()).substr(0, kHead) + std::string(7 * 57, '\0') + bytes);
+    EXPECT_THAT(QuickDamage(), Contains("slot-cut-off"));
+}
+
+TEST_F(VerifyOf, EmptySlotsBehindTheTableAreOneFinding) {
+    Append(Index(), std::string(57 * 5, '\0'));
+    auto const items = Run({"verify", "--quick", "--format", "json"}).Json()["items"];
+    EXPECT_EQ(items[0]["kind"], "slot-unused");
+    EXPECT_EQ(items[0]["slot"], SlotCount(Index()) - 4);
+    EXPECT_THAT(QuickDamage(), ElementsAre("slot-unused"));
+    EXPECT_THAT(items, testing::SizeIs(2)) << items;  // the other: the repeated slots of the counts
+}
+
+TEST_F(VerifyOf, AnIndexOfAnotherBucketCount) {
+    Put(Index(), 23, std::string("\3\0\0\0", 4));
+    EXPECT_THAT(QuickDamage(), Contains("slot-bucket"));
+}
+
 // ---- records
 
 TEST_F(VerifyOf, ARecordWithANegativePlace) {
@@ -182,6 +255,17 @@ TEST_F(VerifyOf, ARecordWithANegativePlace) {
 
 TEST_F(VerifyOf, ARecordOfNegativeLength) {
     ChangeSlot(LoneSlot(), [](torvane::Slot& slot) { slot.length = -2; });
+    EXPECT_THAT(QuickDamage(), ElementsAre("record-place"));
+}
+
+// The library would answer "not matched" from either, though there was a match.
+TEST_F(VerifyOf, ARecordThatHasLostOnlyItsLength) {
+    ChangeSlot(LoneSlot(), [](torvane::Slot& slot) { slot.length = 0; });
+    EXPECT_THAT(QuickDamage(), ElementsAre("record-place"));
+}
+
+TEST_F(VerifyOf, ARecordThatHasLostOnlyItsOffset) {
+    ChangeSlot(LoneSlot(), [](torvane::Slot& slot) { slot.offset = -1; });
     EXPECT_THAT(QuickDamage(), ElementsAre("record-place"));
 }
 
@@ -290,7 +374,83 @@ TEST_F(VerifyOf, StrayFilesWhereverTheyLie) {
     }
 }
 
+TEST_F(VerifyOf, AgentsDefinitionsThatAreNoRegularFile) {
+    NotSound();
+    std::filesystem::create_directories(root_ / "config");
+    ASSERT_EQ(::mkfifo((root_ / "config/KeywordTemplate.arc").c_str(), 0600), 0);
+    EXPECT_THAT(QuickDamage(), ElementsAre("foreign"));
+    ToolResult const result = Run({"repair", "--out", root_.Path() + "-out", "--format", "json"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.Json()["items"], testing::SizeIs(1));
+    std::filesystem::remove_all(root_.Path() + "-out");
+}
+
+TEST_F(VerifyOf, AnIndexOfMoreSlotsThanCanBeCountedLeavesTheOtherStores) {
+    CutTo(std::string(kTask) + "/index", 300'000'000'000);
+    EXPECT_EQ(Run({"verify", "--quick"}).status, 3);
+    Flip(Index(), 3);
+    EXPECT_THAT(QuickDamage(), ElementsAre("index-head"));
+}
+
+TEST_F(VerifyOf, RecordsThatShareMoreThanCanBeDecoded) {
+    auto const size = static_cast<int>(ReadBytes(root_ / Data()).size());
+    int count = 0;
+    for (std::uint64_t number = 1; number <= SlotCount(Index()); ++number) {
+        if (SlotAt(Index(), number).length == 0) continue;
+        ChangeSlot(number, [&](torvane::Slot& slot) {
+            slot.offset = 0;
+            slot.length = size - count++;
+        });
+    }
+    ASSERT_GT(count, 6);
+    EXPECT_THAT(Damage(), ElementsAre("record-damaged", "record-overlap"));
+    EXPECT_THAT(Run({"verify"}).out, HasSubstr("were not decoded"));
+}
+
+TEST_F(VerifyOf, ADamagedRecordIsDamageAlsoWithoutAStamp) {
+    Remove("cache/Version.ini");
+    Put(Data(), static_cast<std::uint64_t>(SlotAt(Index(), LoneSlot()).offset), "\x01\x01");
+    EXPECT_THAT(Damage(), ElementsAre("record-damaged"));
+    auto const item = Items(root_.Path())[0];
+    EXPECT_EQ(item["file"], "cache/Version.ini");
+    EXPECT_THAT(std::string(item["lost"]), HasSubstr("everything"));
+}
+
+// Bytes that this process has read so far.
+std::uint64_t BytesRead() {
+    std::ifstream io("/proc/self/io");
+    std::string word;
+    std::uint64_t bytes = 0;
+    io >> word >> bytes;
+    return bytes;
+}
+
+TEST(CheckTextFile, ReadsLittleOfALargeFileThatIsNoArchive) {
+    TempRoot const root;
+    torvane::FindingList list;
+    torvane::ChangeWatch watch;
+    std::filesystem::create_directories(root / "text");
+    for (char const* const head : {"none", "TVAR"}) {
+        WriteBytes(root / "text/large.arc", head);
+        std::filesystem::resize_file(root / "text/large.arc", 32U << 20U);
+        std::uint64_t const before = BytesRead();
+        torvane::CheckTextFile(root.Path(), "text/large.arc", torvane::Depth::kFull, list, watch);
+        EXPECT_LT(BytesRead() - before, 1U << 20U);
+    }
+    EXPECT_EQ(list.Count(torvane::Severity::kDamage), 2U);
+}
+
 // ---- waste
+
+TEST_F(VerifyOf, WhatMayHaveBeenRemovedOnPurposeSaysWhatElseIsLost) {
+    Remove(std::string(kTask) + "/cache");
+    auto const lost_findings = Items(root_.Path())[0];
+    EXPECT_EQ(lost_findings["kind"], "unfinished");
+    EXPECT_THAT(std::string(lost_findings["lost"]), HasSubstr("3 findings"));
+    ToolResult const result = Run({"compact", "--out", root_.Path() + "-out"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.err, HasSubstr("repair"));
+}
 
 TEST_F(VerifyOf, ASlotThatNoChainLeadsToIsWaste) {
     std::string bytes(57, '\0');

@@ -1,5 +1,7 @@
 #include "tools/torvane/check/ConfigCheck.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstring>
 
@@ -9,6 +11,7 @@
 #include "host/policy/QVKConfigKeywordFormatItemVT.h"
 #include "host/policy/QVKConfigKeywordTemplateVT.h"
 #include "host/policy/QVKPolicySensitiveFileAuditVT.h"
+#include "tools/torvane/check/ArchiveLook.h"
 
 namespace torvane {
 
@@ -18,8 +21,14 @@ template <class Table>
 void CheckTable(std::string const& root, char const* name, FindingList& list, ChangeWatch& watch) {
     std::string const file = std::string("config/") + name;
     watch.Add(root + "/" + file);
+    struct stat status {};
+    if (::lstat((root + "/" + file).c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        return Reporter(list, file)
+            .Damage("foreign", {}, "something that is no regular file stands here",
+                    "the agent's definitions that belong here");
+    }
     Table table;
-    int const error = table.from_file(HString(root + "/" + file));
+    int const error = MayBeArchive(root + "/" + file) ? table.from_file(HString(root + "/" + file)) : EBADMSG;
     if (error == 0 || error == ENOENT || error == ENOTDIR) return;
     Reporter const report(list, file);
     if (error != EBADMSG) return report.Unreadable(std::strerror(error));

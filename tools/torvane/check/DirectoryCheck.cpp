@@ -43,6 +43,11 @@ bool DirectoryCheck::Has(std::string const& name) const {
     return std::binary_search(names_.begin(), names_.end(), name);
 }
 
+bool DirectoryCheck::IsDirectory(std::string const& name) const {
+    struct stat status {};
+    return ::lstat((root_ + "/" + Below(name)).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 bool DirectoryCheck::ExpectFile(std::string const& name) {
     return Expect(name, false);
 }

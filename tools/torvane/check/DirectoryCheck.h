@@ -17,6 +17,7 @@ class DirectoryCheck {
 
     [[nodiscard]] std::vector<std::string> const& names() const { return names_; }
     [[nodiscard]] bool Has(std::string const& name) const;
+    [[nodiscard]] bool IsDirectory(std::string const& name) const;
     [[nodiscard]] bool IsEmpty() const { return names_.empty(); }
     [[nodiscard]] std::string const& name() const { return name_; }
 

@@ -43,28 +43,22 @@ void FindingList::Append(FindingList&& other) {
 }
 
 void FindingList::TellAsUnfinished(bool (*is_meant)(Finding const&)) {
-    std::uint64_t damage = 0;
     for (Finding& finding : kept_) {
-        if (finding.severity != Severity::kDamage) continue;
-        if (!is_meant(finding)) {
-            ++damage;
-            continue;
-        }
+        if (finding.severity != Severity::kDamage || !is_meant(finding)) continue;
+        --counts_[static_cast<std::size_t>(Severity::kDamage)];
+        ++counts_[static_cast<std::size_t>(Severity::kWaste)];
         finding.severity = Severity::kWaste;
         finding.kind = "unfinished";
         finding.lost.clear();
     }
-    std::uint64_t& counted = counts_[static_cast<std::size_t>(Severity::kDamage)];
-    counts_[static_cast<std::size_t>(Severity::kWaste)] += counted - damage;
-    counted = damage;
 }
 
 void Reporter::Damage(char const* kind, Place place, std::string what, std::string lost) const {
     list_.Add({Severity::kDamage, kind, file_, place.slot, place.offset, std::move(what), std::move(lost), 0});
 }
 
-void Reporter::Waste(char const* kind, Place place, std::string what, std::uint64_t wasted) const {
-    list_.Add({Severity::kWaste, kind, file_, place.slot, place.offset, std::move(what), "", wasted});
+void Reporter::Waste(char const* kind, Place place, std::string what, std::uint64_t wasted, std::string lost) const {
+    list_.Add({Severity::kWaste, kind, file_, place.slot, place.offset, std::move(what), std::move(lost), wasted});
 }
 
 void Reporter::Unreadable(std::string what) const {

@@ -38,7 +38,7 @@ class FindingList {
 
     void Add(Finding finding);
     void Append(FindingList&& other);
-    // Makes damage for which `is_meant` holds, and what was counted but not kept, something unfinished.
+    // Makes damage for which `is_meant` holds something unfinished.
     void TellAsUnfinished(bool (*is_meant)(Finding const&));
 
     [[nodiscard]] std::uint64_t Count(Severity severity) const { return counts_[static_cast<std::size_t>(severity)]; }
@@ -64,7 +64,8 @@ class Reporter {
         std::optional<std::int64_t> offset = std::nullopt;
     };
     void Damage(char const* kind, Place place, std::string what, std::string lost) const;
-    void Waste(char const* kind, Place place, std::string what, std::uint64_t wasted) const;
+    // `lost`: when it may be something else than a process that was killed that has left it so.
+    void Waste(char const* kind, Place place, std::string what, std::uint64_t wasted, std::string lost = "") const;
     void Unreadable(std::string what) const;
     [[nodiscard]] std::string const& file() const { return file_; }
 

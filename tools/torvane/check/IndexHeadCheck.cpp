@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "tools/torvane/ExitStatus.h"
-
 namespace torvane {
 
 namespace {
@@ -26,6 +24,10 @@ void CheckLength(IndexView const& index, IndexShape const& shape, std::uint64_t 
 
 }  // namespace
 
+bool HasTooManySlots(IndexView const& index) {
+    return index.slots() >= std::numeric_limits<std::uint32_t>::max();
+}
+
 std::optional<IndexShape> CheckIndexHead(IndexView const& index, StoreKind kind, Reporter const& report) {
     if (!index.head()) {
         report.Damage("index-short", {{}, 0}, fmt::format("{} bytes, fewer than a head has", index.file().size()),
@@ -36,14 +38,23 @@ std::optional<IndexShape> CheckIndexHead(IndexView const& index, StoreKind kind,
         report.Damage("index-head", {{}, 0}, "the head is not that of an index", kWhole);
         return std::nullopt;
     }
+    if (HasTooManySlots(index)) {
+        report.Unreadable("more slots than this version can check");
+        return std::nullopt;
+    }
     IndexShape shape;
     auto const bucket_count = static_cast<std::uint64_t>(std::max(index.head()->bucket_count, 0));
     shape.has_numbers = kind == StoreKind::kTask;
+    // A count below 2 can be asked for. With it no key is ever stored, and no slot comes behind the table.
+    if (!shape.has_numbers && bucket_count < 2 && index.slots() > bucket_count) {
+        report.Damage("index-head", {{}, DLPCache::IndexHead::kBucketCountOffset},
+                      fmt::format("{} slots with a bucket count of {}", index.slots(), index.head()->bucket_count),
+                      kWhole);
+        return std::nullopt;
+    }
     shape.buckets = static_cast<std::uint32_t>(bucket_count);
     shape.slots = index.slots();
     shape.table = std::min(bucket_count, shape.slots);
-    if (shape.slots >= std::numeric_limits<std::uint32_t>::max())
-        throw Stop(ExitStatus::kUnknownFormat, index.file().path() + ": more slots than this version can check");
     CheckLength(index, shape, bucket_count, report);
     return shape;
 }

@@ -17,6 +17,9 @@ struct IndexShape {
     std::uint64_t slots = 0;    // whole ones
 };
 
+// Slots are counted in 32 bits: an index with more of them is not looked at.
+[[nodiscard]] bool HasTooManySlots(IndexView const& index);
+
 // Checks head and length of an index that is there. Nothing when its head is none, and the slots mean nothing.
 [[nodiscard]] std::optional<IndexShape> CheckIndexHead(IndexView const& index, StoreKind kind, Reporter const& report);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -13,7 +14,10 @@ namespace torvane {
 // decodable, which the library takes for an empty one otherwise. One object, one thread. Throws Stop(kIo).
 class RecordCheck {
   public:
-    RecordCheck(StoreKind kind, FileView const& data) : kind_(kind), cursor_(data) {}
+    static constexpr std::size_t kWindow = std::size_t{1} << 20U;  // for records in file order
+
+    RecordCheck(StoreKind kind, FileView const& data, std::size_t window = kWindow)
+        : kind_(kind), cursor_(data, window) {}
 
     // Why the record at this place would not be given back; null when it would.
     [[nodiscard]] char const* WhyNotDecodable(std::uint64_t offset, std::uint32_t length);

@@ -1,17 +1,13 @@
 #include "tools/torvane/check/RecordCursor.h"
 
+#include <algorithm>
+
 namespace torvane {
-
-namespace {
-
-constexpr std::size_t kWindow = std::size_t{1} << 20U;
-
-}  // namespace
 
 std::uint8_t const* RecordCursor::Take(std::size_t length) {
     if (length > left() || length > kMostAtOnce) return nullptr;
     if (at_ < window_at_ || at_ + length > window_at_ + window_length_) {
-        window_.resize(kWindow);
+        window_.resize(std::max(least_, length));
         window_at_ = at_;
         window_length_ = file_.ReadAt(at_, window_);
         if (window_length_ < length) return nullptr;

@@ -9,13 +9,14 @@
 
 namespace torvane {
 
-// Goes through the bytes of records in a file, of any size, with 1 MiB of memory; records in file order cost few reads.
+// Goes through the bytes of records in a file, of any size, with little memory; records in file order cost few reads.
 // Nothing is given that lies outside the record. One object, one thread. Throws Stop(kIo).
 class RecordCursor {
   public:
     static constexpr std::size_t kMostAtOnce = std::size_t{1} << 17U;  // bytes that Take can give
 
-    explicit RecordCursor(FileView const& file) : file_(file) {}
+    // `window`: bytes that are read at once; for records in no order, about as many as one has.
+    RecordCursor(FileView const& file, std::size_t window) : file_(file), least_(window) {}
 
     void Begin(std::uint64_t offset, std::uint64_t length) {
         at_ = offset;
@@ -36,6 +37,7 @@ class RecordCursor {
 
   private:
     FileView const& file_;
+    std::size_t least_;
     std::uint64_t at_ = 0;
     std::uint64_t end_ = 0;
     std::vector<std::uint8_t> window_;

@@ -1,8 +1,11 @@
 #include "tools/torvane/check/RootCheck.h"
 
+#include <algorithm>
 #include <chrono>
 #include <deque>
 #include <future>
+#include <iterator>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -22,9 +25,13 @@ constexpr int kLooks = 4;  // the first and three more
 constexpr std::chrono::milliseconds kPause(20);
 constexpr std::size_t kAtOnce = 2;  // stores; each takes its share of the memory
 
-// Whether what is damaged is the library's, and not the stamp that tells it to wipe the rest.
-bool IsWipedAtStart(Finding const& finding) {
-    return finding.file.starts_with("cache/") && finding.file != "cache/Version.ini";
+// What a wipe that was killed leaves: files that are missing, in any order.
+constexpr std::string_view kWiped[] = {"index-missing", "data-missing", "snapshot-other", "task-record-missing",
+                                       "marker-missing"};
+
+bool IsLeftByAWipe(Finding const& finding) {
+    return finding.file.starts_with("cache/") &&
+           std::find(std::begin(kWiped), std::end(kWiped), finding.kind) != std::end(kWiped);
 }
 
 void LookOnce(FindingList& list, std::string const& file, ChangeWatch& watch,
@@ -69,7 +76,7 @@ void RootCheck::Look(std::string const& file, std::function<void(FindingList&, C
 
 void RootCheck::Tell(FindingList&& list) const {
     // Wiping goes in no order: without a stamp there may be any part of what there was, and the rest goes as well.
-    if (!root_.stamp().contains("cache")) list.TellAsUnfinished(IsWipedAtStart);
+    if (!root_.stamp().contains("cache")) list.TellAsUnfinished(IsLeftByAWipe);
     listener_.found(std::move(list));
 }
 

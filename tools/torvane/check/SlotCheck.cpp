@@ -45,13 +45,17 @@ void SlotCheck::Run() {
             if (n > shape_.table || !slot.IsZero()) VisitText(n, slot);
         });
     }
+    TellHole();
 }
 
 void SlotCheck::VisitNumber(std::uint64_t number, RawSlot slot) {
     if (!slot.IsUsed()) {
         // Every number from 1 to the last has been written, but for slots that were made with the file.
-        if (!slot.IsZero() || number > shape_.table)
+        if (slot.IsZero()) {
+            if (number > shape_.table) VisitHole(number);
+        } else {
             report_.Damage("slot-unused", At(number), "the slot holds no number", fmt::format("entry {}", number));
+        }
         return;
     }
     if (!slot.HoldsNumber(number)) {
@@ -75,7 +79,7 @@ void SlotCheck::VisitText(std::uint64_t number, RawSlot slot) {
     std::uint32_t const chain = ChainOf(number, own);
     answers()[number] = false;  // what it said until now was that a chain leads here
     if (!is_key) report_.Damage("slot-key", At(number), "the key is not 32 hexadecimal digits", "one entry");
-    bool const is_in_place = is_key && IsInPlace(number, own, chain);
+    bool const is_in_place = is_key && IsInPlace(number, slot, own, chain);
     FollowLink(number, slot, chain);
     if (!IsRecordInside(number, slot) || !is_in_place) return;
     answers()[number] = true;
@@ -86,11 +90,35 @@ void SlotCheck::VisitUnused(std::uint64_t number, RawSlot slot) {
     bool const is_linked = answers()[number];
     (void)ChainOf(number, 0);
     answers()[number] = false;
-    if (number > shape_.table && !is_linked && slot.IsZero()) return SayUnreachable(number, 0);
+    if (number > shape_.table && !is_linked && slot.IsZero()) return VisitHole(number);
     report_.Damage("slot-unused", At(number),
                    slot.IsZero() ? "a chain leads to an unused slot" : "the slot has no key but is not empty",
                    "the entry that lay here and those behind it in its chain");
-    if (broken_.size() < kMostBroken && number < shape_.buckets) broken_.insert(static_cast<std::uint32_t>(number));
+    if (number < shape_.buckets) Break(static_cast<std::uint32_t>(number));
+}
+
+// The library appends no slot without a key.
+void SlotCheck::VisitHole(std::uint64_t number) {
+    if (hole_length_ != 0 && hole_ + hole_length_ == number) {
+        ++hole_length_;
+        return;
+    }
+    TellHole();
+    hole_ = number;
+    hole_length_ = 1;
+}
+
+void SlotCheck::TellHole() {
+    if (hole_length_ == 0) return;
+    bool const is_one = hole_length_ == 1;
+    std::string what = is_one ? std::string("the slot, behind the table, is empty")
+                              : fmt::format("{} slots from this on, behind the table, are empty", hole_length_);
+    std::string lost = "the entries that lay here, if any did";
+    if (shape_.has_numbers)
+        lost =
+            is_one ? fmt::format("entry {}", hole_) : fmt::format("entries {} to {}", hole_, hole_ + hole_length_ - 1);
+    report_.Damage("slot-unused", At(hole_), std::move(what), std::move(lost));
+    hole_length_ = 0;
 }
 
 std::uint32_t SlotCheck::ChainOf(std::uint64_t number, std::uint32_t own) {
@@ -99,9 +127,9 @@ std::uint32_t SlotCheck::ChainOf(std::uint64_t number, std::uint32_t own) {
     return chains_.Arrive(number).value_or(own);
 }
 
-bool SlotCheck::IsInPlace(std::uint64_t number, std::uint32_t own, std::uint32_t chain) {
+bool SlotCheck::IsInPlace(std::uint64_t number, RawSlot slot, std::uint32_t own, std::uint32_t chain) {
     if (chain == 0 && number > shape_.table) {
-        SayUnreachable(number, own);
+        SayUnreachable(number, slot, own);
         return false;
     }
     if (own == chain && own != 0) return true;
@@ -112,17 +140,32 @@ bool SlotCheck::IsInPlace(std::uint64_t number, std::uint32_t own, std::uint32_t
     return false;
 }
 
-void SlotCheck::SayUnreachable(std::uint64_t number, std::uint32_t own) {
-    if (broken_.contains(own) && own != 0) {
-        report_.Damage("slot-cut-off", At(number), fmt::format("the chain of bucket {} breaks off before it", own),
-                       "one entry, which repair brings back");
-        return;
-    }
-    report_.Waste("unreachable-slot", At(number), "no chain leads to the slot", DLPCache::IndexKey::kSize);
+// All that a kill leaves is a slot that was appended and not linked yet, to the chain of a bucket in use.
+std::string SlotCheck::WhyCutOff(RawSlot slot, std::uint32_t own) const {
+    if (own == 0) return "no chain leads to the slot, and none can: its key falls into bucket 0";
+    Slot first;
+    if (own <= shape_.table && (!index_.Peek(own, first) || !IndexView::IsUsed(first)))
+        return fmt::format("no chain leads to the slot: the first one of bucket {} is empty", own);
+    if (slot.next() != 0) return fmt::format("no chain leads to the slot, but on from it: bucket {} has lost it", own);
+    if (broken_.contains(own)) return fmt::format("the chain of bucket {} breaks off before it", own);
+    return "";
+}
+
+void SlotCheck::SayUnreachable(std::uint64_t number, RawSlot slot, std::uint32_t own) {
+    std::string why = WhyCutOff(slot, own);
+    if (why.empty())
+        return report_.Waste("unreachable-slot", At(number), "no chain leads to the slot", DLPCache::IndexKey::kSize);
+    if (own != 0) Break(own);
+    report_.Damage("slot-cut-off", At(number), std::move(why),
+                   own != 0 ? "one entry, which repair brings back" : "one entry");
+}
+
+void SlotCheck::Break(std::uint32_t bucket) {
+    if (broken_.size() < kMostBroken) broken_.insert(bucket);
 }
 
 void SlotCheck::Broken(char const* kind, std::uint64_t number, std::uint32_t chain, std::string what) {
-    if (broken_.size() < kMostBroken) broken_.insert(chain);
+    Break(chain);
     report_.Damage(kind, At(number), std::move(what), "the entries behind it in its chain");
 }
 
@@ -150,7 +193,7 @@ void SlotCheck::FollowLink(std::uint64_t number, RawSlot slot, std::uint32_t cha
 }
 
 bool SlotCheck::IsRecordInside(std::uint64_t number, RawSlot slot) {
-    if (slot.IsWithoutData()) return true;
+    if (slot.SaysNoData()) return true;
     if (!slot.IsPlacePossible()) {
         report_.Damage("record-place", At(number),
                        fmt::format("{} bytes at {} are no record's place", slot.length(), slot.offset()), "one entry");

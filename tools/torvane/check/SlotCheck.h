@@ -41,11 +41,18 @@ class SlotCheck {
     // The bucket whose chain the slot belongs to; 0: none. `own`: that of its key, or 0.
     [[nodiscard]] std::uint32_t ChainOf(std::uint64_t number, std::uint32_t own);
     // Whether the slot lies where its key is looked for.
-    [[nodiscard]] bool IsInPlace(std::uint64_t number, std::uint32_t own, std::uint32_t chain);
+    [[nodiscard]] bool IsInPlace(std::uint64_t number, RawSlot slot, std::uint32_t own, std::uint32_t chain);
     void FollowLink(std::uint64_t number, RawSlot slot, std::uint32_t chain);
     [[nodiscard]] bool IsRecordInside(std::uint64_t number, RawSlot slot);
     void Broken(char const* kind, std::uint64_t number, std::uint32_t chain, std::string what);
-    void SayUnreachable(std::uint64_t number, std::uint32_t own);
+    // Of a slot that no chain leads to.
+    void SayUnreachable(std::uint64_t number, RawSlot slot, std::uint32_t own);
+    // Why no kill can have left it; empty: one can.
+    [[nodiscard]] std::string WhyCutOff(RawSlot slot, std::uint32_t own) const;
+    // Empty slots behind the table that no chain leads to, or of numbers; those side by side are told together.
+    void VisitHole(std::uint64_t number);
+    void TellHole();
+    void Break(std::uint32_t bucket);
     [[nodiscard]] static Reporter::Place At(std::uint64_t number);
 
     IndexView const& index_;
@@ -59,6 +66,8 @@ class SlotCheck {
     std::set<std::uint32_t> broken_;  // buckets with a bad link, the first thousands of them
     std::vector<bool> misplaced_;
     std::uint64_t without_file_ = 0;
+    std::uint64_t hole_ = 0;  // its first slot
+    std::uint64_t hole_length_ = 0;
 };
 
 }  // namespace torvane

@@ -31,7 +31,9 @@ class RawSlot {
     [[nodiscard]] std::int64_t next() const { return Load<long long>(DLPCache::IndexKey::kNextOffset); }
     // As the library judges it: the key is there, without a record.
     [[nodiscard]] bool IsWithoutData() const { return length() == 0 || offset() == -1; }
-    [[nodiscard]] bool IsPlacePossible() const { return IsWithoutData() || (offset() >= 0 && length() > 0); }
+    // As the library writes it: either half alone is damage, after which it takes the record for missing.
+    [[nodiscard]] bool SaysNoData() const { return length() == 0 && offset() == -1; }
+    [[nodiscard]] bool IsPlacePossible() const { return SaysNoData() || (offset() >= 0 && length() > 0); }
 
     // 32 lower-case hexadecimal digits and their end.
     [[nodiscard]] bool HoldsTextKey() const;

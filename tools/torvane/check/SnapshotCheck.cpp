@@ -9,6 +9,7 @@
 #include "host/policy/QVKConfigKeywordDataLevelVT.h"
 #include "host/policy/QVKConfigKeywordFormatItemVT.h"
 #include "host/policy/QVKConfigKeywordTemplateVT.h"
+#include "tools/torvane/check/ArchiveLook.h"
 
 namespace torvane {
 
@@ -23,7 +24,7 @@ bool CheckTable(std::string const& root, DirectoryCheck& directory, char const* 
     std::string const file = directory.name() + "/" + name;
     watch.Add(root + "/" + file);
     Table table;
-    int const error = table.from_file(HString(root + "/" + file));
+    int const error = MayBeArchive(root + "/" + file) ? table.from_file(HString(root + "/" + file)) : EBADMSG;
     if (error == 0 || error == ENOENT) return true;
     Reporter const report(list, file);
     if (error != EBADMSG) return report.Unreadable(std::strerror(error)), false;

@@ -19,6 +19,40 @@ IndexView Watched(StorePlace const& place, ChangeWatch& watch) {
     return IndexView(place.IndexPath());
 }
 
+// Decodes records in file order; but no more than several times what the file has, since records that share bytes could
+// make that any number.
+class BoundedCheck {
+  public:
+    BoundedCheck(StoreKind kind, FileView const& data) : records_(kind, data), left_(kMostTimes * data.size()) {}
+
+    // Whether it can be asked about this one.
+    [[nodiscard]] bool Looks(Extent const& extent) {
+        if (IsLast(extent) || extent.length <= left_) return true;
+        ++skipped_;
+        return false;
+    }
+    [[nodiscard]] char const* WhyNotDecodable(Extent const& extent) {
+        if (IsLast(extent)) return why_;
+        left_ -= extent.length;
+        last_ = extent;
+        return why_ = records_.WhyNotDecodable(static_cast<std::uint64_t>(extent.offset), extent.length);
+    }
+    [[nodiscard]] std::uint64_t skipped() const { return skipped_; }
+
+  private:
+    static constexpr std::uint64_t kMostTimes = 4;
+
+    [[nodiscard]] bool IsLast(Extent const& extent) const {
+        return extent.offset == last_.offset && extent.length == last_.length;
+    }
+
+    RecordCheck records_;
+    std::uint64_t left_;
+    Extent last_;  // none: it has no length
+    char const* why_ = nullptr;
+    std::uint64_t skipped_ = 0;
+};
+
 }  // namespace
 
 StoreCheck::StoreCheck(StorePlace const& place, std::string directory, Depth depth, FindingList& list,
@@ -68,7 +102,8 @@ void StoreCheck::CheckOrphan() {
     std::string const what = fmt::format("{} bytes of records without an index", data.size());
     // The index of found-times is the first to be deleted with its directory, and what belongs to a task goes in no
     // order. Of a template's cache the definitions go first.
-    if (place_.kind != StoreKind::kTemplate) return data_report_.Waste("unfinished", {}, what, data.size());
+    if (place_.kind != StoreKind::kTemplate)
+        return data_report_.Waste("unfinished", {}, what, data.size(), "every entry, unless they were being removed");
     data_report_.Damage("index-missing", {}, what, "every entry of this store");
 }
 
@@ -86,14 +121,20 @@ void StoreCheck::CheckRecords(SlotCheck& slots) {
         Doubt(extent.slot);
         Doubt(other.slot);
     });
-    RecordCheck records(place_.kind, data);
+    BoundedCheck records(place_.kind, data);
     slots.extents().ForEachByOffset(data.size(), [&](Extent const& extent) {
         all.Visit(extent);
         if (depth_ == Depth::kQuick) return;
-        char const* const why = records.WhyNotDecodable(static_cast<std::uint64_t>(extent.offset), extent.length);
+        if (!records.Looks(extent)) return Doubt(extent.slot);
+        char const* const why = records.WhyNotDecodable(extent);
         if (why == nullptr) return decodable.Visit(extent);
         data_report_.Damage("record-damaged", {extent.slot, extent.offset}, why, "one entry");
     });
+    if (records.skipped() != 0) {
+        data_report_.Damage("record-overlap", {},
+                            fmt::format("so many bytes are shared that {} records were not decoded", records.skipped()),
+                            fmt::format("up to {} entries", records.skipped()));
+    }
     if (data.size() <= all.covered()) return;
     std::uint64_t const dead = data.size() - all.covered();
     data_report_.Waste("dead-bytes", {}, fmt::format("{} bytes belong to no record that is answered", dead), dead);
@@ -101,8 +142,9 @@ void StoreCheck::CheckRecords(SlotCheck& slots) {
 
 void StoreCheck::TellMissingData(FileView const& data, std::uint64_t entries) {
     if (place_.kind == StoreKind::kTask && data.state() == FileView::State::kMissing) {
-        return data_report_.Waste(
-            "unfinished", {}, fmt::format("a half removed task: the data file of its {} findings is gone", entries), 0);
+        return data_report_.Waste("unfinished", {},
+                                  fmt::format("a half removed task: the data file of its {} findings is gone", entries),
+                                  0, fmt::format("{} findings, unless the task was being removed", entries));
     }
     data_report_.Damage("data-missing", {}, "there is no data file", fmt::format("{} entries", entries));
 }

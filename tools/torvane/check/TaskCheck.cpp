@@ -3,6 +3,7 @@
 
 #include "host/policy/KwArchivePath.h"
 #include "host/policy/ScanTask.h"
+#include "tools/torvane/check/ArchiveLook.h"
 #include "tools/torvane/check/DirectoryCheck.h"
 #include "tools/torvane/check/SnapshotCheck.h"
 #include "tools/torvane/check/StoresCheck.h"
@@ -21,7 +22,8 @@ void CheckRecordFile(StoreLook const& look, DirectoryCheck& directory) {
     if (!directory.ExpectFile(kRecord)) return;
     look.watch.Add(look.root.root() + "/" + file);
     ScanTask task;
-    int const error = task.from_file(HString(look.root.root() + "/" + file));
+    int const error =
+        MayBeArchive(look.root.root() + "/" + file) ? task.from_file(HString(look.root.root() + "/" + file)) : EBADMSG;
     if (error == ENOENT) return;
     if (error == EBADMSG)
         return report.Damage("task-record-damaged", {}, "the task's record cannot be decoded", "the task");

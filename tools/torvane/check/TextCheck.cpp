@@ -8,6 +8,7 @@
 #include "host/policy/KwIdName.h"
 #include "host/policy/QVKKeywordText.h"
 #include "tools/torvane/cache/CacheRoot.h"
+#include "tools/torvane/check/ArchiveLook.h"
 #include "tools/torvane/check/DirectoryCheck.h"
 
 namespace torvane {
@@ -31,7 +32,7 @@ void CheckTextFile(std::string const& root, std::string const& file, Depth depth
     if (!IsText(path)) return TellUnexpectedEntry(root, file, list);
     if (depth == Depth::kQuick) return;
     QVKKeywordText text;
-    int const error = text.from_file(HString(path));
+    int const error = MayBeArchive(path) ? text.from_file(HString(path)) : EBADMSG;
     if (error == 0 || error == ENOENT) return;
     Reporter const report(list, file);
     if (error != EBADMSG) return report.Unreadable(std::strerror(error));

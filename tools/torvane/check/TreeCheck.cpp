@@ -17,7 +17,8 @@ void CheckIds(std::string const& root, std::string const& name, FindingList& lis
     DirectoryCheck directory(root, name, list, watch);
     for (std::string const& entry : directory.names()) {
         HString id;
-        if (IsTemporaryName(entry)) continue;
+        // An id may look like one.
+        if (IsTemporaryName(entry) && !directory.IsDirectory(entry)) continue;
         if (Varnok::FileNameToId(HString(entry), id)) directory.ExpectDirectory(entry);
     }
     directory.TellRest();

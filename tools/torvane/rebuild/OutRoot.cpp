@@ -1,5 +1,7 @@
 #include "tools/torvane/rebuild/OutRoot.h"
 
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <system_error>
 
@@ -17,8 +19,19 @@ bool IsBelowOrSame(fs::path const& path, fs::path const& directory) {
     return !relative.empty() && *relative.begin() != "..";
 }
 
+constexpr mode_t kMode = 0700;
+
+// Of the directories on the way to `path`, the first that is not there.
+fs::path FirstMissing(fs::path path) {
+    std::error_code error;
+    while (path.has_relative_path() && !fs::exists(path.parent_path(), error))
+        path = path.parent_path();
+    return path;
+}
+
 // With every link on the way resolved, as far as the path exists.
 fs::path Resolved(std::string const& path) {
+    if (path.empty()) throw Stop(ExitStatus::kUsage, "--out names no directory");
     std::error_code error;
     fs::path resolved = fs::weakly_canonical(fs::absolute(path), error);
     if (error) throw Stop(ExitStatus::kIo, "cannot look at " + path + ": " + error.message());
@@ -40,7 +53,9 @@ OutRoot::OutRoot(std::string const& path, std::string const& source) : path_(Res
         if (error) throw Stop(ExitStatus::kIo, "cannot look into " + path + ": " + error.message());
         if (!is_empty) throw Stop(ExitStatus::kUsage, "--out " + path + " is not empty");
     }
-    if (!Varnok::MakeDir(HString(path_))) throw Stop(ExitStatus::kIo, "cannot make " + path);
+    first_made_ = FirstMissing(path_);
+    if (!Varnok::MakeDir(HString(path_)) || ::chmod(path_.c_str(), kMode) != 0)
+        throw Stop(ExitStatus::kIo, "cannot make " + path);
 }
 
 OutRoot::~OutRoot() {
@@ -48,6 +63,9 @@ OutRoot::~OutRoot() {
     std::error_code ignored;
     if (!was_there_) {
         fs::remove_all(path_, ignored);
+        // Those above it that were made for it, unless something else has come into them.
+        for (fs::path above = path_; above != first_made_ && !ignored; fs::remove(above, ignored))
+            above = above.parent_path();
         return;
     }
     for (fs::directory_iterator entry(path_, ignored), end; !ignored && entry != end; entry.increment(ignored)) {

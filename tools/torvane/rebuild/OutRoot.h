@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 
 namespace torvane {
@@ -20,6 +21,7 @@ class OutRoot {
 
   private:
     std::string path_;
+    std::filesystem::path first_made_;
     bool was_there_ = false;
     bool keep_ = false;
 };

@@ -16,6 +16,7 @@
 #include "tools/torvane/check/CountsVersion.h"
 #include "tools/torvane/check/StoresCheck.h"
 #include "tools/torvane/check/TextCheck.h"
+#include "tools/torvane/check/TreeCheck.h"
 #include "tools/torvane/rebuild/FileCopy.h"
 #include "tools/torvane/rebuild/StoreFiles.h"
 
@@ -46,6 +47,11 @@ bool IsMissing(std::string const& path) {
     return ::lstat(path.c_str(), &status) != 0 && errno == ENOENT;
 }
 
+bool IsNoDirectory(std::string const& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
+}
+
 // As it is by now.
 StorePlace UpToDate(StorePlace place) {
     if (place.kind == StoreKind::kCounter) place.version = CountsVersion(place.directory);
@@ -66,6 +72,7 @@ RootRebuild::RootRebuild(Purpose purpose, CacheRoot const& source, std::string o
 
 void RootRebuild::Run() {
     MakeDirectory(out_ + "/cache");
+    TellTree();
     std::vector<StorePlace> const places = source_.Stores();
     for (std::size_t i = 0; i < places.size(); ++i) {
         listener_.progress(i, places.size(), places[i].Name());
@@ -73,6 +80,22 @@ void RootRebuild::Run() {
     }
     CarryAgentsFiles();
     CarryStamp();
+}
+
+// What does not belong among the stores' directories is not carried over.
+void RootRebuild::TellTree() {
+    FindingList found;
+    ChangeWatch unwatched;
+    std::string const& root = source_.root();
+    CheckTop(root, found, unwatched);
+    CheckCountersTop(root, found, unwatched);
+    for (char const* const name : {"cache/template", "cache/task", "cache/sensrecord/1"})
+        CheckIds(root, name, found, unwatched);
+    for (std::string const& id : NamesIn(root + "/cache/template"))
+        CheckIds(root, "cache/template/" + id, found, unwatched);
+    Carried carried;
+    TellFiles(found, carried);
+    listener_.carried(carried);
 }
 
 void RootRebuild::CarryStore(StorePlace const& place) {
@@ -93,6 +116,10 @@ bool RootRebuild::TryStore(StorePlace const& place, std::string const& name, Car
     if (IsMissing(place.directory)) return true;  // removed since it was listed
     CheckStore({source_, place, Depth::kQuick, found, watch});
     if (watch.HasChanged()) return false;
+    if (HasTooManySlots(IndexView(place.IndexPath()))) {
+        carried.LeaveOut({name, std::nullopt, "its index has more slots than this version can check"});
+        return !watch.MayHaveChanged();
+    }
     RequireReadable(found);
     StoreFiles const files = FilesToCarry(place, name, found);
     TellFiles(found, carried);
@@ -104,7 +131,11 @@ bool RootRebuild::TryStore(StorePlace const& place, std::string const& name, Car
     MakeDirectory(directory);
     auto const copy = [&](std::string const& file) {
         watch.Add(place.directory + "/" + file);
-        if (CopyFile(place.directory + "/" + file, directory + "/" + file)) ++carried.files;
+        if (CopyFile(place.directory + "/" + file, directory + "/" + file)) {
+            ++carried.files;
+        } else if (!IsMissing(place.directory + "/" + file)) {
+            carried.LeaveOut({name + "/" + file, std::nullopt, "no regular file"});
+        }
     };
     for (std::string const& file : files.first)
         copy(file);
@@ -146,17 +177,24 @@ void RootRebuild::CarryAgentsFiles() {
     ChangeWatch unwatched;
     if (purpose_ == Purpose::kRepair) CheckConfig(source_.root(), damaged, unwatched);
     RequireReadable(damaged);
-    auto const is_damaged = [&](std::string const& name) {
-        auto const& found = damaged.kept();
-        return std::any_of(found.begin(), found.end(), [&](Finding const& finding) { return finding.file == name; });
+    auto const why_not = [&](std::string const& name) {
+        for (Finding const& finding : damaged.kept()) {
+            if (finding.file == name) return finding.what;
+        }
+        return std::string();
     };
     for (std::string const directory : {"config", "ini"}) {
         Carried carried;
+        if (IsNoDirectory(source_.root() + "/" + directory)) {
+            if (purpose_ == Purpose::kCompact)
+                throw Stop(ExitStatus::kNo, source_.root() + "/" + directory + " is no directory: not carried over");
+            carried.LeaveOut({directory, std::nullopt, "no directory: nothing in it was looked at"});
+        }
         for (std::string const& file : NamesIn(source_.root() + "/" + directory)) {
             MakeDirectory(out_ + "/" + directory);
             std::string const name = directory + "/" + file;
-            if (is_damaged(name)) {
-                carried.LeaveOut({name, std::nullopt, "the archive cannot be decoded"});
+            if (std::string const why = why_not(name); !why.empty()) {
+                carried.LeaveOut({name, std::nullopt, why});
             } else if (CopyFile(source_.root() + "/" + name, out_ + "/" + name)) {
                 ++carried.files;
             } else {

@@ -27,6 +27,7 @@ class RootRebuild {
     void Run();
 
   private:
+    void TellTree();
     void CarryStore(StorePlace const& place);
     // The same, once; false when the store was written meanwhile.
     [[nodiscard]] bool TryStore(StorePlace const& place, std::string const& name, Carried& carried);

@@ -36,6 +36,17 @@ std::string WhyUnfinished(std::string const& name, FindingList const& found) {
     return "";
 }
 
+// Something else stands where a file should be without which the store is not complete.
+std::string WhyForeign(std::string const& name, FindingList const& found, std::initializer_list<std::string> files) {
+    for (Finding const& finding : found.kept()) {
+        if (finding.kind != std::string_view("foreign")) continue;
+        for (std::string const& file : files) {
+            if (finding.file == name + "/" + file) return file + ": " + finding.what;
+        }
+    }
+    return "";
+}
+
 void TakeSound(std::string const& name, FindingList const& found, char const* file, std::vector<std::string>& files) {
     if (!IsDamaged(found, name + "/" + file)) files.emplace_back(file);
 }
@@ -54,16 +65,22 @@ StoreFiles FilesToCarry(StorePlace const& place, std::string const& name, Findin
         case StoreKind::kTemplate:
             files.refused = WhatOf(found, {"snapshot-damaged", "snapshot-other"});
             if (files.refused.empty()) files.refused = WhyUnfinished(name, found);
+            if (files.refused.empty())
+                files.refused = WhyForeign(name, found,
+                                           {Varnok::kTemplateArchive, Varnok::kFormatItemArchive,
+                                            Varnok::kDataClassArchive, Varnok::kDataLevelArchive});
             TakeDefinitions(name, found, files);
             break;
         case StoreKind::kTask:
             files.refused = WhatOf(found, {"task-record-missing", "task-record-damaged", "task-record-other"});
             if (files.refused.empty()) files.refused = WhyUnfinished(name, found);
+            if (files.refused.empty()) files.refused = WhyForeign(name, found, {"ScanTask.arc"});
             files.first = {"ScanTask.arc", "SnapCache"};
             TakeDefinitions(name, found, files);
             break;
         case StoreKind::kCounter:
             files.refused = WhatOf(found, {"marker-missing"});
+            if (files.refused.empty()) files.refused = WhyForeign(name, found, {place.version});
             if (place.version.empty()) files.refused = "nothing tells which version of the policy it is of";
             files.first = {place.version};
             break;

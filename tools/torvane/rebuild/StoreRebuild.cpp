@@ -15,6 +15,9 @@ namespace {
 constexpr int kTemplateBuckets = 500000;
 constexpr int kCounterBuckets = 100000;
 
+// Bytes read ahead of a record that is decoded: they are visited in the order of slots, which is not that of the file.
+constexpr std::size_t kWindow = 4096;
+
 }  // namespace
 
 StoreRebuild::StoreRebuild(Purpose purpose, StorePlace const& source, std::string const& source_name,
@@ -26,13 +29,19 @@ StoreRebuild::StoreRebuild(Purpose purpose, StorePlace const& source, std::strin
       directory_(directory),
       carried_(carried),
       data_(source.DataPath()),
-      records_(source.kind, data_),
+      records_(source.kind, data_, kWindow),
       has_numbers_(source.kind == StoreKind::kTask),
-      slots_(check.index().slots()) {}
+      slots_(check.index().slots()),
+      records_out_(directory + "/cache") {}
 
 void StoreRebuild::Run() {
     if (check_.index().file().state() != FileView::State::kOpen) return SayOrphans();
     MakeStore();
+    CarryAll();
+    records_out_.Close();
+}
+
+void StoreRebuild::CarryAll() {
     if (has_numbers_) return CarryNumbers();
     CarryAnswers();
     if (purpose_ == Purpose::kRepair) CarryRest();
@@ -45,9 +54,10 @@ void StoreRebuild::SayOrphans() {
 
 int StoreRebuild::BucketCount() const {
     auto const& head = check_.index().head();
+    if (has_numbers_) return check_.has_shape() ? static_cast<int>(check_.shape().table) : 0;
     if (check_.has_shape()) return head->bucket_count;
-    if (has_numbers_) return 0;
-    bool const is_likely = head && head->bucket_count > 0 && static_cast<std::uint64_t>(head->bucket_count) <= slots_ &&
+    bool const is_likely = head && head->bucket_count >= 2 &&
+                           static_cast<std::uint64_t>(head->bucket_count) <= slots_ &&
                            head->bucket_count < DLPCache::IndexHead::kBucketCountLimit;
     if (is_likely) return head->bucket_count;
     return source_.kind == StoreKind::kTemplate ? kTemplateBuckets : kCounterBuckets;
@@ -58,7 +68,6 @@ void StoreRebuild::MakeStore() {
     index_ = std::make_unique<DLPCache::Index>(index_path);
     if (index_->Init(BucketCount()) != DLPCache::kDone)
         throw Stop(ExitStatus::kIo, "cannot make " + directory_ + "/index");
-    store_ = std::make_unique<DLPCache::Manager>(0, index_path, HString(directory_ + "/cache"));
 }
 
 bool StoreRebuild::IsAnswer(std::uint64_t number) const {
@@ -77,11 +86,17 @@ void StoreRebuild::CarryNumbers() {
     std::uint64_t const made = check_.has_shape() ? check_.shape().table : 0;
     ForEachSlot(check_.index().file(), 1, slots_, [&](std::uint64_t number, RawSlot slot) {
         if (number <= made && slot.IsZero()) return;
-        std::string why = slot.HoldsNumber(number) ? WhyNot(number, slot) : "the slot does not hold its number";
+        std::string why = WhyNoNumber(number, slot);
         if (why.empty()) return Carry(number, slot);
         LeaveOut(number, std::move(why));
         Require(index_->Add(static_cast<int>(number), -1, 0));
     });
+}
+
+std::string StoreRebuild::WhyNoNumber(std::uint64_t number, RawSlot slot) {
+    if (!slot.HoldsNumber(number)) return "the slot does not hold its number";
+    if (purpose_ == Purpose::kCompact) return IsAnswer(number) ? "" : "the number is not answered";
+    return WhyNot(number, slot);
 }
 
 void StoreRebuild::CarryAnswers() {
@@ -108,7 +123,13 @@ void StoreRebuild::CarryRest() {
 
 bool StoreRebuild::FindRest() {
     bool is_any = false;
+    // A table has empty slots; behind it there are none. Of several side by side the first is named.
+    std::uint64_t const table = check_.has_shape() ? check_.shape().table : slots_;
+    bool is_hole = false;
     ForEachSlot(check_.index().file(), 1, slots_, [&](std::uint64_t number, RawSlot slot) {
+        bool const continues = is_hole;
+        is_hole = number > table && slot.IsZero();
+        if (is_hole && !continues) LeaveOut(number, "the slot is empty");
         if (IsAnswer(number) || slot.IsZero()) return;
         if (!slot.IsUsed()) return LeaveOut(number, "the slot has no key");
         if (!slot.HoldsTextKey()) return LeaveOut(number, "the key is not 32 hexadecimal digits");
@@ -157,7 +178,7 @@ std::string StoreRebuild::WhyNot(std::uint64_t number, RawSlot slot) {
     if (purpose_ == Purpose::kCompact) return "";
     if (!check_.doubtful().empty() && check_.doubtful()[number])
         return "the slot is not where its key is looked for, or the record shares bytes with another key's";
-    if (slot.IsWithoutData()) return "";
+    if (slot.SaysNoData()) return "";
     if (!slot.IsPlacePossible()) return "the record's place is none";
     std::uint64_t const end = static_cast<std::uint64_t>(slot.offset()) + static_cast<std::uint64_t>(slot.length());
     if (end > data_.size()) return "the record lies behind the end of the data file";
@@ -173,13 +194,12 @@ void StoreRebuild::CarryEmpty(std::uint64_t number, RawSlot slot) {
 
 void StoreRebuild::Carry(std::uint64_t number, RawSlot slot) {
     if (slot.IsWithoutData()) return CarryEmpty(number, slot);
-    bytes_.resize(static_cast<std::size_t>(slot.length()));
-    if (data_.ReadAt(static_cast<std::uint64_t>(slot.offset()), bytes_) != bytes_.size())
-        throw Stop(ExitStatus::kBusy, source_.DataPath() + " is being cut");
-    Require(has_numbers_ ? store_->AddCache(static_cast<int>(number), -1, bytes_.data(), slot.length())
-                         : store_->AddCache(slot.KeyText(), -1, bytes_.data(), slot.length()));
+    auto const length = static_cast<std::uint64_t>(slot.length());
+    long long const place = records_out_.Append(data_, static_cast<std::uint64_t>(slot.offset()), length);
+    Require(has_numbers_ ? index_->Add(static_cast<int>(number), place, slot.length())
+                         : index_->Add(slot.KeyText(), place, slot.length()));
     ++carried_.records;
-    carried_.record_bytes += bytes_.size();
+    carried_.record_bytes += length;
 }
 
 }  // namespace torvane

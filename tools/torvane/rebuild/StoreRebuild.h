@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "storage/DLPCacheIndex.h"
-#include "storage/DLPCacheManager.h"
 #include "tools/torvane/cache/CacheRoot.h"
 #include "tools/torvane/check/RecordCheck.h"
 #include "tools/torvane/check/Slots.h"
 #include "tools/torvane/check/StoreCheck.h"
+#include "tools/torvane/rebuild/DataWriter.h"
 #include "tools/torvane/rebuild/LeftOut.h"
 
 namespace torvane {
@@ -20,7 +20,7 @@ enum class Purpose {
     kCompact,  // of a sound store what the library answers, byte for byte
 };
 
-// Makes the record store of one directory anew in another one, through the library's own storage classes: the records
+// Makes the record store of one directory anew in another one, its index through the library's own class: the records
 // that answer, each as the library would read it, then (repair) those that answer again once the chains are whole. Of a
 // task's store every number keeps its slot; one without a sound record becomes one without data. One object, one
 // thread.
@@ -35,7 +35,9 @@ class StoreRebuild {
 
   private:
     void MakeStore();
+    void CarryAll();
     void CarryNumbers();
+    [[nodiscard]] std::string WhyNoNumber(std::uint64_t number, RawSlot slot);
     void CarryAnswers();
     // What does not answer, but will once the chains are whole: found first, then held against all that is carried
     // over, then carried over.
@@ -64,10 +66,9 @@ class StoreRebuild {
     RecordCheck records_;
     bool has_numbers_;
     std::uint64_t slots_;
-    std::unique_ptr<DLPCache::Manager> store_;
     std::unique_ptr<DLPCache::Index> index_;
-    std::vector<std::uint8_t> bytes_;  // of the record at hand
-    std::vector<bool> taken_;          // of a repair: slots carried over or about to be, a bit each
+    DataWriter records_out_;
+    std::vector<bool> taken_;  // of a repair: slots carried over or about to be, a bit each
 };
 
 }  // namespace torvane
