@@ -46,6 +46,9 @@ TEST_F(CommandLines, ThatAreWrongTellTheNearestRightOne) {
     ExpectMisuse({"tail", "--folow"}, "unknown option '--folow'; did you mean '--follow'? (see 'torvane tail --help')");
     ExpectMisuse({"--format", "jsn", "config"},
                  "--format: 'jsn' is none of table, json, jsonl, csv; did you mean 'json'?");
+    ExpectMisuse({"why", "--tmplate", "X", "file"},
+                 "unknown option '--tmplate'; did you mean '--template'? (see 'torvane why --help')");
+    ExpectMisuse({"repair", "--ou", "x"}, "unknown option '--ou'; did you mean '--out'? (see 'torvane repair --help')");
     ExpectMisuse({"completion", "zsh"}, "there is no completion for 'zsh'; did you mean 'bash'?");
 }
 
@@ -63,6 +66,8 @@ TEST_F(CommandLines, WithTooFewOrTooManyArgumentsAreMisuse) {
     EXPECT_EQ(tool_.Run({"config", "--root"}).status, 2);
     ExpectMisuse({"--root=", "config"}, "--root: the path is empty");
     ExpectMisuse({"--root", "", "config"}, "--root: the path is empty");
+    ExpectMisuse({"--config=", "config"}, "--config: the path is empty");
+    EXPECT_EQ(tool_.Run({"why", "file"}).status, 2);
 }
 
 TEST_F(CommandLines, TakeNumbersInDigitsOnly) {
@@ -101,6 +106,20 @@ TEST_F(CommandLines, TellTheNearestThingToList) {
     std::string const all = "' is none of templates, answers, tasks, findings, counters, texts; did you mean '";
     ExpectMisuse({"ls", "answer"}, "'answer" + all + "answers'?");
     ExpectMisuse({"export", "tasks", "txts"}, "'txts" + all + "texts'?");
+}
+
+TEST_F(CommandLines, PassOverAFileOfSettingsThatMayNotBeRead) {
+    std::string const home = root_ / "closed";
+    std::filesystem::create_directory(home);
+    std::filesystem::permissions(home, std::filesystem::perms::none);
+    std::filesystem::permissions(root_.Path(), std::filesystem::perms(0755));
+    tool_.environment["HOME"] = home;
+    auto const result = tool_.RunUnprivileged({"config"});
+    auto const named = tool_.RunUnprivileged({"--config", home + "/x", "config"});
+    std::filesystem::permissions(home, std::filesystem::perms(0700));
+    if (!result || !named) GTEST_SKIP() << "nobody else can start the program here";
+    EXPECT_EQ(result->status, 0) << result->err;
+    EXPECT_EQ(named->status, 3);
 }
 
 TEST_F(CommandLines, EscapeWhatTheyComplainAbout) {

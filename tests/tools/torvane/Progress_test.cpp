@@ -68,6 +68,14 @@ TEST_F(ProgressLines, AreRewrittenAtMostTenTimesASecond) {
     EXPECT_EQ(Shown(), "\rChecking  25 % index\x1b[K\rChecking  50 % index\x1b[K");
 }
 
+TEST_F(ProgressLines, AskForTheTimeAtEveryLargeStep) {
+    auto const progress = Begin();
+    progress->AtBlock(1, 4, "store");
+    now_ += std::chrono::seconds(1);
+    progress->AtBlock(2, 4, "store");
+    EXPECT_EQ(Shown(), "\rChecking  50 % store\x1b[K");
+}
+
 TEST_F(ProgressLines, AreNotShownWithoutATerminal) {
     auto const progress = Begin(false);
     now_ += std::chrono::hours(1);

@@ -1,17 +1,69 @@
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <sstream>
 
 #include "front/DLPCacheMgr.h"
 #include "tests/tools/torvane/ReadRoot.h"
+#include "tools/torvane/commands/Listing.h"
 
 using testing::HasSubstr;
 using testing::Not;
 
 namespace {
 
-class LsTool : public ReadRoot {};
+class LsTool : public ReadRoot {
+  protected:
+    // Three tasks with a text each.
+    void MakeThreeTasks() {
+        Define("T1");
+        AsAgent([] {
+            for (char const* const id : {"t1", "t2", "t3"}) {
+                AddTask(id);
+                AddText(id, "text");
+            }
+        });
+    }
+    // Two templates with an answer each.
+    void MakeTwoTemplates() {
+        Define("T1");
+        Define("T2");
+        AsAgent([] {
+            StoreNoMatch("/x/b.txt", kMd5B, "T1");
+            StoreNoMatch("/x/b.txt", kMd5B, "T2");
+        });
+    }
+    // The list when somebody removes everything of `directory` but what is given first; how it ended, and the rows.
+    [[nodiscard]] std::pair<torvane::ExitStatus, std::vector<std::string>> ListWhileRemoved(
+        torvane::Listed listed, std::string const& directory, char const* member) const {
+        torvane::Settings settings;
+        torvane::CacheRoot const root(Root());
+        torvane::Listing listing(root, {}, settings);
+        std::vector<std::string> rows;
+        (void)listing.ForEach(listed, [&](torvane::Json const& row) {
+            rows.push_back(row[member].get<std::string>());
+            for (std::string const& name : Files(directory))
+                if (name != rows.front() && name != rows.front() + ".arc")
+                    std::filesystem::remove_all(directory + "/" + name);
+            return true;
+        });
+        return {listing.Status(), rows};
+    }
+    // Nobody but its owner may read what is made so; as one who is not the owner.
+    [[nodiscard]] std::optional<ToolResult> RunWithout(std::string const& closed, std::vector<std::string> words) {
+        for (auto const& entry : std::filesystem::recursive_directory_iterator(root_.Path()))
+            std::filesystem::permissions(entry.path(), std::filesystem::perms(entry.is_directory() ? 0755 : 0644));
+        EXPECT_EQ(::chmod(root_.Path().c_str(), 0755), 0);
+        EXPECT_EQ(::chmod(closed.c_str(), 0), 0);
+        words.insert(words.begin(), {"--root", Root(), "--format", "json"});
+        auto result = tool_.RunUnprivileged(words);
+        EXPECT_EQ(::chmod(closed.c_str(), 0700), 0);
+        return result;
+    }
+};
 class ExportTool : public ReadRoot {};
 
 std::vector<std::string> Lines(std::string const& text) {
@@ -103,7 +155,7 @@ TEST_F(LsTool, AFileCountedTwiceIsOneCounter) {
     auto const rows = Items({"ls", "counters"});
     ASSERT_EQ(rows.size(), 1U);
     EXPECT_EQ(rows[0]["policy"], "p1");
-    EXPECT_EQ(rows[0]["policy_version"], "1700000000");
+    EXPECT_EQ(rows[0]["policy_version"], 1700000000);
     EXPECT_EQ(rows[0]["by_policy"], 2);
     EXPECT_EQ(rows[0]["tool"], 0);
 }
@@ -167,6 +219,132 @@ TEST_F(LsTool, ADamagedIndexIsNamedOnStderr) {
     EXPECT_THAT(result.err, HasSubstr("index head is not valid"));
 }
 
+TEST_F(LsTool, TasksThatAreRemovedMeanwhileAreLeftOut) {
+    MakeThreeTasks();
+    auto const [status, rows] = ListWhileRemoved(torvane::Listed::kTasks, Root() + "/cache/task", "id");
+    EXPECT_EQ(status, torvane::ExitStatus::kYes);
+    EXPECT_EQ(rows.size(), 1U);
+}
+
+TEST_F(LsTool, TemplatesThatAreRemovedMeanwhileAreLeftOut) {
+    MakeTwoTemplates();
+    auto const [status, rows] = ListWhileRemoved(torvane::Listed::kTemplates, Root() + "/cache/template", "id");
+    EXPECT_EQ(status, torvane::ExitStatus::kYes);
+    EXPECT_EQ(rows.size(), 1U);
+}
+
+TEST_F(LsTool, TextsThatAreRemovedMeanwhileAreLeftOut) {
+    Define("T1");
+    AsAgent([] {
+        AddTask("t1");
+        for (char const* const name : {"a", "b", "c"})
+            AddText("t1", name);
+    });
+    auto const [status, rows] = ListWhileRemoved(torvane::Listed::kTexts, Root() + "/cache/task/t1/text", "name");
+    EXPECT_EQ(status, torvane::ExitStatus::kYes);
+    EXPECT_EQ(rows.size(), 1U);
+}
+
+TEST_F(LsTool, WhatAKillLeavesIsNoDamage) {
+    MakeSmallRoot();
+    std::filesystem::remove(TemplateStore("T1") + "/KeywordTemplate.arc");
+    std::filesystem::create_directory(Root() + "/cache/task/new");
+    std::filesystem::remove(Root() + "/cache/sensrecord/1/p1/index");
+    EXPECT_EQ(Run({"ls", "templates"}).status, 0);
+    EXPECT_EQ(Items({"ls", "templates"}).size(), 0U);
+    EXPECT_EQ(Run({"ls", "tasks"}).status, 0);
+    EXPECT_EQ(Items({"ls", "tasks"}).size(), 1U);
+    EXPECT_EQ(Run({"ls", "counters"}).status, 0);
+    EXPECT_EQ(Run({"stat"}).status, 0);
+}
+
+TEST_F(LsTool, FindingsWithoutATasksRecordAreDamage) {
+    NotSound();
+    MakeSmallRoot();
+    std::filesystem::remove(Root() + "/cache/task/t1/ScanTask.arc");
+    EXPECT_EQ(Run({"ls", "tasks"}).status, 1);
+    EXPECT_EQ(Items({"ls", "tasks"})[0]["damage"], "task record is missing");
+    EXPECT_TRUE(Items({"ls", "tasks"})[0]["templates"].is_null());
+}
+
+TEST_F(LsTool, WhatCannotBeReadIsLeftOutAndTold) {
+    MakeTwoTemplates();
+    auto const result = RunWithout(TemplateStore("T1"), {"ls", "answers"});
+    if (!result) GTEST_SKIP() << "nobody else can start the program here";
+    EXPECT_EQ(result->status, 3);
+    EXPECT_THAT(result->err, HasSubstr("Permission denied"));
+    ASSERT_EQ(result->Json()["items"].size(), 1U);
+    EXPECT_EQ(result->Json()["items"][0]["template"], "T2");
+}
+
+TEST_F(LsTool, CountersThatCannotBeReadAreLeftOutAndTold) {
+    MakeSmallRoot();
+    auto const result = RunWithout(Root() + "/cache/sensrecord/1/p1", {"ls", "counters"});
+    if (!result) GTEST_SKIP() << "nobody else can start the program here";
+    EXPECT_EQ(result->status, 3);
+    EXPECT_EQ(result->Json()["items"].size(), 0U);
+}
+
+TEST_F(LsTool, DamagedDefinitionsOfTheAgentLeaveCurrentOpen) {
+    NotSound();
+    MakeSmallRoot();
+    WriteBytes(Root() + "/config/KeywordFormatItem.arc", "no archive");
+    ToolResult const result = Run({"--format", "json", "ls", "templates"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.err, HasSubstr("the agent's definitions are damaged"));
+    EXPECT_TRUE(result.Json()["items"][0]["current"].is_null());
+}
+
+TEST_F(LsTool, DefinitionsWithoutATimeAreThere) {
+    MakeSmallRoot();
+    struct timespec const times[2] = {{0, 0}, {0, 0}};
+    for (std::string const& directory : {TemplateStore("T1"), Root() + "/config"})
+        ASSERT_EQ(::utimensat(AT_FDCWD, (directory + "/KeywordTemplate.arc").c_str(), times, 0), 0);
+    auto const rows = Items({"ls", "templates"});
+    EXPECT_EQ(rows[0]["state"], "sound");
+    EXPECT_EQ(rows[0]["current"], true);
+}
+
+TEST_F(LsTool, TimesHaveFourDigitsOfAYear) {
+    EXPECT_EQ(torvane::TimeOf(-59011459200), "0100-01-01T00:00:00Z");
+    EXPECT_EQ(torvane::TimeOf(253402300799), "9999-12-31T23:59:59Z");
+    EXPECT_TRUE(torvane::TimeOf(253402300800).is_null());
+    EXPECT_TRUE(torvane::TimeOf(0).is_null());
+}
+
+TEST_F(LsTool, WhatADamagedTextHoldsIsNotKnown) {
+    MakeSmallRoot();
+    std::string const directory = Root() + "/cache/task/t1/text";
+    WriteBytes(directory + "/" + Files(directory).front(), "no archive");
+    auto const rows = Items({"ls", "texts"});
+    EXPECT_EQ(rows[0]["state"], "damaged");
+    for (char const* const member : {"text_template", "lines", "positions", "text_length", "text_path"})
+        EXPECT_TRUE(rows[0][member].is_null()) << member;
+}
+
+TEST_F(LsTool, WhatADamagedFindingHoldsIsNotKnown) {
+    MakeSmallRoot();
+    WriteBytes(Root() + "/cache/task/t1/cache", "too short");
+    auto const rows = Items({"ls", "findings"});
+    EXPECT_EQ(rows[0]["state"], "damaged");
+    for (char const* const member : {"path", "templates", "verdict_length", "extra_length"})
+        EXPECT_TRUE(rows[0][member].is_null()) << member;
+}
+
+TEST_F(LsTool, ALimitOfNothingStillFindsWhatTheFilterNames) {
+    MakeSmallRoot();
+    EXPECT_EQ(Run({"ls", "answers", "--template", "T1", "--limit", "0"}).status, 0);
+    EXPECT_EQ(Run({"ls", "answers", "--template", "T9", "--limit", "0"}).status, 1);
+}
+
+TEST_F(LsTool, StoresBehindALinkAreNotLookedAt) {
+    NotSound();
+    MakeSmallRoot();
+    std::filesystem::rename(Root() + "/cache/sensrecord", root_ / "elsewhere");
+    std::filesystem::create_directory_symlink(root_ / "elsewhere", Root() + "/cache/sensrecord");
+    EXPECT_EQ(Items({"ls", "counters"}).size(), 0U);
+}
+
 TEST_F(LsTool, AnEmptyCacheHasNoRows) {
     AsAgent([] { (void)DLPCacheMgr::pins(); });
     for (char const* const what : {"templates", "answers", "tasks", "findings", "counters", "texts"})
@@ -202,6 +380,11 @@ TEST_F(ExportTool, WritesCsvWithOneHead) {
     EXPECT_THAT(lines[0], testing::StartsWith("kind,id,name,status,"));
     EXPECT_THAT(lines[1], testing::StartsWith("task,t1,nightly,running,"));
     EXPECT_THAT(lines[2], testing::StartsWith("counter,"));
+}
+
+TEST_F(ExportTool, WritesWhatIsNamedTwiceOnce) {
+    MakeSmallRoot();
+    EXPECT_EQ(Lines(Run({"export", "tasks", "tasks"}).out).size(), 1U);
 }
 
 TEST_F(ExportTool, RefusesATable) {

@@ -84,6 +84,22 @@ TEST_F(StatTool, TellsTheStampAndTheLog) {
     EXPECT_THAT(Run({"stat"}).out, HasSubstr("3.2306.4.13.1, cache layout 4"));
 }
 
+TEST_F(StatTool, ALogThatMayNotBeLookedAtIsNotEmpty) {
+    MakeSmallRoot();
+    std::filesystem::create_directories(Root() + "/log");
+    for (auto const& entry : std::filesystem::recursive_directory_iterator(root_.Path()))
+        std::filesystem::permissions(entry.path(), std::filesystem::perms(entry.is_directory() ? 0755 : 0644));
+    std::filesystem::permissions(root_.Path(), std::filesystem::perms(0755));
+    for (std::string const& closed : {Root() + "/log", Root() + "/cache/task/t1/text"}) {
+        // Names can be listed there and nothing can be looked at.
+        std::filesystem::permissions(closed, std::filesystem::perms(0744));
+        auto const result = tool_.RunUnprivileged({"--root", Root(), "stat"});
+        std::filesystem::permissions(closed, std::filesystem::perms(0755));
+        if (!result) GTEST_SKIP() << "nobody else can start the program here";
+        EXPECT_EQ(result->status, 3) << closed;
+    }
+}
+
 TEST_F(StatTool, AStoreWithoutAValidHeadIsDamaged) {
     MakeSmallRoot();
     WriteBytes(TemplateStore("T1") + "/index", "no index");

@@ -236,8 +236,8 @@ TEST_F(WhyTool, DefinitionsThatAreDamagedAreTold) {
     WriteBytes(Root() + "/config/KeywordTemplate.arc", "damaged");
     auto const why = Why(File("a.txt", "a"), "T1");
     EXPECT_EQ(why["reason"], "template-unknown");
-    EXPECT_EQ(why["damage"], "the definitions are damaged");
-    EXPECT_THAT(Told("a.txt").out, HasSubstr("\nthe definitions are damaged\n"));
+    EXPECT_EQ(why["damage"], "the agent's definitions are damaged");
+    EXPECT_THAT(Told("a.txt").out, HasSubstr("\nthe agent's definitions are damaged\n"));
 }
 
 TEST_F(WhyTool, WithoutDefinitionsAndCacheATemplateIsUnknown) {
@@ -291,8 +291,6 @@ TEST_F(WhyTool, EachKindOfDamageIsNamed) {
     expect("data file is missing");
     std::filesystem::remove(store + "/index");
     expect("index is missing");
-    std::filesystem::remove(store + "/KeywordTemplate.arc");
-    expect("snapshot is incomplete: it has no template file");
 }
 
 TEST_F(WhyTool, AnAnswerWhoseTextIsDamagedIsAHitAsForTheLibrary) {
@@ -301,4 +299,63 @@ TEST_F(WhyTool, AnAnswerWhoseTextIsDamagedIsAHitAsForTheLibrary) {
     auto const text_bytes = Items({"ls", "answers", "--match"})[0]["text_bytes"].get<std::size_t>();
     Put(data, ReadBytes(data).size() - text_bytes, "\x07");  // the text's version
     EXPECT_EQ(Why(File("a.txt", "a"), "T1")["reason"], "matched");
+}
+
+TEST_F(WhyTool, AnAnswerMayHaveBeenInAnOlderStoreThatIsDamaged) {
+    NotSound();
+    MakeSmallRoot();
+    std::string const older = TemplateStore("T1");
+    Define("T1", "another word");
+    AsAgent([] { StoreNoMatch("/x/b.txt", kMd5B, "T1"); });
+    Put(older + "/index", 0, "\x01\x02");
+    auto const why = Why(File("a.txt", "a"), "T1");
+    EXPECT_EQ(why["reason"], "damaged");
+    for (auto const& version : why["versions"]) {
+        EXPECT_EQ(version["has_answer"].is_null(), version["directory"] == older);
+        EXPECT_EQ(version["damage"].is_null(), version["directory"] != older);
+    }
+    EXPECT_THAT(Told("a.txt").out, HasSubstr("cannot say whether it has an answer: index head is not valid"));
+    // An answer that is found elsewhere is one.
+    EXPECT_EQ(Why(File("b.txt", "b"), "T1")["reason"], "not-matched");
+}
+
+TEST_F(WhyTool, DamagedDefinitionsAreToldAndNotCompared) {
+    NotSound();
+    MakeSmallRoot();
+    WriteBytes(Root() + "/config/KeywordFormatItem.arc", "no archive");
+    auto const why = Why(File("a.txt", "a"), "T1");
+    EXPECT_EQ(why["damage"], "the agent's definitions are damaged");
+    EXPECT_EQ(why["versions"][0]["differences"].size(), 0U);
+    EXPECT_THAT(Told("a.txt").out, HasSubstr("the agent's definitions are damaged"));
+}
+
+TEST_F(WhyTool, ACacheThatIsNotFinishedIsNone) {
+    MakeSmallRoot();
+    std::filesystem::remove(TemplateStore("T1") + "/KeywordTemplate.arc");
+    auto const why = Why(File("a.txt", "a"), "T1");
+    EXPECT_EQ(why["reason"], "never-stored");
+    EXPECT_EQ(why["versions"].size(), 0U);
+}
+
+TEST_F(WhyTool, SnapshotsWithoutATimeStandForTheDefinitions) {
+    MakeSmallRoot();
+    std::filesystem::remove_all(Root() + "/config");
+    SetTime(TemplateStore("T1") + "/KeywordTemplate.arc", 0);
+    EXPECT_EQ(Why(File("a.txt", "a"), "T1")["reason"], "matched");
+}
+
+TEST_F(WhyTool, WhatIsNoRegularFileHasNoContent) {
+    MakeSmallRoot();
+    ASSERT_EQ(::mkfifo((root_ / "fifo").c_str(), 0600), 0);
+    EXPECT_EQ(Told("fifo").status, 3);
+    EXPECT_EQ(Run({"why", "/dev/null", "--template", "T1"}).status, 3);
+    EXPECT_THAT(Told("fifo").err, HasSubstr("is no regular file"));
+}
+
+TEST_F(WhyTool, AnMd5ThatIsNoneIsWrongUsage) {
+    MakeSmallRoot();
+    for (char const* const md5 : {"zz", "0cc175b9c0f1b6a831c399e26977266", "0cc175b9c0f1b6a831c399e26977266g"})
+        EXPECT_EQ(Run({"why", "/x/a.txt", "--template", "T1", "--md5", md5}).status, 2) << md5;
+    EXPECT_EQ(Run({"show", "--file", "/x/a.txt", "--md5", "zz"}).status, 2);
+    EXPECT_EQ(Run({"why", "/x/a.txt", "--template", "T1", "--md5", kMd5A}).status, 0);
 }

@@ -44,6 +44,22 @@ TEST_F(TailOf, ALogAreItsLastLines) {
     EXPECT_EQ(Tail({"-n", "0"}).status, 0);
 }
 
+TEST_F(TailOf, ALogCountAnUnfinishedLineAmongThem) {
+    Append("odd");
+    EXPECT_EQ(Tail({"-n", "0"}).out, "");
+    EXPECT_EQ(Tail({"-n", "1"}).out, "odd\n");
+    EXPECT_EQ(Tail({"-n", "2"}).out, std::string(kInformation) + "\nodd\n");
+}
+
+TEST_F(TailOf, ACacheBehindALinkWaitForItsLog) {
+    std::filesystem::remove(log_);
+    std::filesystem::rename(root_ / "cache", root_ / "elsewhere");
+    std::filesystem::create_directory_symlink(root_ / "elsewhere", root_ / "cache");
+    EXPECT_EQ(Tail({}).status, 1);
+    std::filesystem::remove(root_ / "elsewhere");
+    EXPECT_EQ(Tail({}).status, 4);
+}
+
 TEST_F(TailOf, ALevelAreItsLinesAndTheGraverOnes) {
     EXPECT_EQ(Tail({"--level", "error"}).out, std::string(kError) + "\n");
     EXPECT_EQ(Tail({"--level", "warning"}).out, std::string(kError) + "\n" + kWarning + "\n");

@@ -67,14 +67,38 @@ std::vector<StorePlace> PlacesIn(StoreKind kind, std::string const& directory) {
     return places;
 }
 
-std::vector<StorePlace> TemplatePlaces(std::string const& directory) {
+// Tells `unreadable` of a failing `look`, if there is anybody to tell.
+void Try(CacheRoot::Unreadable const& unreadable, std::function<void()> const& look) {
+    try {
+        look();
+    } catch (Stop const& stop) {
+        if (!unreadable) throw;
+        unreadable(stop);
+    }
+}
+
+std::vector<StorePlace> TemplatePlaces(std::string const& directory, CacheRoot::Unreadable const& unreadable) {
     std::vector<StorePlace> places;
     for (StorePlace const& of_id : PlacesIn(StoreKind::kTemplate, directory)) {
-        for (StorePlace& place : PlacesIn(StoreKind::kTemplate, of_id.directory)) {
-            place.version = place.id;
-            place.id = of_id.id;
+        Try(unreadable, [&] {
+            for (StorePlace& place : PlacesIn(StoreKind::kTemplate, of_id.directory)) {
+                place.version = place.id;
+                place.id = of_id.id;
+                places.push_back(std::move(place));
+            }
+        });
+    }
+    return places;
+}
+
+std::vector<StorePlace> CounterPlaces(std::string const& directory, CacheRoot::Unreadable const& unreadable) {
+    if (!IsDirectory(directory)) return {};
+    std::vector<StorePlace> places;
+    for (StorePlace& place : PlacesIn(StoreKind::kCounter, directory + "/1")) {
+        Try(unreadable, [&] {
+            place.version = VersionOfCounts(place.directory);
             places.push_back(std::move(place));
-        }
+        });
     }
     return places;
 }
@@ -121,19 +145,17 @@ CacheRoot::CacheRoot(std::string const& root) : root_(root) {
     throw Stop(ExitStatus::kUnknownFormat, path + ": cache layout " + layout->second + ", known is " + kLayout);
 }
 
-std::vector<StorePlace> CacheRoot::Stores(StoreKind kind) const {
+std::vector<StorePlace> CacheRoot::Stores(StoreKind kind, Unreadable const& unreadable) const {
     std::vector<StorePlace> places;
     switch (kind) {
         case StoreKind::kTemplate:
-            places = TemplatePlaces(CachePath() + "/template");
+            places = TemplatePlaces(CachePath() + "/template", unreadable);
             break;
         case StoreKind::kTask:
             places = PlacesIn(kind, CachePath() + "/task");
             break;
         case StoreKind::kCounter:
-            places = PlacesIn(kind, CachePath() + "/sensrecord/1");
-            for (StorePlace& place : places)
-                place.version = VersionOfCounts(place.directory);
+            places = CounterPlaces(CachePath() + "/sensrecord", unreadable);
             break;
     }
     std::sort(places.begin(), places.end(), [](StorePlace const& a, StorePlace const& b) {
@@ -158,6 +180,11 @@ std::vector<std::string> CacheRoot::TextsOf(StorePlace const& task) const {
         if (IsArchive(name, text)) names.push_back(std::move(text));
     }
     return names;
+}
+
+bool IsGone(std::string const& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
 bool IsArchive(std::string const& file, std::string& name) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/torvane/ExitStatus.h"
+
 namespace torvane {
 
 enum class StoreKind { kTemplate, kTask, kCounter };
@@ -39,7 +41,9 @@ class CacheRoot {
 
     // In the order of kind, id, version. A directory counts although files are missing in it.
     [[nodiscard]] std::vector<StorePlace> Stores() const;
-    [[nodiscard]] std::vector<StorePlace> Stores(StoreKind kind) const;
+    // Tells `unreadable` what below the kind's own directory cannot be read and goes on; without it that is thrown.
+    using Unreadable = std::function<void(Stop const&)>;
+    [[nodiscard]] std::vector<StorePlace> Stores(StoreKind kind, Unreadable const& unreadable = {}) const;
     // The files of a task's texts: names without ".arc", sorted.
     [[nodiscard]] std::vector<std::string> TextsOf(StorePlace const& task) const;
 
@@ -47,6 +51,9 @@ class CacheRoot {
     std::string root_;
     std::map<std::string, std::string> stamp_;
 };
+
+// Whether nothing stands at the path: what was listed there has been removed since.
+[[nodiscard]] bool IsGone(std::string const& path);
 
 // Whether a file's name is that of an archive, and that name without ".arc".
 [[nodiscard]] bool IsArchive(std::string const& file, std::string& name);

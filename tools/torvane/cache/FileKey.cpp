@@ -75,12 +75,17 @@ std::string AnswerKey(FileIdentity const& file, std::string const& md5, bool dep
 std::string Md5OfFile(std::string const& path, std::function<void(std::uint64_t, std::uint64_t)> const& at) {
     Descriptor const file(path);
     struct stat status {};
-    if (file.get() >= 0) (void)::fstat(file.get(), &status);
+    if (file.get() < 0 || ::fstat(file.get(), &status) != 0) {
+        throw Stop(ExitStatus::kIo, "cannot read " + path + ": " + std::strerror(errno));
+    }
+    if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
+        throw Stop(ExitStatus::kIo, "cannot read " + path + ": is no regular file");
+    }
     std::uint64_t done = 0;
     Varnok::Md5 md5;
     std::array<char, std::size_t{1} << 18U> bytes;
     for (;;) {
-        ssize_t const got = file.get() < 0 ? -1 : ::read(file.get(), bytes.data(), bytes.size());
+        ssize_t const got = ::read(file.get(), bytes.data(), bytes.size());
         if (got == 0) break;
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) throw Stop(ExitStatus::kIo, "cannot read " + path + ": " + std::strerror(errno));

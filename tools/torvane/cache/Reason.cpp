@@ -25,17 +25,24 @@ class Explainer {
             SetUnsound({Soundness::kBusy, "the definitions kept changing"});
         } else if (told_.current_md5.empty()) {
             told_.reason = Reason::kTemplateUnknown;
-            if (definitions_->damaged()) told_.damage = "the definitions are damaged";
         } else {
             Judge();
         }
+        if (definitions_->damaged() && told_.damage.empty()) told_.damage = DamageOfDefinitions();
         return std::move(told_);
     }
 
   private:
+    [[nodiscard]] char const* DamageOfDefinitions() const {
+        return told_.from_config ? "the agent's definitions are damaged" : "the newest cache's definitions are damaged";
+    }
+
     void LookAtVersions() {
         for (StorePlace const& place : places_) {
-            snapshots_.push_back(LookAtSnapshot(place));
+            SnapshotLook look_at_snapshot = LookAtSnapshot(place);
+            // The agent knows of none that is not finished.
+            if (look_at_snapshot.soundness != Soundness::kSound && IsUnfinished(place)) continue;
+            snapshots_.push_back(std::move(look_at_snapshot));
             Snapshot const& snapshot = *snapshots_.back().snapshot;
             StoreView store(place);
             KeyLook look = LookUp(store, AnswerKeys(file_, snapshot.DependsOnName(id_)));
@@ -43,6 +50,7 @@ class Explainer {
             version.place = place;
             version.since = snapshot.made();
             version.has_answer = look.search.outcome == IndexView::Outcome::kFound;
+            if (!version.has_answer) version.damage = look.damage;
             told_.versions.push_back(std::move(version));
             looks_.push_back(std::move(look));
         }
@@ -53,9 +61,9 @@ class Explainer {
         told_.from_config = config_.exists();
         definitions_ = &config_;
         if (!told_.from_config) {
-            std::int64_t newest = 0;
+            std::optional<std::int64_t> newest;
             for (SnapshotLook const& look : snapshots_) {
-                if (look.snapshot->made() <= newest) continue;
+                if (!look.snapshot->exists() || (newest && look.snapshot->made() <= *newest)) continue;
                 newest = look.snapshot->made();
                 definitions_ = look.snapshot.get();
             }
@@ -67,7 +75,9 @@ class Explainer {
         for (std::size_t at = 0; at < snapshots_.size(); ++at) {
             KnownVersion& version = told_.versions[at];
             version.current = version.place.version == told_.current_md5;
-            if (!version.current) version.differences = Differences(*snapshots_[at].snapshot, *definitions_, id_);
+            // What a damaged definition lacks was not removed by anybody.
+            if (!version.current && !definitions_->damaged())
+                version.differences = Differences(*snapshots_[at].snapshot, *definitions_, id_);
         }
     }
 
@@ -78,6 +88,11 @@ class Explainer {
         for (std::size_t at = 0; at < told_.versions.size(); ++at) {
             if (told_.versions[at].current) JudgeCurrent(told_.versions[at].place, snapshots_[at], looks_[at]);
         }
+        if (told_.reason != Reason::kNeverStored) return;
+        // It may have been stored where nobody can read it any more.
+        auto const unsound = std::find_if(looks_.begin(), looks_.end(),
+                                          [](KeyLook const& look) { return look.soundness != Soundness::kSound; });
+        if (unsound != looks_.end()) SetUnsound(*unsound);
     }
 
     void JudgeCurrent(StorePlace const& place, SnapshotLook const& snapshot, KeyLook const& look) {

@@ -32,12 +32,13 @@ struct KnownVersion {
     bool current = false;
     std::int64_t since = 0;  // when its cache was made, seconds since 1970-01-01 UTC
     bool has_answer = false;
+    std::string damage;                   // why it cannot be told whether it has one
     std::vector<Difference> differences;  // from it to the current definition
 };
 
 struct Explanation {
     Reason reason = Reason::kNeverStored;
-    std::string damage;        // of kDamaged, or of definitions that do not have the template
+    std::string damage;        // of kDamaged, or of the definitions
     std::string current_md5;   // empty: the template is unknown
     bool from_config = false;  // else the newest snapshot stands for the agent's definitions, which it has not kept
     bool fingerprint_rules = false;  // it has rules whose matches are never stored

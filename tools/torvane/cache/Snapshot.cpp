@@ -65,6 +65,7 @@ Snapshot::Snapshot(std::string const& directory) {
 
 void Snapshot::Read(std::string const& directory) {
     damaged_ = false;
+    exists_ = false;
     made_ = 0;
     std::vector<FileView> files;
     for (char const* const name :
@@ -75,6 +76,7 @@ void Snapshot::Read(std::string const& directory) {
         // None of the library's files: as if it were damaged, and not opened.
         if (file.state() == FileView::State::kForeign) damaged_ = true;
         if (name == Varnok::kTemplateArchive && file.state() == FileView::State::kOpen) {
+            exists_ = true;
             made_ = file.status().st_mtim.tv_sec;
         }
     }

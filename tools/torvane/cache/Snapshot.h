@@ -21,7 +21,7 @@ class Snapshot {
     // Whether they were still being replaced at the last look: what was read may be of two states.
     [[nodiscard]] bool changed() const { return changed_; }
     // Whether there is a template file: without one a snapshot is incomplete, the agent's definitions not there.
-    [[nodiscard]] bool exists() const { return made_ != 0; }
+    [[nodiscard]] bool exists() const { return exists_; }
     // When the template file was written, seconds since 1970-01-01 UTC: for a snapshot, since when it has been there.
     [[nodiscard]] std::int64_t made() const { return made_; }
 
@@ -38,6 +38,7 @@ class Snapshot {
     std::unique_ptr<KwDefineMgr> definitions_;
     bool changed_ = false;
     bool damaged_ = false;
+    bool exists_ = false;
     std::int64_t made_ = 0;
 };
 

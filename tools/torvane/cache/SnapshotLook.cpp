@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "host/policy/KwArchivePath.h"
+
 namespace torvane {
 
 namespace {
@@ -23,6 +25,10 @@ SnapshotLook LookAtSnapshot(StorePlace const& place) {
         return CheckSnapshot(place, *look.snapshot);
     });
     return look;
+}
+
+bool IsUnfinished(StorePlace const& place) {
+    return IsGone(place.directory + "/" + Varnok::kTemplateArchive);
 }
 
 }  // namespace torvane

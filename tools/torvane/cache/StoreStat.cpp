@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -43,8 +44,11 @@ class ChainKeys {
 
 std::uint64_t SizeOf(std::string const& path) {
     struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return 0;
-    return static_cast<std::uint64_t>(status.st_size);
+    if (::lstat(path.c_str(), &status) == 0) {
+        return S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
+    }
+    if (errno == ENOENT || errno == ENOTDIR) return 0;
+    throw Stop(ExitStatus::kIo, "cannot look at " + path + ": " + std::strerror(errno));
 }
 
 // The slots of one text index, chain by chain.

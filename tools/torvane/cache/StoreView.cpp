@@ -70,6 +70,8 @@ Look LookAtFile(std::string const& path, std::function<std::string()> const& rea
         bool const changed = file.HasChanged();
         changes += changed ? 1 : 0;
         look.soundness = changed ? Soundness::kBusy : Soundness::kDamaged;
+        // Somebody has removed all of it: there is nothing that could be damaged.
+        if (IsGone(DirectoryOf(path))) return look.soundness = Soundness::kBusy, look;
         if (changes == kLooks || (!changed && !IsRecent(file)) || waits == kMostWaits) return look;
         WaitForWriter();
     }
@@ -91,7 +93,10 @@ std::string StoreView::Damage() const {
         case FileView::State::kOpen:
             return index_.IsHeadValid() ? "" : "index head is not valid";
         case FileView::State::kMissing:
-            return data_.state() == FileView::State::kMissing ? "" : "index is missing";
+            // Of a template's cache the definitions are the first to go; of other stores the index may be, and what is
+            // left then is one that is half removed.
+            if (place_.kind != StoreKind::kTemplate || data_.state() == FileView::State::kMissing) return "";
+            return "index is missing";
         default:
             return "what stands in the index's place is no file";
     }

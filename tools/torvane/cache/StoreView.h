@@ -25,7 +25,7 @@ inline constexpr int kLooks = 3;  // at what keeps changing
 
 // Calls `read`, which says what is wrong with the file at `path` and what belongs to it, again as long as that may be
 // because somebody is writing: damaged is only what stays so for half a second in which the file, or for a file that is
-// missing its directory, stays as it is.
+// missing its directory, stays as it is. What is in a directory that is gone is busy.
 [[nodiscard]] Look LookAtFile(std::string const& path, std::function<std::string()> const& read);
 
 // A record store's two files, read and never changed. One object, one thread. Throws Stop(kIo) for what may not be
@@ -37,7 +37,8 @@ class StoreView {
     [[nodiscard]] StorePlace const& place() const { return place_; }
     [[nodiscard]] IndexView const& index() const { return index_; }
     [[nodiscard]] FileView const& data() const { return data_; }
-    // Why no slot of it can be told from the next; empty when they can, and when there are no files yet.
+    // Why no slot of it can be told from the next; empty when they can, when there are no files yet
+    // and when it is a half removed one.
     [[nodiscard]] std::string Damage() const;
     [[nodiscard]] bool HasChanged() const { return index_.file().HasChanged() || data_.HasChanged(); }
     void OpenAgain();

@@ -57,6 +57,10 @@ void AppendOptionNames(std::vector<std::string>& names, CLI::App const& app) {
     }
 }
 
+bool IsOption(std::string const& word) {
+    return word.size() > 1 && word.front() == '-';
+}
+
 bool WantsColor(Color color) {
     if (color != Color::kAuto) return color == Color::kAlways;
     char const* const term = std::getenv("TERM");
@@ -144,6 +148,11 @@ bool CommandLine::Parse(std::vector<std::string> const& arguments) {
         Print(app_.help());
     } catch (CLI::ExtrasError const&) {
         RefuseExtra();
+    } catch (CLI::RequiredError const& error) {
+        // A mistyped option may be the one that is missing.
+        auto const extras = app_.remaining(true);
+        if (std::any_of(extras.begin(), extras.end(), IsOption)) RefuseExtra();
+        Refuse(error.what(), Chosen());
     } catch (CLI::ParseError const& error) {
         Refuse(error.what(), Chosen());
     }
@@ -153,8 +162,9 @@ bool CommandLine::Parse(std::vector<std::string> const& arguments) {
 void CommandLine::RefuseExtra() const {
     CLI::App const* const command = Chosen();
     auto const extras = app_.remaining(true);
-    std::string const extra = extras.empty() ? "" : extras.front();
-    if (extra.size() > 1 && extra.front() == '-') {
+    auto const option = std::find_if(extras.begin(), extras.end(), IsOption);
+    std::string const extra = extras.empty() ? "" : option != extras.end() ? *option : extras.front();
+    if (IsOption(extra)) {
         std::string const name = extra.substr(0, extra.find('='));
         std::vector<std::string> names;
         if (command != nullptr) AppendOptionNames(names, *command);

@@ -35,7 +35,7 @@ std::string WholeFile(std::string const& path, bool must_exist) {
     };
     std::unique_ptr<std::FILE, Closer> const file(std::fopen(path.c_str(), "re"));
     if (!file) {
-        if (!must_exist && (errno == ENOENT || errno == ENOTDIR)) return {};
+        if (!must_exist && (errno == ENOENT || errno == ENOTDIR || errno == EACCES)) return {};
         FailIo(path, std::strerror(errno));
     }
     std::string text(kMostBytes + 1, '\0');

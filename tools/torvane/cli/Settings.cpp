@@ -81,6 +81,7 @@ class Loader {
         auto const user = UserFile(sources_);
         if (user) files += ":" + *user;
         Found const config = Find("config", files);
+        if (config.source != "default" && config.value.empty()) Refuse(config.place + "the path is empty");
         Note("config", config.value, config);
         if (config.source != "default") return ReadFile(config.value, true);
         if (user) ReadFile(*user, false);

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -15,7 +16,8 @@ constexpr Schema kSchema{"export", 1};
 std::vector<Listed> Wanted(std::vector<std::string> const& names) {
     std::vector<Listed> wanted;
     for (std::string const& name : names.empty() ? ListedNames() : names)
-        wanted.push_back(ListedOf(name));
+        if (Listed const listed = ListedOf(name); std::find(wanted.begin(), wanted.end(), listed) == wanted.end())
+            wanted.push_back(listed);
     return wanted;
 }
 

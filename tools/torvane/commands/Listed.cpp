@@ -95,7 +95,7 @@ std::vector<ListedKind> const& Kinds() {
          true,
          false,
          {{"policy", "POLICY"},
-          {"policy_version", "POLICY VERSION"},
+          Number("policy_version", "POLICY VERSION"),
           {"key", "KEY"},
           Number("realtime", "REALTIME"),
           Number("by_policy", "BY POLICY"),

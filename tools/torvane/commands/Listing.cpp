@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <utility>
 
 #include "tools/torvane/output/Escape.h"
@@ -52,8 +53,42 @@ bool Listing::ForEach(Listed listed, Take const& take) {
 
 ExitStatus Listing::Status() const {
     bool const filtered = !filter_.template_id.empty() || !filter_.task_id.empty() || !filter_.policy_id.empty();
+    if (unread_) return ExitStatus::kIo;
     if (damaged_ || (filtered && !named_)) return ExitStatus::kNo;
     return busy_ && !sound_ ? ExitStatus::kBusy : ExitStatus::kYes;
+}
+
+void Listing::Find(Listed listed) {
+    bool const by_template = listed == Listed::kTemplates || listed == Listed::kAnswers;
+    (void)Wanted(by_template                   ? StoreKind::kTemplate
+                 : listed == Listed::kCounters ? StoreKind::kCounter
+                                               : StoreKind::kTask);
+}
+
+void Listing::TellUnread(Stop const& stop) {
+    if (stop.status() != ExitStatus::kIo) throw stop;
+    unread_ = true;
+    Warn(stop.what());
+}
+
+bool Listing::GoOn(std::function<bool()> const& list) {
+    try {
+        return list();
+    } catch (Stop const& stop) {
+        if (giving_) throw;
+        TellUnread(stop);
+        return true;
+    }
+}
+
+std::vector<StorePlace> Listing::Wanted(StoreKind kind) {
+    std::vector<StorePlace> places;
+    (void)GoOn([&] {
+        places = root_.Stores(kind, [this](Stop const& stop) { TellUnread(stop); });
+        return true;
+    });
+    std::erase_if(places, [this](StorePlace const& place) { return !IsWanted(place); });
+    return places;
 }
 
 bool Listing::IsWanted(StorePlace const& place) {
@@ -86,46 +121,64 @@ bool Listing::IsWanted(Row const& row) const {
 }
 
 bool Listing::Give(Row const& row, Take const& take) {
-    if (!IsWanted(row)) return true;
+    if (row.gone || !IsWanted(row)) return true;
     sound_ = sound_ || row.soundness == Soundness::kSound;
     damaged_ = damaged_ || row.soundness == Soundness::kDamaged;
     busy_ = busy_ || row.soundness == Soundness::kBusy;
-    progress_.At(++given_, 0, row.json["kind"].get_ref<std::string const&>());
-    return take(row.json);
+    ++given_;
+    giving_ = true;
+    bool const goes_on = take(row.json);
+    giving_ = false;
+    return goes_on;
 }
 
 bool Listing::Templates(Take const& take) {
-    Snapshot const current(root_.ConfigPath());
-    for (StorePlace const& place : root_.Stores(StoreKind::kTemplate)) {
-        if (IsWanted(place) && !Give(TemplateRow(place, current), take)) return false;
+    std::unique_ptr<Snapshot> current;
+    (void)GoOn([&] {
+        current = std::make_unique<Snapshot>(root_.ConfigPath());
+        return true;
+    });
+    if (current != nullptr && current->damaged()) {
+        damaged_ = true;
+        if (!quiet_) Warn("the agent's definitions are damaged");
+    }
+    for (StorePlace const& place : Wanted(StoreKind::kTemplate)) {
+        progress_.AtBlock(given_, 0, place.Name());
+        if (!GoOn([&] { return Give(TemplateRow(place, current.get()), take); })) return false;
     }
     return true;
 }
 
 bool Listing::Tasks(Take const& take) {
-    for (StorePlace const& place : root_.Stores(StoreKind::kTask)) {
-        if (IsWanted(place) && !Give(TaskRow(place), take)) return false;
+    for (StorePlace const& place : Wanted(StoreKind::kTask)) {
+        progress_.AtBlock(given_, 0, place.Name());
+        if (!GoOn([&] { return Give(TaskRow(place), take); })) return false;
     }
     return true;
 }
 
 bool Listing::Texts(Take const& take) {
-    bool goes_on = true;
-    for (StorePlace const& place : root_.Stores(StoreKind::kTask)) {
-        if (!IsWanted(place)) continue;
-        ForEachName(place.directory + "/text", [&](std::string const& file) {
-            std::string name;
-            if (IsArchive(file, name)) goes_on = Give(TextRow(place, name, detail_), take);
-            return goes_on;
-        });
-        if (!goes_on) break;
+    for (StorePlace const& place : Wanted(StoreKind::kTask)) {
+        if (!GoOn([&] { return TextsOf(place, take); })) return false;
     }
+    return true;
+}
+
+bool Listing::TextsOf(StorePlace const& place, Take const& take) {
+    bool goes_on = true;
+    ForEachName(place.directory + "/text", [&](std::string const& file) {
+        std::string name;
+        progress_.AtBlock(given_, 0, place.Name());
+        if (IsArchive(file, name)) goes_on = GoOn([&] { return Give(TextRow(place, name, detail_), take); });
+        return goes_on;
+    });
     return goes_on;
 }
 
 bool Listing::Entries(StoreKind kind, Take const& take) {
-    for (StorePlace const& place : root_.Stores(kind)) {
-        if (IsWanted(place) && !EntriesOf(place, take)) return false;
+    for (StorePlace const& place : Wanted(kind)) {
+        progress_.AtBlock(given_, 0, place.Name());
+        if (!GoOn([&] { return EntriesOf(place, take); })) return false;
     }
     return true;
 }
@@ -143,11 +196,15 @@ bool Listing::EntriesOf(StorePlace const& place, Take const& take) {
         store.OpenAgain();
         return store.Damage();
     });
-    if (!look.damage.empty()) return Complain(place, look), true;
-
+    if (!look.damage.empty()) {
+        if (!IsGone(place.directory)) Complain(place, look);
+        return true;
+    }
+    std::string const name = place.Name();
     Slot slot;
     auto number = store.index().NextUsed(1, slot);
     for (; number; number = store.index().NextUsed(*number + 1, slot)) {
+        progress_.At(given_, 0, name);
         // A text key's further slots are none of its entries; neither is one that no chain leads to.
         if (place.kind != StoreKind::kTask && !store.Answers(*number, slot)) continue;
         if (filter_.matched && *filter_.matched != HasRecord(slot)) continue;

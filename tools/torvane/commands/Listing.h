@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "tools/torvane/ExitStatus.h"
 #include "tools/torvane/cache/CacheRoot.h"
@@ -26,8 +27,11 @@ class Listing {
     // them slots in the order of the file.
     bool ForEach(Listed listed, std::function<bool(Json const&)> const& take);
 
-    // Of all that was listed: kYes; kNo when something is damaged, or when a filter names what there is not; kBusy when
-    // nothing else could be said.
+    // Looks for what the filter names without listing any of it.
+    void Find(Listed listed);
+
+    // Of all that was listed: kYes; kIo when something could not be read, which is told on stderr; kNo when something
+    // is damaged, or when a filter names what there is not; kBusy when nothing else could be said.
     [[nodiscard]] ExitStatus Status() const;
 
   private:
@@ -35,7 +39,12 @@ class Listing {
     bool Templates(Take const& take);
     bool Tasks(Take const& take);
     bool Texts(Take const& take);
+    bool TextsOf(StorePlace const& place, Take const& take);
     bool Entries(StoreKind kind, Take const& take);
+    [[nodiscard]] std::vector<StorePlace> Wanted(StoreKind kind);
+    // Whatever `list` returns; true when it cannot read something, which is remembered.
+    bool GoOn(std::function<bool()> const& list);
+    void TellUnread(Stop const& stop);
     bool EntriesOf(StorePlace const& place, Take const& take);
     bool Give(Row const& row, Take const& take);
     [[nodiscard]] bool IsWanted(StorePlace const& place);
@@ -48,7 +57,9 @@ class Listing {
     bool quiet_;
     Progress progress_;
     std::uint64_t given_ = 0;
-    bool named_ = false;  // a store that the filter names is there
+    bool named_ = false;   // a store that the filter names is there
+    bool giving_ = false;  // what fails now is not the reading
+    bool unread_ = false;
     bool sound_ = false;
     bool damaged_ = false;
     bool busy_ = false;

@@ -33,7 +33,9 @@ ExitStatus Run(Options options, Context const& context) {
     std::uint64_t rows = 0;
     // Nothing is looked for behind the last row that is wanted.
     auto const is_full = [&] { return options.limited && rows >= options.limit; };
-    if (!is_full()) {
+    if (is_full()) {
+        listing.Find(listed);
+    } else {
         (void)listing.ForEach(listed, [&](Json const& row) {
             context.out.Row(row);
             ++rows;

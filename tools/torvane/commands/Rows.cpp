@@ -1,10 +1,12 @@
 #include "tools/torvane/commands/Rows.h"
 
+#include <fmt/format.h>
+
+#include <charconv>
 #include <ctime>
 #include <utility>
 
 #include "host/policy/KwIdName.h"
-#include "tools/torvane/cache/FileKey.h"
 #include "tools/torvane/cache/SnapshotLook.h"
 #include "tools/torvane/output/Progress.h"
 
@@ -31,9 +33,16 @@ void AddPlace(Json& json, StoreView const& store, std::uint64_t number, Slot con
 }
 
 // The length of a sensitive text, and the text itself where it was asked for.
-void AddText(Json& json, char const* name, HString const& text, Detail const& detail) {
-    json[std::string(name) + "_length"] = text.length();
-    if (detail.show_text) json[name] = text.get_str();
+void AddText(Json& json, char const* name, HString const& text, Detail const& detail, bool known = true) {
+    json[std::string(name) + "_length"] = known ? Json(text.length()) : Json();
+    if (detail.show_text) json[name] = known ? Json(text.get_str()) : Json();
+}
+
+// Of a policy's time stamp; null for none, and for one that no time stamp is as large as.
+Json NumberOf(std::string const& text) {
+    std::int64_t number = 0;
+    auto const end = std::from_chars(text.data(), text.data() + text.size(), number);
+    return end.ec == std::errc() && end.ptr == text.data() + text.size() && !text.empty() ? Json(number) : Json();
 }
 
 Json RuleOf(QVKReportKeywordAttachItem const& item, Detail const& detail) {
@@ -58,15 +67,16 @@ std::size_t PositionsOf(QVKKeywordText const& text) {
     return positions;
 }
 
-void AddKeywordText(Json& json, QVKKeywordText const& text, Detail const& detail) {
-    json["text_template"] = text.tpl_id.get_str();
-    json["lines"] = text.line_positions.size();
-    json["positions"] = PositionsOf(text);
-    AddText(json, "text", text.text, detail);
-    json["text_path"] = text.text_path.get_str();
-    AddText(json, "second_text", text.second_text, detail);
-    json["second_text_path"] = text.second_text_path.get_str();
-    json["second_positions"] = text.second_positions.size();
+void AddKeywordText(Json& json, QVKKeywordText const& text, Detail const& detail, bool known) {
+    auto const or_null = [known](Json value) { return known ? value : Json(); };
+    json["text_template"] = or_null(text.tpl_id.get_str());
+    json["lines"] = or_null(text.line_positions.size());
+    json["positions"] = or_null(PositionsOf(text));
+    AddText(json, "text", text.text, detail, known);
+    json["text_path"] = or_null(text.text_path.get_str());
+    AddText(json, "second_text", text.second_text, detail, known);
+    json["second_text_path"] = or_null(text.second_text_path.get_str());
+    json["second_positions"] = or_null(text.second_positions.size());
 }
 
 Json TextsOf(std::vector<HString> const& texts) {
@@ -74,6 +84,17 @@ Json TextsOf(std::vector<HString> const& texts) {
     for (HString const& text : texts)
         json.push_back(text.get_str());
     return json;
+}
+
+// A directory of findings or definitions without the task's record has lost it; another one is being made, removed or
+// was used for a text after that.
+bool IsNoTask(StorePlace const& place) {
+    return IsGone(place.directory + "/ScanTask.arc") && IsGone(place.IndexPath()) && IsUnfinished(place);
+}
+
+Json CurrentOf(StorePlace const& place, Snapshot const* current) {
+    if (current == nullptr || !current->exists() || current->damaged()) return {};
+    return current->Md5Of(place.id) == place.version;
 }
 
 char const* StatusName(int status) {
@@ -95,7 +116,15 @@ char const* StatusName(int status) {
 
 std::string Md5WithProgress(std::string const& path, bool progress) {
     Progress shown(progress, "Reading");
-    return Md5OfFile(path, [&](std::uint64_t done, std::uint64_t total) { shown.At(done, total, path); });
+    return Md5OfFile(path, [&](std::uint64_t done, std::uint64_t total) { shown.AtBlock(done, total, path); });
+}
+
+void CheckMd5(FileIdentity const& file) {
+    constexpr std::size_t kDigits = 32;
+    bool const right =
+        file.md5.size() == kDigits && file.md5.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+    if (file.md5.empty() || right) return;
+    throw Stop(ExitStatus::kUsage, "--md5: '" + file.md5 + "' is no MD5 of 32 hexadecimal digits");
 }
 
 Json TimeOf(std::int64_t seconds) {
@@ -104,8 +133,8 @@ Json TimeOf(std::int64_t seconds) {
     std::tm fields{};
     if (seconds == 0 || ::gmtime_r(&time, &fields) == nullptr) return {};
     if (fields.tm_year > kLastYear || fields.tm_year < -1900) return {};
-    char text[sizeof("2023-11-14T22:13:20Z")];
-    return std::strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%SZ", &fields) == 0 ? Json() : Json(text);
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", fields.tm_year + 1900, fields.tm_mon + 1, fields.tm_mday,
+                       fields.tm_hour, fields.tm_min, fields.tm_sec);
 }
 
 Row AnswerRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail const& detail) {
@@ -131,7 +160,7 @@ Row AnswerRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail c
         json["rule_list"] = Json::array();
         for (auto const& item : answer.rules)
             json["rule_list"].push_back(RuleOf(item, detail));
-        AddKeywordText(json, answer.text, detail);
+        AddKeywordText(json, answer.text, detail, look.damage.empty());
     }
     Finish(row, look);
     return row;
@@ -159,10 +188,10 @@ Row FindingRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail 
     json["created"] = TimeOf(finding.file_attrs[1]);
     json["modified"] = TimeOf(finding.file_attrs[2]);
     json["found"] = TimeOf(finding.file_attrs[3]);
-    json["templates"] = TextsOf(finding.tpl_ids);
+    json["templates"] = known ? TextsOf(finding.tpl_ids) : Json();
     // A verdict quotes what matched.
-    AddText(json, "verdict", finding.extra_1, detail);
-    AddText(json, "extra", finding.extra_2, detail);
+    AddText(json, "verdict", finding.extra_1, detail, known);
+    AddText(json, "extra", finding.extra_2, detail, known);
     AddPlace(json, store, number, look.slot, detail);
     Finish(row, look);
     return row;
@@ -173,7 +202,7 @@ Row CounterRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail 
     Json& json = row.json;
     json["kind"] = "counter";
     json["policy"] = store.place().id;
-    json["policy_version"] = store.place().version;
+    json["policy_version"] = NumberOf(store.place().version);
     json["key"] = IndexView::KeyOf(slot);
     DLPCache::SensRecordNode counts;
     StoreView::Look const look =
@@ -187,7 +216,7 @@ Row CounterRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail 
     return row;
 }
 
-Row TemplateRow(StorePlace const& place, Snapshot const& current) {
+Row TemplateRow(StorePlace const& place, Snapshot const* current) {
     Row row;
     Json& json = row.json;
     json["kind"] = "template";
@@ -197,7 +226,7 @@ Row TemplateRow(StorePlace const& place, Snapshot const& current) {
     auto const* const tpl = snapshot->Template(place.id);
     json["name"] = tpl != nullptr && tpl->common ? Json(tpl->common->name.get_str()) : Json();
     json["md5"] = place.version;
-    json["current"] = current.exists() ? Json(current.Md5Of(place.id) == place.version) : Json();
+    json["current"] = CurrentOf(place, current);
     json["made"] = TimeOf(snapshot->made());
     json["rules"] = tpl == nullptr ? Json() : Json(tpl->rule_ids.size());
     json["data_class"] = tpl == nullptr ? Json() : Json(tpl->data_class_id.get_str());
@@ -207,6 +236,7 @@ Row TemplateRow(StorePlace const& place, Snapshot const& current) {
     json["buckets"] = index.head() ? Json(index.head()->bucket_count) : Json();
     json["directory"] = place.directory;
     Finish(row, look);
+    row.gone = row.soundness != Soundness::kSound && IsUnfinished(place);
     return row;
 }
 
@@ -231,13 +261,14 @@ Row TaskRow(StorePlace const& place) {
     json["by_policy"] = known ? Json(task.kind() == kScanTaskByPolicy) : Json();
     json["policy"] = known ? Json(policy.header().id.get_str()) : Json();
     json["policy_version"] = known ? Json(policy.header().time_stamp) : Json();
-    json["templates"] = TextsOf(policy.tpl_ids);
+    json["templates"] = known ? TextsOf(policy.tpl_ids) : Json();
     json["keep"] = known ? Json(policy.keep) : Json();
     json["note"] = known ? Json(task.note.get_str()) : Json();
     IndexView const index(place.IndexPath());
     json["findings"] = index.slots();
     json["directory"] = place.directory;
     Finish(row, look);
+    row.gone = row.soundness != Soundness::kSound && IsNoTask(place);
     return row;
 }
 
@@ -250,10 +281,14 @@ Row TextRow(StorePlace const& task, std::string const& name, Detail const& detai
     json["name"] = Varnok::FileNameToId(HString(name), id) ? id.get_str() : name;
     std::string const path = task.directory + "/text/" + name + ".arc";
     QVKKeywordText text;
-    Look const look = LookAtFile(path, [&] { return ReadText(path, text); });
+    Look const look = LookAtFile(path, [&] {
+        std::string wrong = ReadText(path, text);
+        row.gone = !wrong.empty() && IsGone(path);
+        return row.gone ? std::string() : wrong;
+    });
     json["file"] = path;
     json["bytes"] = FileView(path).size();
-    AddKeywordText(json, text, detail);
+    AddKeywordText(json, text, detail, look.damage.empty());
     Finish(row, look);
     return row;
 }

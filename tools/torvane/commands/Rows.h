@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "tools/torvane/cache/FileKey.h"
 #include "tools/torvane/cache/Snapshot.h"
 #include "tools/torvane/cache/StoreView.h"
 #include "tools/torvane/output/Output.h"
@@ -15,12 +16,17 @@ namespace torvane {
 struct Row {
     Json json;
     Soundness soundness = Soundness::kSound;
+    // It was removed before it could be read, or is not finished or half removed: no row of a list.
+    bool gone = false;
 };
 
 // Md5OfFile, which shows how far it is when that is wanted.
 [[nodiscard]] std::string Md5WithProgress(std::string const& path, bool progress);
 
-// Seconds since 1970-01-01 UTC as RFC 3339 text; null for 0, which stands for "none", and beyond the year 9999.
+// Throws Stop(kUsage) for an MD5 that is none; an empty one is to be found out.
+void CheckMd5(FileIdentity const& file);
+
+// Seconds since 1970-01-01 UTC as RFC 3339 text; null for 0, which stands for "none", and outside the years 0 to 9999.
 [[nodiscard]] Json TimeOf(std::int64_t seconds);
 
 // How much of a record is shown.
@@ -36,8 +42,8 @@ struct Detail {
 [[nodiscard]] Row FindingRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail const& detail);
 [[nodiscard]] Row CounterRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail const& detail);
 
-// `current`: the agent's own definitions.
-[[nodiscard]] Row TemplateRow(StorePlace const& place, Snapshot const& current);
+// `current`: the agent's own definitions; null when they cannot be read.
+[[nodiscard]] Row TemplateRow(StorePlace const& place, Snapshot const* current);
 [[nodiscard]] Row TaskRow(StorePlace const& place);
 // `name`: the text's file without ".arc".
 [[nodiscard]] Row TextRow(StorePlace const& task, std::string const& name, Detail const& detail);

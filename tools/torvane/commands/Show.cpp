@@ -30,10 +30,12 @@ struct Options {
 struct Found {
     Json entries = Json::array();
     bool quiet = false;  // no lines on stderr
+    bool sound = false;
     bool damaged = false;
     bool busy = false;
 
     void Add(Row row) {
+        sound = sound || row.soundness == Soundness::kSound;
         damaged = damaged || row.soundness == Soundness::kDamaged;
         busy = busy || row.soundness == Soundness::kBusy;
         entries.push_back(std::move(row.json));
@@ -119,6 +121,7 @@ void CheckOptions(Options const& options) {
     if (options.file.path.empty() && !(options.file.md5.empty() && options.file.short_name.empty())) {
         throw Stop(ExitStatus::kUsage, "--md5 and --name go with --file");
     }
+    CheckMd5(options.file);
     if (options.task_id.empty() != (options.number == 0)) {
         throw Stop(ExitStatus::kUsage, "--task and --sn go together");
     }
@@ -153,9 +156,9 @@ ExitStatus Run(Options options, Context const& context) {
     Found found = Finder(root, options, context.settings).Run();
 
     bool const none = found.entries.empty();
-    ExitStatus const status = none && found.busy && !found.damaged ? ExitStatus::kBusy
-                              : none || found.damaged              ? ExitStatus::kNo
-                                                                   : ExitStatus::kYes;
+    ExitStatus const status = !found.sound && found.busy && !found.damaged ? ExitStatus::kBusy
+                              : none || found.damaged                      ? ExitStatus::kNo
+                                                                           : ExitStatus::kYes;
     Json answer;
     answer["found"] = !none;
     if (!options.file.path.empty()) answer["file_md5"] = options.file.md5;

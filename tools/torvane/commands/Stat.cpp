@@ -1,9 +1,11 @@
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <utility>
@@ -38,8 +40,11 @@ struct Counted {
 
 std::uint64_t SizeOf(std::string const& path) {
     struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size)
-                                                                          : 0;
+    if (::lstat(path.c_str(), &status) == 0) {
+        return S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
+    }
+    if (errno == ENOENT || errno == ENOTDIR) return 0;
+    throw Stop(ExitStatus::kIo, "cannot look at " + path + ": " + std::strerror(errno));
 }
 
 Counted Count(CacheRoot const& root, Settings const& settings) {
@@ -53,7 +58,7 @@ Counted Count(CacheRoot const& root, Settings const& settings) {
         StoreStat of_kind;
         for (StorePlace const& place : places) {
             if (place.kind != kind) continue;
-            progress.At(done++, places.size(), place.Name());
+            progress.AtBlock(done++, places.size(), place.Name());
             of_kind.Add(CountStore(place));
             if (kind == StoreKind::kTask) texts.Add(CountTexts(place));
         }

@@ -35,7 +35,7 @@ LogLevel LevelOf(std::string const& name) {
 
 bool IsDirectory(std::string const& path) {
     struct stat found {};
-    if (::lstat(path.c_str(), &found) == 0) return S_ISDIR(found.st_mode);
+    if (::stat(path.c_str(), &found) == 0) return S_ISDIR(found.st_mode);
     if (errno == ENOENT || errno == ENOTDIR) return false;
     throw Stop(ExitStatus::kIo, path + ": " + std::strerror(errno));
 }
@@ -59,7 +59,8 @@ class Tail {
         log_.GoToLast(options_.lines, [this](std::string_view line) { return Passes(ParseLogLine(line)); });
         Look();
         if (options_.follow) Follow();
-        log_.ReadUnfinished([this](std::string_view line) { Show(line); });
+        // What nobody has asked for was there before.
+        if (options_.follow || options_.lines > 0) log_.ReadUnfinished([this](std::string_view line) { Show(line); });
         if (IsList()) out_.EndList();
         return ExitStatus::kYes;
     }

@@ -46,7 +46,8 @@ Json VersionOf(KnownVersion const& version) {
     json["md5"] = version.place.version;
     json["current"] = version.current;
     json["since"] = TimeOf(version.since);
-    json["has_answer"] = version.has_answer;
+    json["has_answer"] = version.damage.empty() ? Json(version.has_answer) : Json();
+    json["damage"] = version.damage.empty() ? Json() : Json(version.damage);
     json["directory"] = version.place.directory;
     json["differences"] = Json::array();
     for (Difference const& difference : version.differences) {
@@ -103,7 +104,9 @@ std::string SinceText(std::int64_t since) {
 void PrintVersion(KnownVersion const& version, Output& out) {
     std::string text = "  " + version.place.version + " since " + SinceText(version.since);
     text += version.current ? ", current" : ", not current";
-    out.Line(text + (version.has_answer ? ", has an answer" : ", has no answer"));
+    if (!version.damage.empty()) text += ", cannot say whether it has an answer: " + version.damage;
+    if (version.damage.empty()) text += version.has_answer ? ", has an answer" : ", has no answer";
+    out.Line(text);
     for (Difference const& difference : version.differences)
         out.Line(DifferenceText(difference));
 }
@@ -111,7 +114,7 @@ void PrintVersion(KnownVersion const& version, Output& out) {
 void Print(Options const& options, Explanation const& told, Output& out) {
     out.Line(out.Painted(Sentence(told), IsHit(told.reason) ? Output::Paint::kGood : Output::Paint::kBad));
     out.Line("file: " + options.file.path + ", MD5 " + options.file.md5);
-    if (told.reason == Reason::kTemplateUnknown && !told.damage.empty()) out.Line(told.damage);
+    if (told.reason != Reason::kDamaged && told.reason != Reason::kBusy && !told.damage.empty()) out.Line(told.damage);
     if (!told.current_md5.empty()) {
         out.Line("template: " + options.template_id + ", MD5 " + told.current_md5 +
                  (told.from_config ? "" : " (of the newest cache, there are no definitions in config)"));
@@ -132,6 +135,7 @@ void Print(Options const& options, Explanation const& told, Output& out) {
 }
 
 ExitStatus Run(Options options, Context const& context) {
+    CheckMd5(options.file);
     CacheRoot const root(context.settings.root);
     if (options.file.md5.empty()) {
         options.file.md5 = Md5WithProgress(options.file.path, context.settings.progress);

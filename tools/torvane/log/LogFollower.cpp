@@ -52,6 +52,7 @@ void LogFollower::GoToLast(std::uint64_t count, Filter const& passes) {
     };
     if (!IsOpen()) return;
     ReadFile(note);
+    if (!unfinished_.empty()) note(unfinished_);
     // The unfinished line is read again with the rest of it.
     std::uint64_t const end = line_start_;
     GoTo(starts.empty() ? end : starts.front());

@@ -22,7 +22,7 @@ class LogFollower {
 
     // Whether there has been a file yet.
     [[nodiscard]] bool IsOpen() const { return file_.state() == FileView::State::kOpen; }
-    // Goes to where the last `count` lines begin that `passes` lets through.
+    // Goes to where the last `count` lines begin that `passes` lets through; an unfinished one at the end is a line.
     void GoToLast(std::uint64_t count, Filter const& passes);
     // The whole lines that are there by now.
     void Read(Sink const& sink);

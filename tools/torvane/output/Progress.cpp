@@ -52,7 +52,11 @@ Progress::~Progress() {
 }
 
 void Progress::At(std::uint64_t done, std::uint64_t total, std::string const& where) {
-    if (!shown_ || (skipped_++ % kCallsPerLook) != 0) return;
+    if ((skipped_++ % kCallsPerLook) == 0) AtBlock(done, total, where);
+}
+
+void Progress::AtBlock(std::uint64_t done, std::uint64_t total, std::string const& where) {
+    if (!shown_) return;
     auto const now = now_();
     if (now < next_) return;
     next_ = now + kPause;

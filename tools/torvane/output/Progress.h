@@ -27,6 +27,9 @@ class Progress {
     // Cheap: may be called for every slot.
     void At(std::uint64_t done, std::uint64_t total, std::string const& where = "");
 
+    // The same for a large step, a store or a block of a file: asks for the time at every call.
+    void AtBlock(std::uint64_t done, std::uint64_t total, std::string const& where = "");
+
     // Takes the line away, if there is one, until the next At.
     static void Hide();
 
