@@ -90,6 +90,7 @@ TEST_F(DLPCacheTplTest, ItemWithTooLongATextIsUnstorable) {
 }
 
 TEST_F(DLPCacheTplTest, ItemWithoutRuleIdIsStoredButDoesNotComeBack) {
+    NotSound();
     auto const cache = Open();
     QVKReportKeywordAttachNode node = TwoItems();
     node.items[1].rule_id.clear();
@@ -121,6 +122,7 @@ TEST_F(DLPCacheTplTest, CodesOfTheStoreArePassedOn) {
 }
 
 TEST_F(DLPCacheTplTest, DataFileThatCannotBeOpenedForWritingIsPassedOn) {
+    NotSound();
     auto const cache = Open();
     std::filesystem::create_directory(Dir() + "cache");
     EXPECT_EQ(Add(*cache, TwoItems()), -6);
