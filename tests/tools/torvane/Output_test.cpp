@@ -60,6 +60,21 @@ class Outputs : public testing::Test {
     std::unique_ptr<Output> out_;
 };
 
+TEST_F(Outputs, ATableWithoutRowsHasItsTitles) {
+    EXPECT_EQ(List(Format::kTable, {}), "NAME  SIZE\n");
+}
+
+TEST_F(Outputs, ATableThatWantsTitlesWithRowsOnlyHasNoneWithoutRows) {
+    Output& out = Begin(Format::kTable);
+    out.BeginList({"thing", 1}, {{"name", "NAME"}}, Titles::kWithRows);
+    out.EndList();
+    EXPECT_EQ(Written(), "");
+    out.BeginList({"thing", 1}, {{"name", "NAME"}}, Titles::kWithRows);
+    out.Row({{"name", "a"}});
+    out.EndList();
+    EXPECT_EQ(Written(), "NAME\na\n");
+}
+
 TEST_F(Outputs, InTablesLineUp) {
     EXPECT_EQ(List(Format::kTable, {{{"name", "a"}, {"size", 1}}, {{"name", "longer"}, {"size", 12345}}}),
               "NAME     SIZE\n"

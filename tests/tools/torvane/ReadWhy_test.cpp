@@ -354,7 +354,7 @@ TEST_F(WhyTool, WhatIsNoRegularFileHasNoContent) {
 
 TEST_F(WhyTool, AnMd5ThatIsNoneIsWrongUsage) {
     MakeSmallRoot();
-    for (char const* const md5 : {"zz", "0cc175b9c0f1b6a831c399e26977266", "0cc175b9c0f1b6a831c399e26977266g"})
+    for (char const* const md5 : {"", "zz", "0cc175b9c0f1b6a831c399e26977266", "0cc175b9c0f1b6a831c399e26977266g"})
         EXPECT_EQ(Run({"why", "/x/a.txt", "--template", "T1", "--md5", md5}).status, 2) << md5;
     EXPECT_EQ(Run({"show", "--file", "/x/a.txt", "--md5", "zz"}).status, 2);
     EXPECT_EQ(Run({"why", "/x/a.txt", "--template", "T1", "--md5", kMd5A}).status, 0);

@@ -49,15 +49,6 @@ bool IsTimeStamp(std::string const& name) {
                                              [](unsigned char c) { return std::isdigit(c) != 0; });
 }
 
-// The policy version that a directory of found-times is of: the name of its marker.
-std::string VersionOfCounts(std::string const& directory) {
-    std::string version;
-    for (std::string const& name : NamesIn(directory)) {
-        if (IsTimeStamp(name)) version = name;
-    }
-    return version;
-}
-
 std::vector<StorePlace> PlacesIn(StoreKind kind, std::string const& directory) {
     std::vector<StorePlace> places;
     for (std::string const& name : NamesIn(directory)) {
@@ -180,6 +171,12 @@ std::vector<std::string> CacheRoot::TextsOf(StorePlace const& task) const {
         if (IsArchive(name, text)) names.push_back(std::move(text));
     }
     return names;
+}
+
+std::string VersionOfCounts(std::string const& directory) {
+    std::vector<std::string> const names = NamesIn(directory);
+    auto const last = std::find_if(names.rbegin(), names.rend(), IsTimeStamp);
+    return last == names.rend() ? std::string() : *last;
 }
 
 bool IsGone(std::string const& path) {

@@ -52,6 +52,10 @@ class CacheRoot {
     std::map<std::string, std::string> stamp_;
 };
 
+// The policy version that a directory of found-times is of: the name of its marker, the last one of several; empty
+// without one. Throws Stop(kIo).
+[[nodiscard]] std::string VersionOfCounts(std::string const& directory);
+
 // Whether nothing stands at the path: what was listed there has been removed since.
 [[nodiscard]] bool IsGone(std::string const& path);
 

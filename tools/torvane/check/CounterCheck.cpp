@@ -1,4 +1,4 @@
-#include "tools/torvane/check/CountsVersion.h"
+#include "tools/torvane/cache/CacheRoot.h"
 #include "tools/torvane/check/DirectoryCheck.h"
 #include "tools/torvane/check/StoresCheck.h"
 
@@ -7,7 +7,7 @@ namespace torvane {
 void CheckCounterStore(StoreLook const& look) {
     DirectoryCheck directory(look.root.root(), look.Directory(), look.list, look.watch);
     // Of another version than when the stores were listed, perhaps.
-    std::string const version = CountsVersion(look.place.directory);
+    std::string const version = VersionOfCounts(look.place.directory);
     bool const has_marker = !version.empty() && directory.Has(version);
     if (has_marker) directory.ExpectFile(version);
     bool const has_index = directory.Has("index");

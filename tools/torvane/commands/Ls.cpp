@@ -3,7 +3,7 @@
 #include <string>
 
 #include "tools/torvane/cli/Command.h"
-#include "tools/torvane/cli/Number.h"
+#include "tools/torvane/cli/Values.h"
 #include "tools/torvane/commands/Listing.h"
 
 namespace torvane {

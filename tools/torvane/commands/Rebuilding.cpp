@@ -88,7 +88,7 @@ ExitStatus RebuildRoot(Purpose purpose, std::string const& out, Schema const& sc
     if (purpose == Purpose::kCompact) RequireSound(source, context);
     Progress progress(context.settings.progress, "Copying");
     Tally tally(context.out);
-    context.out.BeginList(schema, {{"file", "LEFT OUT"}, {"slot", "SLOT", true}, {"what", "WHY"}});
+    context.out.BeginList(schema, {{"file", "LEFT OUT"}, {"slot", "SLOT", true}, {"what", "WHY"}}, Titles::kWithRows);
     RootRebuild rebuild(
         purpose, source, target.path(),
         {[&](Carried const& carried) { tally.Take(carried); },

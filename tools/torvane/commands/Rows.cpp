@@ -119,14 +119,6 @@ std::string Md5WithProgress(std::string const& path, bool progress) {
     return Md5OfFile(path, [&](std::uint64_t done, std::uint64_t total) { shown.AtBlock(done, total, path); });
 }
 
-void CheckMd5(FileIdentity const& file) {
-    constexpr std::size_t kDigits = 32;
-    bool const right =
-        file.md5.size() == kDigits && file.md5.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-    if (file.md5.empty() || right) return;
-    throw Stop(ExitStatus::kUsage, "--md5: '" + file.md5 + "' is no MD5 of 32 hexadecimal digits");
-}
-
 Json TimeOf(std::int64_t seconds) {
     constexpr int kLastYear = 9999 - 1900;
     auto const time = static_cast<std::time_t>(seconds);

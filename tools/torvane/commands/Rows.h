@@ -23,9 +23,6 @@ struct Row {
 // Md5OfFile, which shows how far it is when that is wanted.
 [[nodiscard]] std::string Md5WithProgress(std::string const& path, bool progress);
 
-// Throws Stop(kUsage) for an MD5 that is none; an empty one is to be found out.
-void CheckMd5(FileIdentity const& file);
-
 // Seconds since 1970-01-01 UTC as RFC 3339 text; null for 0, which stands for "none", and outside the years 0 to 9999.
 [[nodiscard]] Json TimeOf(std::int64_t seconds);
 

@@ -6,7 +6,7 @@
 #include "tools/torvane/cache/FileKey.h"
 #include "tools/torvane/cache/KeyLookup.h"
 #include "tools/torvane/cli/Command.h"
-#include "tools/torvane/cli/Number.h"
+#include "tools/torvane/cli/Values.h"
 #include "tools/torvane/commands/EntryText.h"
 #include "tools/torvane/commands/Listing.h"
 #include "tools/torvane/commands/Rows.h"
@@ -121,7 +121,6 @@ void CheckOptions(Options const& options) {
     if (options.file.path.empty() && !(options.file.md5.empty() && options.file.short_name.empty())) {
         throw Stop(ExitStatus::kUsage, "--md5 and --name go with --file");
     }
-    CheckMd5(options.file);
     if (options.task_id.empty() != (options.number == 0)) {
         throw Stop(ExitStatus::kUsage, "--task and --sn go together");
     }
@@ -178,8 +177,7 @@ Runner AddShow(CLI::App& app) {
     CLI::App* const command = app.add_subcommand("show", "Show one entry, decoded");
     command->add_option("key", options->key, "Key of an entry, as it is listed or as it was given to the cache");
     command->add_option("--file", options->file.path, "The answers for this file, and its counts")->type_name("PATH");
-    command->add_option("--md5", options->file.md5, "MD5 of the file's content, which is not read then")
-        ->type_name("MD5");
+    AddMd5(*command, options->file.md5);
     command->add_option("--name", options->file.short_name, "Name of the file instead of the path's last part")
         ->type_name("NAME");
     AddId(*command, "--template", options->template_id, "Only the answers of this template");

@@ -13,8 +13,8 @@
 
 #include "tools/torvane/cache/StoreStat.h"
 #include "tools/torvane/cli/Command.h"
-#include "tools/torvane/cli/Number.h"
 #include "tools/torvane/cli/Pause.h"
+#include "tools/torvane/cli/Values.h"
 #include "tools/torvane/output/Progress.h"
 
 namespace torvane {

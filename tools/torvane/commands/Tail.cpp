@@ -7,8 +7,8 @@
 
 #include "tools/torvane/cli/Command.h"
 #include "tools/torvane/cli/Nearest.h"
-#include "tools/torvane/cli/Number.h"
 #include "tools/torvane/cli/Pause.h"
+#include "tools/torvane/cli/Values.h"
 #include "tools/torvane/log/LogFollower.h"
 #include "tools/torvane/log/LogLine.h"
 

@@ -43,7 +43,7 @@ ExitStatus Run(Options const& options, Context const& context) {
     CacheRoot const root(context.settings.root);
     Progress progress(context.settings.progress, "Checking");
     FindingRows rows(context.out);
-    context.out.BeginList(kSchema, FindingRows::Columns());
+    context.out.BeginList(kSchema, FindingRows::Columns(), Titles::kWithRows);
     RootCheck check(
         root, options.quick ? Depth::kQuick : Depth::kFull,
         {[&](FindingList&& list) { rows.Show(list); },

@@ -4,7 +4,7 @@
 
 #include "tools/torvane/cache/Reason.h"
 #include "tools/torvane/cli/Command.h"
-#include "tools/torvane/cli/Number.h"
+#include "tools/torvane/cli/Values.h"
 #include "tools/torvane/commands/Rows.h"
 
 namespace torvane {
@@ -135,7 +135,6 @@ void Print(Options const& options, Explanation const& told, Output& out) {
 }
 
 ExitStatus Run(Options options, Context const& context) {
-    CheckMd5(options.file);
     CacheRoot const root(context.settings.root);
     if (options.file.md5.empty()) {
         options.file.md5 = Md5WithProgress(options.file.path, context.settings.progress);
@@ -153,8 +152,7 @@ Runner AddWhy(CLI::App& app) {
     CLI::App* const command = app.add_subcommand("why", "Why a file is answered from the cache, or is not");
     command->add_option("path", options->file.path, "The file")->required();
     AddId(*command, "--template", options->template_id, "The template")->required();
-    command->add_option("--md5", options->file.md5, "MD5 of the file's content, which is not read then")
-        ->type_name("MD5");
+    AddMd5(*command, options->file.md5);
     command->add_option("--name", options->file.short_name, "Name of the file instead of the path's last part")
         ->type_name("NAME");
     return [options](Context const& context) { return Run(*options, context); };

@@ -20,8 +20,8 @@ std::string CellOf(Json const& row, Column const& column) {
 
 class TableList : public ListWriter {
   public:
-    TableList(Sink& sink, std::vector<Column> columns, std::string bold, std::string plain)
-        : sink_(sink), columns_(std::move(columns)), bold_(std::move(bold)), plain_(std::move(plain)) {
+    TableList(Sink& sink, std::vector<Column> columns, Look look)
+        : sink_(sink), columns_(std::move(columns)), look_(std::move(look)) {
         for (auto const& column : columns_)
             widths_.push_back(WidthOf(column.title));
     }
@@ -38,12 +38,12 @@ class TableList : public ListWriter {
     }
 
     void Settle() override {
-        if (settled_) return;
+        if (settled_ || (waiting_.empty() && look_.titles == Titles::kWithRows)) return;
         settled_ = true;
         Cells titles;
         for (auto const& column : columns_)
             titles.push_back(column.title);
-        sink_.Write(bold_ + Joined(titles) + plain_ + "\n");
+        sink_.Write(look_.bold + Joined(titles) + look_.plain + "\n");
         for (auto const& cells : waiting_)
             Write(cells);
         waiting_ = {};
@@ -69,8 +69,7 @@ class TableList : public ListWriter {
 
     Sink& sink_;
     std::vector<Column> columns_;
-    std::string bold_;
-    std::string plain_;
+    Look look_;
     std::vector<std::size_t> widths_;
     std::vector<Cells> waiting_;
     bool settled_ = false;
@@ -143,7 +142,7 @@ class JsonList : public ListWriter {
 }  // namespace
 
 std::unique_ptr<ListWriter> ListWriter::Make(Format format, Sink& sink, Schema const& schema,
-                                             std::vector<Column> columns, std::string bold, std::string plain) {
+                                             std::vector<Column> columns, Look const& look) {
     switch (format) {
         case Format::kJson:
             return std::make_unique<JsonList>(sink, schema);
@@ -154,7 +153,7 @@ std::unique_ptr<ListWriter> ListWriter::Make(Format format, Sink& sink, Schema c
         case Format::kTable:
             break;
     }
-    return std::make_unique<TableList>(sink, std::move(columns), std::move(bold), std::move(plain));
+    return std::make_unique<TableList>(sink, std::move(columns), look);
 }
 
 std::string CellText(Json const& value) {

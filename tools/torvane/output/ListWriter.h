@@ -18,10 +18,14 @@ class ListWriter {
     virtual void Settle() {}
     virtual void End(Json const& more) = 0;
 
-    // `bold` and `plain`: what surrounds a table's titles.
+    // Of a table's titles: when they show, and what surrounds them.
+    struct Look {
+        Titles titles = Titles::kAlways;
+        std::string bold;
+        std::string plain;
+    };
     [[nodiscard]] static std::unique_ptr<ListWriter> Make(Format format, Sink& sink, Schema const& schema,
-                                                          std::vector<Column> columns, std::string bold,
-                                                          std::string plain);
+                                                          std::vector<Column> columns, Look const& look);
 };
 
 // A value as a table or CSV shows it, not yet escaped.

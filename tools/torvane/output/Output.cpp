@@ -68,10 +68,10 @@ Output::Output(Format format, bool color, std::FILE* file) : state_(std::make_un
 
 Output::~Output() = default;
 
-void Output::BeginList(Schema const& schema, std::vector<Column> columns) {
-    std::string const bold = state_->color ? CodeOf(Paint::kBold) : "";
-    state_->list =
-        ListWriter::Make(state_->format, state_->sink, schema, std::move(columns), bold, state_->color ? kPlain : "");
+void Output::BeginList(Schema const& schema, std::vector<Column> columns, Titles titles) {
+    bool const bold = state_->color;
+    ListWriter::Look const look{titles, bold ? CodeOf(Paint::kBold) : "", bold ? kPlain : ""};
+    state_->list = ListWriter::Make(state_->format, state_->sink, schema, std::move(columns), look);
 }
 
 void Output::Row(Json const& row) {
@@ -100,7 +100,7 @@ void Output::Answer(Schema const& schema, Json const& answer, std::function<void
             std::vector<Column> columns;
             for (auto const& item : answer.items())
                 if (!item.value().is_structured()) columns.push_back({item.key(), item.key()});
-            ListWriter::Make(Format::kCsv, state_->sink, schema, std::move(columns), "", "")->Row(answer);
+            ListWriter::Make(Format::kCsv, state_->sink, schema, std::move(columns), {})->Row(answer);
             break;
         }
     }

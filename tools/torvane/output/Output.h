@@ -28,6 +28,12 @@ struct Column {
     bool number = false;  // to the right
 };
 
+// When a table shows its columns' titles.
+enum class Titles {
+    kAlways,
+    kWithRows,  // what was found says itself in words, too
+};
+
 // Thrown when nobody reads the output any more: ends the program quietly with kYes. No std::exception, so that nobody
 // takes it for a failure on the way.
 struct ClosedPipe {};
@@ -46,7 +52,7 @@ class Output {
     // A list, row by row, in constant memory: a table's widths are those of its first rows, a wider cell pushes the
     // rest of its row to the right. A row is an object; tables and CSV show the columns' members (a missing one or null
     // as nothing, a list or object as JSON), JSON all of them. `more` joins the list's own object in kJson.
-    void BeginList(Schema const& schema, std::vector<Column> columns);
+    void BeginList(Schema const& schema, std::vector<Column> columns, Titles titles = Titles::kAlways);
     void Row(Json const& row);
     void EndList(Json const& more = Json::object());
 

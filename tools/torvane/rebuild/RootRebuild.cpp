@@ -13,7 +13,6 @@
 #include "host/base/HFile.h"
 #include "tools/torvane/ExitStatus.h"
 #include "tools/torvane/check/ConfigCheck.h"
-#include "tools/torvane/check/CountsVersion.h"
 #include "tools/torvane/check/StoresCheck.h"
 #include "tools/torvane/check/TextCheck.h"
 #include "tools/torvane/check/TreeCheck.h"
@@ -54,7 +53,7 @@ bool IsNoDirectory(std::string const& path) {
 
 // As it is by now.
 StorePlace UpToDate(StorePlace place) {
-    if (place.kind == StoreKind::kCounter) place.version = CountsVersion(place.directory);
+    if (place.kind == StoreKind::kCounter) place.version = VersionOfCounts(place.directory);
     return place;
 }
 

@@ -1,4 +1,4 @@
-#include "tools/torvane/cli/Number.h"
+#include "tools/torvane/cli/Values.h"
 
 #include <fmt/format.h>
 
@@ -8,6 +8,8 @@
 namespace torvane {
 namespace {
 
+constexpr std::size_t kMd5Digits = 32;
+
 // The last of the names, which is the long one.
 std::string NameOf(std::string const& names) {
     return names.substr(names.rfind(',') + 1);
@@ -15,6 +17,10 @@ std::string NameOf(std::string const& names) {
 
 bool IsDigit(char c) {
     return c >= '0' && c <= '9';
+}
+
+bool IsHexDigit(char c) {
+    return IsDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
 template <class Number>
@@ -60,6 +66,17 @@ CLI::Option* AddSeconds(CLI::App& command, std::string const& names, double& val
         Take(name, text, IsSeconds(text), least, most, value);
     };
     return command.add_option_function<std::string>(names, take, description)->type_name("S");
+}
+
+CLI::Option* AddMd5(CLI::App& command, std::string& value) {
+    auto const take = [&value](std::string const& text) {
+        if (text.size() != kMd5Digits || !std::all_of(text.begin(), text.end(), IsHexDigit))
+            throw CLI::ValidationError("--md5",
+                                       fmt::format("'{}' is no MD5 of {} hexadecimal digits", text, kMd5Digits));
+        value = text;
+    };
+    return command.add_option_function<std::string>("--md5", take, "MD5 of the file's content, which is not read then")
+        ->type_name("MD5");
 }
 
 CLI::Option* AddId(CLI::App& command, std::string const& names, std::string& value, char const* description) {
