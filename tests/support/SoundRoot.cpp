@@ -16,33 +16,44 @@ bool not_sound = false;  // of this process, which runs one test
 
 namespace fs = std::filesystem;
 
-constexpr int kSound = 0;    // the program's exit statuses
-constexpr int kNoCache = 4;  // a test may keep a directory "cache" of its own
-constexpr int kBusy = 5;     // a writer thread of this process still works
+constexpr int kSound = 0;  // the program's exit statuses
+constexpr int kBusy = 5;
+constexpr int kMostLooks = 100;  // while a writer thread of this process still works
 
 std::string Quoted(std::string const& path) {
     return "'" + path + "'";
 }
 
-void ExpectSound(std::string const& root) {
+// Its exit status; what it said goes to `said`.
+int Verify(std::string const& root, std::string& said) {
     std::string const command = Quoted(TORVANE_PROGRAM) + " verify --color never --root " + Quoted(root) + " 2>&1";
     std::FILE* const pipe = ::popen(command.c_str(), "re");
-    ASSERT_NE(pipe, nullptr);
-    std::string said;
+    if (pipe == nullptr) return -1;
+    said.clear();
     std::array<char, 4096> block{};
     while (std::size_t const size = std::fread(block.data(), 1, block.size(), pipe))
         said.append(block.data(), size);
     int const status = ::pclose(pipe);
-    ASSERT_TRUE(WIFEXITED(status)) << said;
-    int const answer = WEXITSTATUS(status);
-    EXPECT_TRUE(answer == kSound || answer == kNoCache || answer == kBusy)
-        << "the test leaves a cache that is not sound (status " << answer << "):\n"
-        << said;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-void ExpectSoundIfCache(std::string const& root) {
+void ExpectSound(std::string const& root) {
+    std::string said;
+    int status = kBusy;
+    for (int look = 0; look < kMostLooks && status == kBusy; ++look)
+        status = Verify(root, said);
+    EXPECT_EQ(status, kSound) << "the test leaves a cache that is not sound:\n" << said;
+}
+
+// A stamp is in every cache that a library has opened; without one it is looked for where tests have their roots.
+bool HasStamp(std::string const& directory) {
     std::error_code error;
-    if (fs::is_directory(root + "/cache", error)) ExpectSound(root);
+    return fs::is_regular_file(directory + "/cache/Version.ini", error);
+}
+
+bool HasCache(std::string const& directory) {
+    std::error_code error;
+    return fs::is_directory(directory + "/cache", error);
 }
 
 #endif
@@ -60,10 +71,14 @@ void NotSoundWhenInCache(std::string const& path) {
 void ExpectSoundRoots(std::string const& directory) {
 #ifdef TORVANE_PROGRAM
     if (not_sound || testing::Test::HasFailure()) return;
-    ExpectSoundIfCache(directory);
+    if (HasCache(directory)) ExpectSound(directory);
     std::error_code error;
-    for (auto const& entry : fs::directory_iterator(directory, error))
-        ExpectSoundIfCache(entry.path());
+    constexpr auto kAll = fs::directory_options::skip_permission_denied;
+    fs::recursive_directory_iterator entry(directory, kAll, error);
+    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+        if (entry->is_symlink(error) || !entry->is_directory(error)) continue;
+        if (HasStamp(entry->path()) || (entry.depth() == 0 && HasCache(entry->path()))) ExpectSound(entry->path());
+    }
 #else
     (void)directory;
 #endif

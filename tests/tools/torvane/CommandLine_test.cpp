@@ -70,6 +70,14 @@ TEST_F(CommandLines, WithTooFewOrTooManyArgumentsAreMisuse) {
     EXPECT_EQ(tool_.Run({"why", "file"}).status, 2);
 }
 
+TEST_F(CommandLines, SayWhatIsWrongWithAnOption) {
+    EXPECT_THAT(tool_.Run({"ls", "answers", "--template", "a", "--template", "b"}).err,
+                HasSubstr("--template: given more than once"));
+    EXPECT_THAT(tool_.Run({"ls", "answers", "--template"}).err, HasSubstr("--template: the value is missing"));
+    EXPECT_THAT(tool_.Run({"--quiet=maybe", "config"}).err, HasSubstr("--quiet = maybe: is neither yes nor no"));
+    EXPECT_THAT(tool_.Run({"ls"}).err, HasSubstr("what is required: {templates,"));
+}
+
 TEST_F(CommandLines, TakeNumbersInDigitsOnly) {
     for (std::string const value : {"-1", "", "1x", "0x10", "1e3", " 1", "+1", "9223372036854775808"}) {
         ExpectMisuse({"ls", "answers", "--limit", value},

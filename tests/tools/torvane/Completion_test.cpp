@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <set>
 #include <sstream>
 
 #include "tests/tools/torvane/Tool.h"
@@ -12,9 +13,7 @@
 namespace torvane {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
-using testing::IsSupersetOf;
 using testing::UnorderedElementsAreArray;
 
 // bash with the script that the built program prints.
@@ -71,10 +70,9 @@ TEST_F(Completion, KnowsEveryOptionOfEveryCommand) {
     for (CLI::App const* const command : line_.app().get_subcommands({})) {
         std::vector<std::string> names = shared;
         AppendNames(names, *command);
-        auto const offers = Offers(command->get_name() + " -");
-        EXPECT_THAT(offers, IsSupersetOf(names)) << command->get_name();
-        for (auto const& offer : offers)
-            EXPECT_THAT(names, Contains(offer)) << command->get_name();
+        // Each has a help option of its own with the names of the shared one.
+        std::set<std::string> const once(names.begin(), names.end());
+        EXPECT_THAT(Offers(command->get_name() + " -"), UnorderedElementsAreArray(once)) << command->get_name();
     }
 }
 

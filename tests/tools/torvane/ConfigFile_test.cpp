@@ -1,6 +1,7 @@
 #include "tools/torvane/cli/ConfigFile.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "tests/support/TempRoot.h"
 #include "tools/torvane/ExitStatus.h"
@@ -44,6 +45,11 @@ TEST_F(ConfigFiles, MayBeEmptyOrMissing) {
     EXPECT_TRUE(Entries("").empty());
     EXPECT_TRUE(ReadConfigFile(root_ / "missing", false).empty());
     EXPECT_TRUE(ReadConfigFile(path_ + "/below/a/file", false).empty());
+}
+
+TEST_F(ConfigFiles, ThatNobodyHasNamedMustBeFiles) {
+    ASSERT_EQ(::mkfifo(path_.c_str(), 0600), 0);
+    EXPECT_THROW((void)ReadConfigFile(path_, false), Stop);
 }
 
 TEST_F(ConfigFiles, OfAnotherFormAreRefusedWithTheLine) {

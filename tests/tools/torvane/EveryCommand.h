@@ -58,6 +58,25 @@ class EveryCommand : public ReadRoot, public testing::WithParamInterface<Call> {
     }
     [[nodiscard]] std::vector<std::string> Words() const { return Words(Root()); }
     [[nodiscard]] bool Is(std::string const& command) const { return GetParam().words[0] == command; }
+    [[nodiscard]] std::vector<std::string> Stores() const {
+        return {TemplateStore("T1") + "/index", Root() + "/cache/task/t1/index",
+                Root() + "/cache/sensrecord/1/p1/index"};
+    }
+    void DamageStores() const {
+        for (std::string const& index : Stores())
+            WriteBytes(index, "no index");
+    }
+    // Whether it can say nothing but that it is busy when every store keeps changing.
+    [[nodiscard]] bool NeedsAStore() const {
+        auto const& words = GetParam().words;
+        bool const lists_others = Is("ls") && (words[1] == "templates" || words[1] == "tasks" || words[1] == "texts");
+        return GetParam().needs_cache && !Is("tail") && !Is("stat") && !Is("export") && !lists_others;
+    }
+    // Several documents are no JSON, and what is for a shell has one form.
+    [[nodiscard]] bool TakesForm(std::string const& form) const {
+        bool const is_stream = Is("export") || GetParam().name == std::string("stat_watch");
+        return !Is("completion") && (form == "jsonl" || !is_stream);
+    }
     // The status of what needs a cache where it has none, or none that it may read.
     [[nodiscard]] int Without(int status) const { return GetParam().needs_cache ? status : 0; }
 };

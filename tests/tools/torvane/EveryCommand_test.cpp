@@ -1,9 +1,12 @@
 #include "tests/tools/torvane/EveryCommand.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <filesystem>
+#include <thread>
 
 #include "front/DLPCacheMgr.h"
 #include "tests/support/BucketCount.h"
@@ -22,6 +25,29 @@ constexpr int kRounds = 3;         // of a command against an agent
 std::string Sum(int number) {
     return HString(number).get_md5_std_format_lower(HString()).get_str();
 }
+
+// Files that are being written, for all that can be seen of them.
+class ChangingFiles {
+  public:
+    explicit ChangingFiles(std::vector<std::string> files) : writer_([this, files] { Write(files); }) {}
+    ~ChangingFiles() {
+        ends_ = true;
+        writer_.join();
+    }
+    ChangingFiles(ChangingFiles const&) = delete;
+    ChangingFiles& operator=(ChangingFiles const&) = delete;
+
+  private:
+    void Write(std::vector<std::string> const& files) const {
+        while (!ends_) {
+            for (std::string const& file : files)
+                (void)::utimensat(AT_FDCWD, file.c_str(), nullptr, 0);
+        }
+    }
+
+    std::atomic<bool> ends_ = false;
+    std::thread writer_;
+};
 
 }  // namespace
 
@@ -112,12 +138,45 @@ TEST_P(EveryCommand, EndsQuietlyWhenNobodyReads) {
 
 TEST_P(EveryCommand, KeepsItsStatusWhenNobodyReads) {
     MakeRoot();
-    std::vector<std::string> const files{TemplateStore("T1") + "/index", Root() + "/cache/task/t1/index",
-                                         Root() + "/cache/sensrecord/1/p1/index"};
-    for (std::string const& file : files)
-        WriteBytes(file, "no index");
+    DamageStores();
     bool const says_no = GetParam().outlives_reader && !Is("repair");
     EXPECT_EQ(tool_.RunIntoClosedPipe(Words()).status, says_no ? 1 : 0);
+}
+
+TEST_P(EveryCommand, RefusesALayoutThatItDoesNotKnow) {
+    MakeRoot();
+    WriteBytes(Root() + "/cache/Version.ini", "[DLP]\ncache=5\n");
+    auto const before = EverythingBelow(Root());
+    EXPECT_EQ(tool_.Run(Words()).status, Is("tail") ? 0 : Without(6));
+    EXPECT_EQ(EverythingBelow(Root()), before);
+    EXPECT_FALSE(Exists(Out()));
+}
+
+TEST_P(EveryCommand, FollowsItsSchemaInEveryForm) {
+    MakeRoot();
+    for (bool const damaged : {false, true}) {
+        if (damaged) DamageStores();
+        for (char const* const form : {"json", "jsonl"}) {
+            if (!TakesForm(form)) continue;
+            auto words = Words();
+            words.insert(words.begin(), {"--show-text", "--format", form});
+            std::string const out = tool_.Run(words).out;
+            // Lines of nothing are none, and compact refuses what is damaged.
+            EXPECT_TRUE(!out.empty() || damaged || form == std::string("jsonl"));
+            if (!out.empty()) {
+                EXPECT_TRUE(FollowsSchema(out, form)) << out;
+            }
+            std::filesystem::remove_all(Out());
+        }
+    }
+}
+
+TEST_P(EveryCommand, CannotSayWhatKeepsChanging) {
+    MakeRoot();
+    DamageStores();
+    ChangingFiles const changing(Stores());
+    ToolResult const result = tool_.Run(Words());
+    EXPECT_EQ(result.status, NeedsAStore() ? 5 : 0) << result.out << result.err;
 }
 
 TEST_P(EveryCommand, FindsNothingDamagedWhileFourThreadsWrite) {

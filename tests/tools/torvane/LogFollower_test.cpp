@@ -84,6 +84,18 @@ TEST_F(LogFollowers, BeginAtTheEndOnDemand) {
     EXPECT_THAT(Lines(), ElementsAre("begin"));
 }
 
+TEST_F(LogFollowers, PassOverAnUnfinishedLineThatIsNotWantedUntilItGrows) {
+    Append("1\nbeg");
+    Log().GoToLast(0, All);
+    EXPECT_THAT(Lines(), IsEmpty());
+    EXPECT_THAT(Unfinished(), IsEmpty());
+    Append("in");
+    Log().GoToLast(0, All);
+    Append("!");
+    EXPECT_THAT(Lines(), IsEmpty());
+    EXPECT_THAT(Unfinished(), ElementsAre("begin!"));
+}
+
 TEST_F(LogFollowers, BeginWithEverythingWhenThereAreFewerLines) {
     Append("1\n2\n");
     Log().GoToLast(10, All);

@@ -55,6 +55,15 @@ TEST_F(SettingsOf, NoSourceAreTheDefaults) {
     EXPECT_EQ(settings.all.size(), 7U);
 }
 
+TEST_F(SettingsOf, AQuietRunShowNoProgress) {
+    sources_.options = {{"quiet", "yes"}, {"progress", "yes"}};
+    EXPECT_FALSE(LoadSettings(sources_).progress);
+}
+
+TEST_F(SettingsOf, NoSourceNameTheUsersFileFirst) {
+    EXPECT_EQ(Of("config"), user_ + ":" + system_ + " (default)");
+}
+
 TEST_F(SettingsOf, EverySourceInItsOrder) {
     EXPECT_EQ(Of("root"), "/default (default)");
     WriteBytes(system_, "root = /system\n");

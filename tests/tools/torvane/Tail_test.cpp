@@ -202,6 +202,12 @@ TEST_F(FollowingTail, ShowsWhatIsWrittenAndGoesOnAfterARotation) {
     EXPECT_EQ(status_, 0);
 }
 
+TEST_F(FollowingTail, PassesOverAnUnfinishedLineThatNobodyWants) {
+    Append("beg");
+    Start({"-n0"});
+    EXPECT_EQ(End(SIGTERM), "");
+}
+
 TEST_F(FollowingTail, WaitsForALog) {
     std::filesystem::remove(log_);
     Start({});

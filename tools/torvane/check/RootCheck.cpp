@@ -53,7 +53,7 @@ void LookUntilSettled(FindingList& list, std::string const& file,
         ChangeWatch watch;
         LookOnce(found, file, watch, look);
         bool const is_suspect = found.Count(Severity::kDamage) != 0 || found.Count(Severity::kUnreadable) != 0;
-        bool const has_changed = is_suspect && watch.HasChanged();
+        bool const has_changed = is_suspect && watch.MayHaveChanged();
         // Of what was written a moment ago, time stamps may not tell a further write.
         bool const is_settled = !is_suspect || (!has_changed && !watch.IsFresh());
         if (is_settled || (round == kLooks && !has_changed)) return list.Append(std::move(found));

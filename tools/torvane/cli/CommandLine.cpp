@@ -18,8 +18,8 @@ constexpr char kFooter[] =
     "The options of 'torvane --help' go with every command, before or behind its name.\n"
     "\n"
     "Settings come from options, then the environment (TORVANE_ROOT, TORVANE_FORMAT, TORVANE_COLOR, NO_COLOR,\n"
-    "TORVANE_QUIET, TORVANE_PROGRESS, TORVANE_CONFIG), then ~/.config/torvane/torvane.conf and\n"
-    "/etc/torvane/torvane.conf (lines \"name = value\"), then defaults; 'torvane config' shows them.\n"
+    "TORVANE_QUIET, TORVANE_PROGRESS, TORVANE_CONFIG), then torvane/torvane.conf in XDG_CONFIG_HOME\n"
+    "(~/.config) and /etc/torvane/torvane.conf (lines \"name = value\"), then defaults; 'torvane config' shows them.\n"
     "\n"
     "Exit status: 0 yes, found, sound; 1 no, not found, damage found; 2 wrong usage; 3 input, output or permission;\n"
     "4 no cache at that root; 5 busy: it kept changing; 6 a format that this version does not know.";
@@ -152,7 +152,15 @@ bool CommandLine::Parse(std::vector<std::string> const& arguments) {
         // A mistyped option may be the one that is missing.
         auto const extras = app_.remaining(true);
         if (std::any_of(extras.begin(), extras.end(), IsOption)) RefuseExtra();
-        Refuse(error.what(), Chosen());
+        Refuse(error.what() + ChoicesOfMissing(), Chosen());
+    } catch (CLI::ArgumentMismatch const& error) {
+        std::string const text = error.what();  // "--limit: 1 required N missing"
+        bool const is_missing = text.ends_with("missing");
+        Refuse(text.substr(0, text.find(':')) + (is_missing ? ": the value is missing" : ": given more than once"),
+               Chosen());
+    } catch (CLI::ConversionError const& error) {
+        std::string const text = error.what();  // "Could not convert: --quiet = maybe"
+        Refuse(text.substr(text.find('-')) + ": is neither yes nor no", Chosen());
     } catch (CLI::ParseError const& error) {
         Refuse(error.what(), Chosen());
     }
@@ -176,6 +184,16 @@ void CommandLine::RefuseExtra() const {
         Refuse("unknown command '" + extra + "'; did you mean '" + NearestTo(extra, names) + "'?", nullptr);
     }
     Refuse("'" + extra + "' is one argument too many", command);
+}
+
+std::string CommandLine::ChoicesOfMissing() const {
+    CLI::App const* const command = Chosen();
+    if (command == nullptr) return "";
+    for (CLI::Option const* const option : command->get_options()) {
+        std::string const type = option->get_type_name();
+        if (option->get_required() && option->count() == 0 && type.starts_with('{')) return ": " + type;
+    }
+    return "";
 }
 
 CLI::App const* CommandLine::Chosen() const {

@@ -44,6 +44,8 @@ class CommandLine {
     // False when the command line asked for help or the version, which has been printed.
     [[nodiscard]] bool Parse(std::vector<std::string> const& arguments);
     [[noreturn]] void RefuseExtra() const;
+    // ": {one,other}" when an argument of a few choices is missing.
+    [[nodiscard]] std::string ChoicesOfMissing() const;
     [[nodiscard]] CLI::App const* Chosen() const;  // null: no command was named
     [[nodiscard]] Settings Load() const;
 

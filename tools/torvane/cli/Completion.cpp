@@ -77,10 +77,15 @@ std::string KindOf(std::string type) {
     return file ? "file" : "none";
 }
 
+// A command's own help option has the names of the shared one, which are offered with it.
+bool IsOwnHelp(CLI::App const& app, CLI::Option const& option) {
+    return app.get_parent() != nullptr && &option == app.get_help_ptr();
+}
+
 std::vector<std::string> OptionNames(CLI::App const& app, bool valued_only) {
     std::vector<std::string> all;
     for (CLI::Option const* const option : app.get_options()) {
-        if (!IsShown(*option) || (valued_only && !TakesValue(*option))) continue;
+        if (!IsShown(*option) || IsOwnHelp(app, *option) || (valued_only && !TakesValue(*option))) continue;
         for (auto const& name : NamesOf(*option))
             all.push_back(name);
     }

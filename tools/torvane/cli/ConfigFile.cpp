@@ -1,5 +1,7 @@
 #include "tools/torvane/cli/ConfigFile.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -33,6 +35,9 @@ std::string WholeFile(std::string const& path, bool must_exist) {
     struct Closer {
         void operator()(std::FILE* file) const { (void)std::fclose(file); }
     };
+    // What the user names may be a pipe; what is only looked for has to be a file.
+    struct stat found {};
+    if (!must_exist && ::stat(path.c_str(), &found) == 0 && !S_ISREG(found.st_mode)) FailIo(path, "is no regular file");
     std::unique_ptr<std::FILE, Closer> const file(std::fopen(path.c_str(), "re"));
     if (!file) {
         if (!must_exist && (errno == ENOENT || errno == ENOTDIR || errno == EACCES)) return {};

@@ -16,12 +16,16 @@ void End(int) {
     ended = 1;
 }
 
+// What whoever started the program has told it to ignore stays ignored.
 void Handle(void (*handler)(int)) {
-    struct sigaction action {};
-    action.sa_handler = handler;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);  // the second one ends the program at once
-    (void)::sigaction(SIGINT, &action, nullptr);
-    (void)::sigaction(SIGTERM, &action, nullptr);
+    for (int const signal : {SIGINT, SIGTERM}) {
+        struct sigaction action {};
+        if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
+        action = {};
+        action.sa_handler = handler;
+        action.sa_flags = static_cast<int>(SA_RESETHAND);  // the second one ends the program at once
+        (void)::sigaction(signal, &action, nullptr);
+    }
 }
 
 }  // namespace

@@ -69,7 +69,8 @@ class Loader {
         settings.format = static_cast<Format>(Choice("format", "table"));
         settings.color = static_cast<Color>(Choice("color", "auto"));
         settings.quiet = Choice("quiet", kFalse) == 0;
-        settings.progress = Choice("progress", kTrue) == 0;
+        bool const wants_progress = Choice("progress", kTrue) == 0;
+        settings.progress = wants_progress && !settings.quiet;
         settings.show_text = Choice("show-text", kFalse) == 0;
         settings.all = std::move(all_);
         return settings;
@@ -77,9 +78,8 @@ class Loader {
 
   private:
     void FindFiles() {
-        std::string files = sources_.system_file;
         auto const user = UserFile(sources_);
-        if (user) files += ":" + *user;
+        std::string const files = (user ? *user + ":" : "") + sources_.system_file;
         Found const config = Find("config", files);
         if (config.source != "default" && config.value.empty()) Refuse(config.place + "the path is empty");
         Note("config", config.value, config);

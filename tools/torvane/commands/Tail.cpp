@@ -59,8 +59,7 @@ class Tail {
         log_.GoToLast(options_.lines, [this](std::string_view line) { return Passes(ParseLogLine(line)); });
         Look();
         if (options_.follow) Follow();
-        // What nobody has asked for was there before.
-        if (options_.follow || options_.lines > 0) log_.ReadUnfinished([this](std::string_view line) { Show(line); });
+        log_.ReadUnfinished([this](std::string_view line) { Show(line); });
         if (IsList()) out_.EndList();
         return ExitStatus::kYes;
     }

@@ -40,6 +40,7 @@ void LogFollower::Open() {
 void LogFollower::GoTo(std::uint64_t position) {
     position_ = position;
     line_start_ = position;
+    passed_over_ = 0;
     unfinished_.clear();
 }
 
@@ -54,8 +55,10 @@ void LogFollower::GoToLast(std::uint64_t count, Filter const& passes) {
     ReadFile(note);
     if (!unfinished_.empty()) note(unfinished_);
     // The unfinished line is read again with the rest of it.
-    std::uint64_t const end = line_start_;
-    GoTo(starts.empty() ? end : starts.front());
+    std::uint64_t const line_start = line_start_;
+    std::uint64_t const end = position_;
+    GoTo(starts.empty() ? line_start : starts.front());
+    if (starts.empty()) passed_over_ = end;
 }
 
 void LogFollower::Read(Sink const& sink) {
@@ -72,7 +75,7 @@ void LogFollower::Read(Sink const& sink) {
 }
 
 void LogFollower::ReadUnfinished(Sink const& sink) {
-    if (!unfinished_.empty()) sink(unfinished_);
+    if (!unfinished_.empty() && position_ > passed_over_) sink(unfinished_);
     unfinished_.clear();
 }
 

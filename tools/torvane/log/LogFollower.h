@@ -42,6 +42,7 @@ class LogFollower {
     std::uint64_t position_ = 0;    // of what is read next
     std::uint64_t line_start_ = 0;  // of the line that `unfinished_` is the beginning of
     std::string unfinished_;
+    std::uint64_t passed_over_ = 0;  // end of an unfinished line that is not among the last ones that were wanted
 };
 
 }  // namespace torvane
