@@ -382,6 +382,34 @@ TEST_F(ExportTool, WritesCsvWithOneHead) {
     EXPECT_THAT(lines[2], testing::StartsWith("counter,"));
 }
 
+TEST_F(ExportTool, CsvHasEveryMember) {
+    MakeSmallRoot();
+    for (char const* const what : {"templates", "answers", "tasks", "findings", "counters", "texts"}) {
+        std::string const lines = Run({"--show-text", "export", what}).out;
+        std::string const csv = Run({"--show-text", "--format", "csv", "export", what}).out;
+        std::string const listed = Run({"--show-text", "--format", "csv", "ls", what}).out;
+        auto const row = nlohmann::ordered_json::parse(Lines(lines).at(0));
+        for (auto const& [member, value] : row.items()) {
+            if (member == "schema" || member == "version") continue;
+            EXPECT_THAT("," + Lines(csv).at(0) + ",", HasSubstr("," + member + ","));
+            if (member == "kind") continue;
+            EXPECT_THAT("," + Lines(listed).at(0) + ",", HasSubstr("," + member + ","));
+        }
+    }
+}
+
+TEST_F(ExportTool, TextsThatAreAskedForAreInEveryForm) {
+    MakeSmallRoot();
+    for (char const* const format : {"csv", "table"}) {
+        EXPECT_THAT(Run({"--show-text", "--format", format, "ls", "texts"}).out, HasSubstr("a secret text"));
+        EXPECT_THAT(Run({"--show-text", "--format", format, "ls", "findings"}).out, HasSubstr("a secret verdict"));
+        EXPECT_THAT(Run({"--format", format, "ls", "texts"}).out, Not(HasSubstr("secret")));
+        EXPECT_THAT(Run({"--format", format, "ls", "findings"}).out, Not(HasSubstr("secret")));
+    }
+    EXPECT_THAT(Run({"--show-text", "--format", "csv", "export"}).out, HasSubstr("a secret verdict"));
+    EXPECT_THAT(Run({"--format", "csv", "export"}).out, Not(HasSubstr("secret")));
+}
+
 TEST_F(ExportTool, WritesWhatIsNamedTwiceOnce) {
     MakeSmallRoot();
     EXPECT_EQ(Lines(Run({"export", "tasks", "tasks"}).out).size(), 1U);
