@@ -169,7 +169,7 @@ std::uint64_t CheckedRoot::SlotCount(std::string const& file) const {
 
 torvane::Slot CheckedRoot::SlotAt(std::string const& file, std::uint64_t number) const {
     torvane::Slot slot;
-    EXPECT_TRUE(torvane::IndexView(root_ / file).Read(number, slot)) << file << " slot " << number;
+    EXPECT_TRUE(torvane::IndexView(root_ / file).Peek(number, slot)) << file << " slot " << number;
     return slot;
 }
 

@@ -7,6 +7,8 @@
 #include <sstream>
 
 #include "front/DLPCacheMgr.h"
+#include "host/base/Murmur3.h"
+#include "tests/support/BucketCount.h"
 #include "tests/tools/torvane/ReadRoot.h"
 #include "tools/torvane/commands/Listing.h"
 
@@ -35,6 +37,21 @@ class LsTool : public ReadRoot {
             StoreNoMatch("/x/b.txt", kMd5B, "T1");
             StoreNoMatch("/x/b.txt", kMd5B, "T2");
         });
+    }
+    // A template whose answers are one chain; as many slots as its index has.
+    [[nodiscard]] std::size_t MakeOneChain() {
+        SetBucketCount(Root(), "2");  // bucket 0 holds nothing
+        Define("T1");
+        AsAgent([] {
+            for (int number = 0; number < 20; ++number)
+                StoreNoMatch("/x/f", HString(number).get_md5_std_format_lower(HString()).get_str(), "T1");
+        });
+        return (ReadBytes(TemplateStore("T1") + "/index").size() - 27) / 57;
+    }
+    static void Change(std::string const& file, std::function<void(std::string&)> const& change) {
+        std::string bytes = ReadBytes(file);
+        change(bytes);
+        WriteBytes(file, bytes);
     }
     // The list when somebody removes everything of `directory` but what is given first; how it ended, and the rows.
     [[nodiscard]] std::pair<torvane::ExitStatus, std::vector<std::string>> ListWhileRemoved(
@@ -258,6 +275,197 @@ TEST_F(LsTool, WhatAKillLeavesIsNoDamage) {
     EXPECT_EQ(Run({"stat"}).status, 0);
 }
 
+TEST_F(LsTool, ATemplateCacheThatIsHalfRemovedHasNoAnswers) {
+    NotSound();
+    MakeSmallRoot();
+    std::string const store = TemplateStore("T1");
+    std::string const file = File("a.txt", "a");
+    for (char const* const name : {"KeywordTemplate.arc", "cache", "index"}) {
+        std::filesystem::remove(store + "/" + name);
+        SCOPED_TRACE(name);
+        EXPECT_EQ(Run({"ls", "answers"}).status, 0);
+        EXPECT_EQ(Items({"ls", "answers"}).size(), 0U);
+        EXPECT_EQ(Run({"export", "templates", "answers"}).out, "");
+        EXPECT_EQ(Run({"export"}).status, 0);
+        ToolResult const shown = Run({"show", "--file", file});
+        EXPECT_EQ(shown.status, 1);
+        EXPECT_EQ(shown.out + shown.err, "not found\n");
+        EXPECT_EQ(Run({"stat"}).status, 0);
+        EXPECT_EQ(Json({"stat"})["kinds"][0]["records"], 0);
+        EXPECT_EQ(Json({"stat"})["kinds"][0]["live_bytes"], 0);
+    }
+}
+
+TEST_F(LsTool, ATemplateCacheWithoutItsIndexIsHalfRemovedToo) {
+    NotSound();
+    MakeSmallRoot();
+    std::filesystem::remove(TemplateStore("T1") + "/KeywordTemplate.arc");
+    std::filesystem::remove(TemplateStore("T1") + "/index");
+    EXPECT_EQ(Run({"ls", "answers"}).status, 0);
+    EXPECT_EQ(Run({"stat"}).status, 0);
+    EXPECT_GT(Json({"stat"})["kinds"][0]["dead_bytes"], 0);
+}
+
+TEST_F(LsTool, ATaskThatIsHalfRemovedHasNoFindings) {
+    NotSound();
+    MakeSmallRoot();
+    std::filesystem::remove(Root() + "/cache/task/t1/cache");
+    ToolResult const listed = Run({"ls", "findings"});
+    EXPECT_EQ(listed.status, 0);
+    EXPECT_EQ(listed.err, "torvane: task t1: half removed, the data file of its findings is gone\n");
+    EXPECT_EQ(Items({"ls", "findings"}).size(), 0U);
+    EXPECT_EQ(Run({"export", "findings"}).out, "");
+    ToolResult const shown = Run({"show", "--task", "t1", "--sn", "1"});
+    EXPECT_EQ(shown.status, 1);
+    EXPECT_EQ(shown.out, "not found\n");
+    EXPECT_THAT(shown.err, HasSubstr("half removed"));
+    EXPECT_EQ(Run({"-q", "show", "--task", "t1", "--sn", "1"}).err, "");
+    EXPECT_EQ(Run({"stat"}).status, 0);
+}
+
+TEST_F(LsTool, EntriesBehindABrokenLinkAreDamage) {
+    std::size_t const slots = MakeOneChain();
+    std::string const lost =
+        std::to_string(slots - 2) + " entries cannot be reached";  // of the table's two one is used
+    Change(TemplateStore("T1") + "/index", [](std::string& bytes) { bytes[27 + 49] += 3; });
+    ToolResult const listed = Run({"--format", "json", "ls", "answers"});
+    EXPECT_EQ(listed.status, 1);
+    EXPECT_EQ(listed.Json()["items"].size(), 1U);
+    EXPECT_THAT(listed.err, HasSubstr("a chain is damaged, " + lost));
+    ToolResult const exported = Run({"export"});
+    EXPECT_EQ(exported.status, 1);
+    EXPECT_THAT(exported.err, HasSubstr(lost));
+}
+
+TEST_F(LsTool, EntriesBehindAnEmptiedSlotAreDamage) {
+    std::size_t const slots = MakeOneChain();
+    Change(TemplateStore("T1") + "/index", [](std::string& bytes) { bytes.replace(27, 57, std::string(57, '\0')); });
+    ToolResult const listed = Run({"ls", "answers"});
+    EXPECT_EQ(listed.status, 1);
+    EXPECT_THAT(listed.err, HasSubstr(std::to_string(slots - 2) + " entries cannot be reached"));
+}
+
+TEST_F(LsTool, ASlotThatWasNotLinkedIsNoDamage) {
+    (void)MakeOneChain();
+    std::size_t const before = Items({"ls", "answers"}).size();
+    // Another key of the same bucket.
+    Change(TemplateStore("T1") + "/index", [](std::string& bytes) {
+        std::string slot = bytes.substr(bytes.size() - 57, 49) + std::string(8, '\0');
+        bool found = false;
+        for (char digit : std::string("0123456789abcdef")) {
+            slot[0] = digit;
+            found = bytes.find(slot.substr(0, 32)) == std::string::npos && Varnok::Murmur3_32(slot.data(), 32) % 2 == 1;
+            if (found) break;
+        }
+        EXPECT_TRUE(found);
+        bytes += slot;
+    });
+    EXPECT_EQ(Run({"ls", "answers"}).status, 0);
+    EXPECT_EQ(Items({"ls", "answers"}).size(), before);
+}
+
+TEST_F(LsTool, EmptiedSlotsOfFindingsAreDamage) {
+    Define("T1");
+    AsAgent([] {
+        AddTask("t1");
+        for (char const* const path : {"/x/1", "/x/2", "/x/3", "/x/4", "/x/5"})
+            AddFinding("t1", path);
+    });
+    std::string const index = Root() + "/cache/task/t1/index";
+    std::string const whole = ReadBytes(index);
+    auto const expect = [&](std::size_t first, std::size_t count, std::string const& told) {
+        Change(index, [&](std::string& bytes) {
+            bytes = whole;
+            bytes.replace(27 + (first - 1) * 57, count * 57, std::string(count * 57, '\0'));
+        });
+        ToolResult const listed = Run({"--format", "json", "ls", "findings"});
+        EXPECT_EQ(listed.status, 1);
+        EXPECT_EQ(listed.Json()["items"].size(), 5 - count);
+        EXPECT_THAT(listed.err, HasSubstr(told));
+    };
+    expect(2, 1, "task t1: 1 entry cannot be read, the slots are empty");
+    expect(2, 2, "2 entries cannot be read");
+    expect(5, 1, "1 entry cannot be read");
+}
+
+TEST_F(LsTool, FindingsThatCannotBeCountedAreNotKnown) {
+    NotSound();
+    MakeSmallRoot();
+    std::string const index = Root() + "/cache/task/t1/index";
+    WriteBytes(index, "no index but longer than the head of one, and than a slot: no index, no index, no index");
+    EXPECT_TRUE(Items({"ls", "tasks"})[0]["findings"].is_null());
+    EXPECT_EQ(Items({"ls", "tasks"})[0]["damage"], "index head is not valid");
+    EXPECT_EQ(Run({"ls", "tasks"}).status, 1);
+    std::filesystem::remove(index);
+    EXPECT_EQ(Items({"ls", "tasks"})[0]["findings"], 0);
+    EXPECT_EQ(Run({"ls", "tasks"}).status, 0);
+    ASSERT_EQ(::mkfifo(index.c_str(), 0600), 0);
+    EXPECT_TRUE(Items({"ls", "tasks"})[0]["findings"].is_null());
+    EXPECT_EQ(Run({"export", "tasks"}).status, 1);
+    WriteBytes(TemplateStore("T1") + "/index", "no index but longer than the head of one");
+    EXPECT_TRUE(Items({"ls", "templates"})[0]["buckets"].is_null());
+}
+
+TEST_F(LsTool, AnIndexThatMayNotBeReadIsNotEmpty) {
+    MakeSmallRoot();
+    std::string const stores[] = {Root() + "/cache/task/t1", TemplateStore("T1")};
+    for (std::string const& store : stores) {
+        auto const result = RunWithout(store + "/index", {"ls", store == stores[0] ? "tasks" : "templates"});
+        if (!result) GTEST_SKIP() << "nobody else can start the program here";
+        EXPECT_EQ(result->status, 3);
+        EXPECT_THAT(result->err, HasSubstr("Permission denied"));
+    }
+}
+
+TEST_F(LsTool, AnotherTemplateThatMayNotBeReadIsInNobodysWay) {
+    MakeTwoTemplates();
+    std::string const file = File("b.txt", "b");
+    std::string const closed = Root() + "/cache/template/T2";
+    for (std::vector<std::string> const& words : {std::vector<std::string>{"why", file, "--template", "T1"},
+                                                  {"show", "--file", file, "--template", "T1"},
+                                                  {"ls", "answers", "--template", "T1"}}) {
+        auto const result = RunWithout(closed, words);
+        if (!result) GTEST_SKIP() << "nobody else can start the program here";
+        EXPECT_EQ(result->status, 0) << words[0] << result->err;
+    }
+    auto const all = RunWithout(closed, {"show", "--file", file});
+    EXPECT_EQ(all->status, 3);
+    EXPECT_THAT(all->err, HasSubstr("Permission denied"));
+    EXPECT_EQ(all->Json()["entries"].size(), 1U);
+}
+
+TEST_F(LsTool, CountsWithoutAMarkerAreDamage) {
+    NotSound();
+    MakeSmallRoot();
+    std::filesystem::remove(Root() + "/cache/sensrecord/1/p1/1700000000");
+    EXPECT_EQ(Run({"ls", "counters"}).status, 1);
+    EXPECT_EQ(Items({"ls", "counters"})[0]["damage"], "nothing tells which version of the policy these counts are of");
+    EXPECT_EQ(Items({"ls", "counters"})[0]["by_policy"], 2);
+}
+
+TEST_F(LsTool, WhatStandsInADirectorysPlaceIsTold) {
+    NotSound();
+    MakeSmallRoot();
+    auto const expect = [&](std::string const& directory, char const* listed) {
+        std::string const path = Root() + "/cache/" + directory;
+        std::filesystem::rename(path, root_ / "elsewhere");
+        EXPECT_EQ(Run({"ls", listed}).err, "") << "nothing stands there";
+        std::filesystem::create_directory_symlink(root_ / "elsewhere", path);
+        EXPECT_EQ(Run({"ls", listed}).err, "torvane: " + path + " is no directory\n");
+        EXPECT_EQ(Run({"-q", "ls", listed}).err, "");
+        std::filesystem::remove(path);
+        std::filesystem::rename(root_ / "elsewhere", path);
+    };
+    expect("template", "answers");
+    expect("template/T1", "templates");
+    expect("task", "tasks");
+    expect("task/t1", "findings");
+    expect("task/t1/text", "texts");
+    expect("sensrecord", "counters");
+    expect("sensrecord/1", "counters");
+    expect("sensrecord/1/p1", "counters");
+}
+
 TEST_F(LsTool, FindingsWithoutATasksRecordAreDamage) {
     NotSound();
     MakeSmallRoot();
@@ -380,6 +588,34 @@ TEST_F(ExportTool, WritesCsvWithOneHead) {
     EXPECT_THAT(lines[0], testing::StartsWith("kind,id,name,status,"));
     EXPECT_THAT(lines[1], testing::StartsWith("task,t1,nightly,running,"));
     EXPECT_THAT(lines[2], testing::StartsWith("counter,"));
+}
+
+TEST_F(ExportTool, CsvHasEveryMember) {
+    MakeSmallRoot();
+    for (char const* const what : {"templates", "answers", "tasks", "findings", "counters", "texts"}) {
+        std::string const lines = Run({"--show-text", "export", what}).out;
+        std::string const csv = Run({"--show-text", "--format", "csv", "export", what}).out;
+        std::string const listed = Run({"--show-text", "--format", "csv", "ls", what}).out;
+        auto const row = nlohmann::ordered_json::parse(Lines(lines).at(0));
+        for (auto const& [member, value] : row.items()) {
+            if (member == "schema" || member == "version") continue;
+            EXPECT_THAT("," + Lines(csv).at(0) + ",", HasSubstr("," + member + ","));
+            if (member == "kind") continue;
+            EXPECT_THAT("," + Lines(listed).at(0) + ",", HasSubstr("," + member + ","));
+        }
+    }
+}
+
+TEST_F(ExportTool, TextsThatAreAskedForAreInEveryForm) {
+    MakeSmallRoot();
+    for (char const* const format : {"csv", "table"}) {
+        EXPECT_THAT(Run({"--show-text", "--format", format, "ls", "texts"}).out, HasSubstr("a secret text"));
+        EXPECT_THAT(Run({"--show-text", "--format", format, "ls", "findings"}).out, HasSubstr("a secret verdict"));
+        EXPECT_THAT(Run({"--format", format, "ls", "texts"}).out, Not(HasSubstr("secret")));
+        EXPECT_THAT(Run({"--format", format, "ls", "findings"}).out, Not(HasSubstr("secret")));
+    }
+    EXPECT_THAT(Run({"--show-text", "--format", "csv", "export"}).out, HasSubstr("a secret verdict"));
+    EXPECT_THAT(Run({"--format", "csv", "export"}).out, Not(HasSubstr("secret")));
 }
 
 TEST_F(ExportTool, WritesWhatIsNamedTwiceOnce) {

@@ -133,3 +133,17 @@ TEST_F(ShowTool, AFindingUnderAnotherNumberIsDamaged) {
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.Json()["entries"][0]["damage"], "slot holds another key: 2");
 }
+
+TEST_F(ShowTool, CsvOfNothingIsEmpty) {
+    MakeSmallRoot();
+    ToolResult const result = Run({"--format", "csv", "show", "nothing"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "");
+}
+
+TEST_F(ShowTool, CsvTellsTheMd5OfTheFile) {
+    MakeSmallRoot();
+    std::string const text = Run({"--format", "csv", "show", "--file", File("a.txt", "a")}).out;
+    EXPECT_THAT(text.substr(0, text.find('\n')), testing::EndsWith(",file_md5"));
+    EXPECT_THAT(text, testing::EndsWith("," + std::string(kMd5A) + "\n"));
+}

@@ -1,7 +1,11 @@
 #include <gmock/gmock.h>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
+#include <thread>
 
 #include "front/DLPCacheMgr.h"
 #include "tests/support/BucketCount.h"
@@ -19,6 +23,13 @@ class StatTool : public ReadRoot {
             if (kind["kind"] == name) return kind;
         }
         return {};
+    }
+    // The next line that comes out of a pipe.
+    static std::string Line(int fd) {
+        std::string line;
+        for (char c = 0; c != '\n' && ::read(fd, &c, 1) == 1;)
+            line += c;
+        return line;
     }
     // Within AsAgent: no match under a content of this number; one key in as many as there are buckets is refused.
     static void StoreIfPossible(int number) {
@@ -125,6 +136,35 @@ TEST_F(StatTool, WatchLooksAgain) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 3);
     EXPECT_TRUE(FollowsSchema(result.out, "jsonl"));
+}
+
+TEST_F(StatTool, WatchWritesOneHeadOfCsvAndNoDocuments) {
+    MakeSmallRoot();
+    ToolResult const result = Run({"--format", "csv", "stat", "--watch", "0.1", "--rounds", "3"});
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 1 + 3 * 5);
+    EXPECT_EQ(result.out.find("kind,"), result.out.rfind("kind,"));
+    EXPECT_EQ(Run({"--format", "json", "stat", "--watch", "0.1", "--rounds", "3"}).status, 2);
+}
+
+TEST_F(StatTool, WatchOutlivesACacheThatIsRemovedAndComesBack) {
+    MakeSmallRoot();
+    int out = -1;
+    pid_t const child = tool_.Start({"--root", Root(), "--format", "jsonl", "stat", "--watch", "0.1"}, out);
+    EXPECT_THAT(Line(out), HasSubstr("\"log_bytes\":0"));
+    std::filesystem::rename(Root() + "/cache", root_ / "elsewhere");
+    while (ReadBytes(root_ / "stderr").find("no cache at") == std::string::npos)
+        std::this_thread::yield();
+    std::filesystem::rename(root_ / "elsewhere", Root() + "/cache");
+    std::filesystem::create_directories(Root() + "/log");
+    WriteBytes(Root() + "/log/DLPCache.log", "a line\n");
+    std::string line;
+    do {
+        line = Line(out);
+    } while (!line.empty() && line.find("\"log_bytes\":7") == std::string::npos);
+    EXPECT_NE(line, "");
+    (void)::kill(child, SIGTERM);
+    EXPECT_EQ(Tool::Wait(child), 0);
+    ::close(out);
 }
 
 TEST_F(StatTool, AMissingCacheIsTold) {

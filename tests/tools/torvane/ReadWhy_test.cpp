@@ -3,9 +3,12 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <utility>
 
+#include "host/base/Murmur3.h"
 #include "tests/support/BucketCount.h"
 #include "tests/tools/torvane/ReadRoot.h"
+#include "tools/torvane/cache/FileKey.h"
 
 using testing::HasSubstr;
 
@@ -299,6 +302,7 @@ TEST_F(WhyTool, AnAnswerWhoseTextIsDamagedIsAHitAsForTheLibrary) {
     auto const text_bytes = Items({"ls", "answers", "--match"})[0]["text_bytes"].get<std::size_t>();
     Put(data, ReadBytes(data).size() - text_bytes, "\x07");  // the text's version
     EXPECT_EQ(Why(File("a.txt", "a"), "T1")["reason"], "matched");
+    EXPECT_THAT(Told("a.txt").out, HasSubstr("\nits text cannot be decoded, the library gives an empty one\n"));
 }
 
 TEST_F(WhyTool, AnAnswerMayHaveBeenInAnOlderStoreThatIsDamaged) {
@@ -350,6 +354,57 @@ TEST_F(WhyTool, WhatIsNoRegularFileHasNoContent) {
     EXPECT_EQ(Told("fifo").status, 3);
     EXPECT_EQ(Run({"why", "/dev/null", "--template", "T1"}).status, 3);
     EXPECT_THAT(Told("fifo").err, HasSubstr("is no regular file"));
+}
+
+TEST_F(WhyTool, AKeyIsUnstorableOnlyWhereItIsSoInBothCases) {
+    SetBucketCount(Root(), "2");
+    Define("T1");
+    AsAgent([] { StoreNoMatch("/x/a.txt", kMd5A, "T1"); });
+    bool seen[2][2] = {};  // by whether the keys of the lower-case and the upper-case MD5 fall into bucket 0
+    for (int number = 0; number < 200; ++number) {
+        std::string const md5 = HString(number).get_md5_std_format_lower(HString()).get_str();
+        std::vector<std::string> const keys = torvane::AnswerKeys({"/x/f", "", md5}, false);
+        if (keys.size() != 2) continue;
+        bool in_none[2];
+        for (std::size_t at = 0; at < 2; ++at)
+            in_none[at] = Varnok::Murmur3_32(keys[at].data(), static_cast<int>(keys[at].size())) % 2 == 0;
+        if (std::exchange(seen[in_none[0]][in_none[1]], true)) continue;
+        auto const why = Json({"why", "/x/f", "--template", "T1", "--md5", md5});
+        EXPECT_EQ(why["reason"], in_none[0] && in_none[1] ? "key-unstorable" : "never-stored") << md5;
+        EXPECT_EQ(why["may_be_unstorable"], in_none[0] != in_none[1]) << md5;
+    }
+    EXPECT_TRUE(seen[0][0] && seen[0][1] && seen[1][0] && seen[1][1]);
+}
+
+TEST_F(WhyTool, ForeignThingsInThePlaceOfTheDefinitionsAreNoMissingDefinitions) {
+    NotSound();
+    MakeSmallRoot();
+    std::string const archive = Root() + "/config/KeywordTemplate.arc";
+    std::filesystem::rename(archive, root_ / "elsewhere");
+    for (bool const is_link : {true, false}) {
+        std::filesystem::remove(archive);
+        if (is_link) std::filesystem::create_symlink(root_ / "elsewhere", archive);
+        if (!is_link) {
+            ASSERT_EQ(::mkfifo(archive.c_str(), 0600), 0);
+        }
+        auto const why = Why(File("a.txt", "a"), "T1");
+        EXPECT_EQ(why["reason"], "template-unknown");
+        EXPECT_EQ(why["definitions_from"], "config");
+        EXPECT_EQ(why["damage"], "the agent's definitions are damaged");
+    }
+}
+
+TEST_F(WhyTool, AForeignThingInASnapshotIsDamage) {
+    NotSound();
+    MakeSmallRoot();
+    std::string const archive = TemplateStore("T1") + "/KeywordFormatItem.arc";
+    std::filesystem::remove(archive);
+    ASSERT_EQ(::mkfifo(archive.c_str(), 0600), 0);
+    EXPECT_EQ(Why(File("a.txt", "a"), "T1")["reason"], "damaged");
+    EXPECT_EQ(Told("a.txt").status, 1);
+    EXPECT_EQ(Run({"ls", "templates"}).status, 1);
+    EXPECT_EQ(Items({"ls", "templates"})[0]["state"], "damaged");
+    EXPECT_EQ(Run({"show", "--file", root_ / "a.txt"}).status, 0);
 }
 
 TEST_F(WhyTool, AnMd5ThatIsNoneIsWrongUsage) {

@@ -49,30 +49,44 @@ bool IsTimeStamp(std::string const& name) {
                                              [](unsigned char c) { return std::isdigit(c) != 0; });
 }
 
-std::vector<StorePlace> PlacesIn(StoreKind kind, std::string const& directory) {
+using Wanted = CacheRoot::Wanted;
+
+// Whether it is one. Something else that stands there is told.
+bool Enter(std::string const& directory, Wanted const& wanted) {
+    if (IsDirectory(directory)) return true;
+    if (wanted.foreign && IsForeign(directory)) wanted.foreign(directory);
+    return false;
+}
+
+std::vector<StorePlace> PlacesIn(StoreKind kind, std::string const& directory, Wanted const& wanted) {
+    if (!Enter(directory, wanted)) return {};
     std::vector<StorePlace> places;
     for (std::string const& name : NamesIn(directory)) {
         StorePlace place{kind, {}, {}, directory + "/" + name};
-        if (IsDirectory(place.directory) && IdOf(name, place.id)) places.push_back(std::move(place));
+        bool const is_id = IdOf(name, place.id);
+        if (!wanted.id.empty() && place.id != wanted.id) continue;
+        if (Enter(place.directory, wanted) && is_id) places.push_back(std::move(place));
     }
     return places;
 }
 
-// Tells `unreadable` of a failing `look`, if there is anybody to tell.
-void Try(CacheRoot::Unreadable const& unreadable, std::function<void()> const& look) {
+// Tells of a failing `look`, if there is anybody to tell.
+void Try(Wanted const& wanted, std::function<void()> const& look) {
     try {
         look();
     } catch (Stop const& stop) {
-        if (!unreadable) throw;
-        unreadable(stop);
+        if (!wanted.unreadable) throw;
+        wanted.unreadable(stop);
     }
 }
 
-std::vector<StorePlace> TemplatePlaces(std::string const& directory, CacheRoot::Unreadable const& unreadable) {
+std::vector<StorePlace> TemplatePlaces(std::string const& directory, Wanted const& wanted) {
     std::vector<StorePlace> places;
-    for (StorePlace const& of_id : PlacesIn(StoreKind::kTemplate, directory)) {
-        Try(unreadable, [&] {
-            for (StorePlace& place : PlacesIn(StoreKind::kTemplate, of_id.directory)) {
+    Wanted versions = wanted;
+    versions.id.clear();
+    for (StorePlace const& of_id : PlacesIn(StoreKind::kTemplate, directory, wanted)) {
+        Try(wanted, [&] {
+            for (StorePlace& place : PlacesIn(StoreKind::kTemplate, of_id.directory, versions)) {
                 place.version = place.id;
                 place.id = of_id.id;
                 places.push_back(std::move(place));
@@ -82,11 +96,11 @@ std::vector<StorePlace> TemplatePlaces(std::string const& directory, CacheRoot::
     return places;
 }
 
-std::vector<StorePlace> CounterPlaces(std::string const& directory, CacheRoot::Unreadable const& unreadable) {
-    if (!IsDirectory(directory)) return {};
+std::vector<StorePlace> CounterPlaces(std::string const& directory, Wanted const& wanted) {
+    if (!Enter(directory, wanted)) return {};
     std::vector<StorePlace> places;
-    for (StorePlace& place : PlacesIn(StoreKind::kCounter, directory + "/1")) {
-        Try(unreadable, [&] {
+    for (StorePlace& place : PlacesIn(StoreKind::kCounter, directory + "/1", wanted)) {
+        Try(wanted, [&] {
             place.version = VersionOfCounts(place.directory);
             places.push_back(std::move(place));
         });
@@ -136,17 +150,17 @@ CacheRoot::CacheRoot(std::string const& root) : root_(root) {
     throw Stop(ExitStatus::kUnknownFormat, path + ": cache layout " + layout->second + ", known is " + kLayout);
 }
 
-std::vector<StorePlace> CacheRoot::Stores(StoreKind kind, Unreadable const& unreadable) const {
+std::vector<StorePlace> CacheRoot::Stores(StoreKind kind, Wanted const& wanted) const {
     std::vector<StorePlace> places;
     switch (kind) {
         case StoreKind::kTemplate:
-            places = TemplatePlaces(CachePath() + "/template", unreadable);
+            places = TemplatePlaces(CachePath() + "/template", wanted);
             break;
         case StoreKind::kTask:
-            places = PlacesIn(kind, CachePath() + "/task");
+            places = PlacesIn(kind, CachePath() + "/task", wanted);
             break;
         case StoreKind::kCounter:
-            places = CounterPlaces(CachePath() + "/sensrecord", unreadable);
+            places = CounterPlaces(CachePath() + "/sensrecord", wanted);
             break;
     }
     std::sort(places.begin(), places.end(), [](StorePlace const& a, StorePlace const& b) {
@@ -182,6 +196,10 @@ std::string VersionOfCounts(std::string const& directory) {
 bool IsGone(std::string const& path) {
     struct stat status {};
     return ::lstat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
+
+bool IsForeign(std::string const& directory) {
+    return !IsDirectory(directory) && !IsGone(directory);
 }
 
 bool IsArchive(std::string const& file, std::string& name) {

@@ -41,9 +41,15 @@ class CacheRoot {
 
     // In the order of kind, id, version. A directory counts although files are missing in it.
     [[nodiscard]] std::vector<StorePlace> Stores() const;
-    // Tells `unreadable` what below the kind's own directory cannot be read and goes on; without it that is thrown.
-    using Unreadable = std::function<void(Stop const&)>;
-    [[nodiscard]] std::vector<StorePlace> Stores(StoreKind kind, Unreadable const& unreadable = {}) const;
+    struct Wanted {
+        // Told what below the kind's own directory cannot be read; without it that is thrown.
+        std::function<void(Stop const&)> unreadable;
+        // Told what stands in the place of a directory and is none.
+        std::function<void(std::string const& path)> foreign;
+        std::string id;  // only those of this one, and others are not looked into; empty: all
+    };
+    [[nodiscard]] std::vector<StorePlace> Stores(StoreKind kind, Wanted const& wanted) const;
+    [[nodiscard]] std::vector<StorePlace> Stores(StoreKind kind) const { return Stores(kind, Wanted()); }
     // The files of a task's texts: names without ".arc", sorted.
     [[nodiscard]] std::vector<std::string> TextsOf(StorePlace const& task) const;
 
@@ -58,6 +64,9 @@ class CacheRoot {
 
 // Whether nothing stands at the path: what was listed there has been removed since.
 [[nodiscard]] bool IsGone(std::string const& path);
+
+// Whether something that is no directory stands there. Throws Stop(kIo).
+[[nodiscard]] bool IsForeign(std::string const& directory);
 
 // Whether a file's name is that of an archive, and that name without ".arc".
 [[nodiscard]] bool IsArchive(std::string const& file, std::string& name);

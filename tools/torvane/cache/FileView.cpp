@@ -111,4 +111,13 @@ void FileView::RequireReadable() const {
     throw Stop(ExitStatus::kIo, "cannot read " + path_ + ": " + std::strerror(error_));
 }
 
+std::uint64_t SizeOfFile(std::string const& path) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) == 0) {
+        return S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
+    }
+    if (errno == ENOENT || errno == ENOTDIR) return 0;
+    throw Stop(ExitStatus::kIo, "cannot look at " + path + ": " + std::strerror(errno));
+}
+
 }  // namespace torvane

@@ -54,4 +54,7 @@ class FileView {
     struct stat status_ {};
 };
 
+// The size of the regular file at the path, without opening it; 0 when none stands there. Throws Stop(kIo).
+[[nodiscard]] std::uint64_t SizeOfFile(std::string const& path);
+
 }  // namespace torvane

@@ -68,12 +68,6 @@ std::uint8_t const* IndexView::Bytes(std::uint64_t number) const {
     return block.At(number);
 }
 
-bool IndexView::Read(std::uint64_t number, Slot& slot) const {
-    std::uint8_t const* const bytes = Bytes(number);
-    if (bytes != nullptr) slot = DLPCache::DecodeIndexKey(bytes);
-    return bytes != nullptr;
-}
-
 bool IndexView::Peek(std::uint64_t number, Slot& slot) const {
     if (number < 1) return false;
     for (Block const* const block : {block_.get(), chained_.get()}) {
@@ -156,14 +150,6 @@ IndexView::Search IndexView::SearchFor(std::string const& text_key) const {
         number = NumberAt(search.slot.next);
     }
     return search;
-}
-
-std::optional<std::uint64_t> IndexView::Find(std::string const& text_key, Slot& slot, std::uint64_t& steps) const {
-    Search const search = SearchFor(text_key);
-    steps = search.steps;
-    if (search.outcome != Outcome::kFound) return std::nullopt;
-    slot = search.slot;
-    return search.number;
 }
 
 }  // namespace torvane

@@ -27,10 +27,7 @@ class IndexView {
     [[nodiscard]] std::uint64_t slots() const;
     [[nodiscard]] std::uint64_t odd_bytes() const;
 
-    // Slot `number`, from 1; false when the file has been cut meanwhile. Reads in blocks of about 1 MiB, so that going
-    // through them in order, or in order with a look ahead now and then, costs few calls.
-    [[nodiscard]] bool Read(std::uint64_t number, Slot& slot) const;
-    // The same with a single read that leaves the block in place.
+    // Slot `number`, from 1; false when the file has been cut meanwhile. Leaves the block that NextUsed reads in place.
     [[nodiscard]] bool Peek(std::uint64_t number, Slot& slot) const;
 
     // Keeps the slots behind the table in memory when they come to `most` bytes or fewer: for following many chains,
@@ -38,7 +35,7 @@ class IndexView {
     void KeepChained(std::size_t most);
 
     // The first used slot from `number` on, as far as the file went when it was opened; nothing when there is none. The
-    // quick way through a table that is mostly empty.
+    // quick way through a table that is mostly empty: reads in blocks of about 1 MiB.
     [[nodiscard]] std::optional<std::uint64_t> NextUsed(std::uint64_t number, Slot& slot) const;
 
     // The slot that begins at this file offset; nothing for an offset that is no slot's.
@@ -64,9 +61,6 @@ class IndexView {
     };
     // Follows a text key's chain as the library does, to the first slot that holds the key.
     [[nodiscard]] Search SearchFor(std::string const& text_key) const;
-    // The same; nothing when the key is not in it, for whatever reason. `steps` counts the slots.
-    [[nodiscard]] std::optional<std::uint64_t> Find(std::string const& text_key, Slot& slot,
-                                                    std::uint64_t& steps) const;
 
   private:
     struct Block;

@@ -8,8 +8,10 @@ namespace {
 std::string LookOnce(StoreView const& store, std::vector<std::string> const& keys, KeyLook& found) {
     found.search = {};
     found.key = keys.front();
+    found.unstorable = 0;
+    found.keys = keys.size();
     if (std::string wrong = store.Damage(); !wrong.empty()) return wrong;
-    if (!store.index().head()) return {};
+    if (!store.index().head() || store.IsLeftover()) return {};
     std::string wrong;
     for (std::string const& key : keys) {
         IndexView::Search const search = store.Find(key);
@@ -18,6 +20,7 @@ std::string LookOnce(StoreView const& store, std::vector<std::string> const& key
             found.key = key;
         }
         if (search.outcome == IndexView::Outcome::kFound) return {};
+        if (search.outcome == IndexView::Outcome::kNoBucket) ++found.unstorable;
         if (search.outcome == IndexView::Outcome::kBroken && wrong.empty()) {
             wrong = "the key's chain is damaged behind slot " + std::to_string(search.number);
         }

@@ -14,9 +14,10 @@ constexpr int kFingerprintSubType = 2005;
 class Explainer {
   public:
     Explainer(CacheRoot const& root, FileIdentity const& file, std::string const& template_id)
-        : file_(file), id_(template_id), config_(root.ConfigPath()), places_(root.Stores(StoreKind::kTemplate)) {
-        std::erase_if(places_, [&](StorePlace const& place) { return place.id != id_; });
-    }
+        : file_(file),
+          id_(template_id),
+          config_(root.ConfigPath()),
+          places_(root.Stores(StoreKind::kTemplate, {{}, {}, template_id})) {}
 
     Explanation Run() {
         LookAtVersions();
@@ -101,20 +102,24 @@ class Explainer {
         told_.search = look.search;
         if (look.soundness != Soundness::kSound) return SetUnsound(look);
         if (snapshot.snapshot->Md5Of(id_) != place.version) return SetUnsound(snapshot);
-        if (look.search.outcome == IndexView::Outcome::kNoBucket) told_.reason = Reason::kKeyUnstorable;
+        if (look.unstorable == look.keys && look.keys != 0) told_.reason = Reason::kKeyUnstorable;
+        told_.may_be_unstorable = look.unstorable != 0 && look.unstorable != look.keys;
         if (look.search.outcome == IndexView::Outcome::kFound) JudgeRecord(place, look);
     }
 
     void JudgeRecord(StorePlace const& place, KeyLook const& found) {
         StoreView store(place);
-        StoreView::Look const look = store.LookAt(found.search.number, found.search.slot, [](RecordBytes bytes) {
+        bool text_damaged = false;
+        StoreView::Look const look = store.LookAt(found.search.number, found.search.slot, [&](RecordBytes bytes) {
             AnswerRecord answer;
             std::string wrong = DecodeAnswer(bytes, answer);
+            text_damaged = answer.text_damaged;
             // The library still answers with the rules.
-            return answer.text_damaged ? std::string() : wrong;
+            return text_damaged ? std::string() : wrong;
         });
         if (look.soundness != Soundness::kSound) return SetUnsound(look);
         told_.reason = HasRecord(look.slot) ? Reason::kMatched : Reason::kNotMatched;
+        if (text_damaged) told_.damage = "its text cannot be decoded, the library gives an empty one";
     }
 
     void SetUnsound(Look const& look) {

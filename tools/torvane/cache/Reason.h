@@ -38,9 +38,11 @@ struct KnownVersion {
 
 struct Explanation {
     Reason reason = Reason::kNeverStored;
-    std::string damage;        // of kDamaged, or of the definitions
+    std::string damage;        // of kDamaged, of an answer's text or of the definitions
     std::string current_md5;   // empty: the template is unknown
     bool from_config = false;  // else the newest snapshot stands for the agent's definitions, which it has not kept
+    // With the MD5 written in one of the two cases the key falls into bucket 0; nothing was found for the other.
+    bool may_be_unstorable = false;
     bool fingerprint_rules = false;  // it has rules whose matches are never stored
     std::vector<KnownVersion> versions;
     std::string key;                  // in the index; empty when it is not known

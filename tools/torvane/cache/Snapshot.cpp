@@ -75,7 +75,7 @@ void Snapshot::Read(std::string const& directory) {
         file.RequireReadable();
         // None of the library's files: as if it were damaged, and not opened.
         if (file.state() == FileView::State::kForeign) damaged_ = true;
-        if (name == Varnok::kTemplateArchive && file.state() == FileView::State::kOpen) {
+        if (name == Varnok::kTemplateArchive && file.state() != FileView::State::kMissing) {
             exists_ = true;
             made_ = file.status().st_mtim.tv_sec;
         }
@@ -85,7 +85,9 @@ void Snapshot::Read(std::string const& directory) {
     int const error = definitions_->load();
     changed_ = std::any_of(files.begin(), files.end(), [](FileView const& file) { return file.HasChanged(); });
     if (error == 0) return;
+    bool const has_foreign = damaged_;
     damaged_ = true;
+    if (has_foreign) return;  // which says it all, whatever comes of opening it
     if (error != EBADMSG && error != ELOOP && error != EISDIR && error != ENOTDIR && error != ENXIO) {
         throw Stop(ExitStatus::kIo, "cannot read the definitions in " + directory + ": " + std::strerror(error));
     }

@@ -20,7 +20,8 @@ class Snapshot {
     [[nodiscard]] bool damaged() const { return damaged_; }
     // Whether they were still being replaced at the last look: what was read may be of two states.
     [[nodiscard]] bool changed() const { return changed_; }
-    // Whether there is a template file: without one a snapshot is incomplete, the agent's definitions not there.
+    // Whether there is a template file, or what stands in its place: without one a snapshot is incomplete, the agent's
+    // definitions not there.
     [[nodiscard]] bool exists() const { return exists_; }
     // When the template file was written, seconds since 1970-01-01 UTC: for a snapshot, since when it has been there.
     [[nodiscard]] std::int64_t made() const { return made_; }

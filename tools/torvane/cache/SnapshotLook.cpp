@@ -2,8 +2,6 @@
 
 #include <string>
 
-#include "host/policy/KwArchivePath.h"
-
 namespace torvane {
 
 namespace {
@@ -25,10 +23,6 @@ SnapshotLook LookAtSnapshot(StorePlace const& place) {
         return CheckSnapshot(place, *look.snapshot);
     });
     return look;
-}
-
-bool IsUnfinished(StorePlace const& place) {
-    return IsGone(place.directory + "/" + Varnok::kTemplateArchive);
 }
 
 }  // namespace torvane

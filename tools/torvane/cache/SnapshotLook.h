@@ -14,8 +14,5 @@ struct SnapshotLook : Look {
 
 // Reads it, again where it may be in the making. Throws Stop(kIo).
 [[nodiscard]] SnapshotLook LookAtSnapshot(StorePlace const& place);
-// Whether the store of a template is not finished or half removed, or gone by now: the template file comes last and
-// goes first.
-[[nodiscard]] bool IsUnfinished(StorePlace const& place);
 
 }  // namespace torvane

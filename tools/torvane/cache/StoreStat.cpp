@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -41,15 +40,6 @@ class ChainKeys {
     std::vector<std::string> few_;
     std::unordered_set<std::string> many_;
 };
-
-std::uint64_t SizeOf(std::string const& path) {
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) == 0) {
-        return S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
-    }
-    if (errno == ENOENT || errno == ENOTDIR) return 0;
-    throw Stop(ExitStatus::kIo, "cannot look at " + path + ": " + std::strerror(errno));
-}
 
 // The slots of one text index, chain by chain.
 class ChainCount {
@@ -144,7 +134,7 @@ void CountNumbers(StoreView const& store, StoreStat& stat) {
 std::uint64_t OverheadOf(StorePlace const& place) {
     std::uint64_t bytes = 0;
     ForEachName(place.directory, [&](std::string const& name) {
-        if (name != "cache") bytes += SizeOf(place.directory + "/" + name);
+        if (name != "cache") bytes += SizeOfFile(place.directory + "/" + name);
         return true;
     });
     return bytes;
@@ -183,7 +173,7 @@ StoreStat CountStore(StorePlace const& place) {
     });
     if (!look.damage.empty()) {
         stat.damaged_stores = look.soundness == Soundness::kDamaged ? 1 : 0;
-    } else if (store.index().head()) {
+    } else if (store.index().head() && !store.IsLeftover()) {
         if (place.kind == StoreKind::kTask) {
             CountNumbers(store, stat);
         } else {
@@ -207,7 +197,7 @@ StoreStat CountTexts(StorePlace const& task) {
     stat.stores = ::lstat(directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode) ? 1 : 0;
     ForEachName(directory, [&](std::string const& file) {
         std::string name;
-        std::uint64_t const bytes = SizeOf(directory + "/" + file);
+        std::uint64_t const bytes = SizeOfFile(directory + "/" + file);
         if (IsArchive(file, name)) {
             ++stat.records;
             ++stat.with_data;

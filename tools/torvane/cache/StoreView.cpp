@@ -2,9 +2,12 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 #include <utility>
+
+#include "host/policy/KwArchivePath.h"
 
 namespace torvane {
 
@@ -77,6 +80,14 @@ Look LookAtFile(std::string const& path, std::function<std::string()> const& rea
     }
 }
 
+bool IsUnfinished(StorePlace const& place) {
+    return IsGone(place.directory + "/" + Varnok::kTemplateArchive);
+}
+
+bool MayBeHalfRemoved(StoreKind kind, FileView const& data) {
+    return kind == StoreKind::kTask && data.state() == FileView::State::kMissing;
+}
+
 StoreView::StoreView(StorePlace place)
     : place_(std::move(place)), index_(place_.IndexPath()), data_(place_.DataPath()) {
     index_.file().RequireReadable();
@@ -88,28 +99,52 @@ void StoreView::OpenAgain() {
     data_ = FileView(place_.DataPath());
 }
 
+bool StoreView::IsLeftover() const {
+    return place_.kind == StoreKind::kTemplate ? IsUnfinished(place_) : MayBeHalfRemoved(place_.kind, data_);
+}
+
 std::string StoreView::Damage() const {
+    if (place_.kind == StoreKind::kTemplate && IsUnfinished(place_)) return "";
     switch (index_.file().state()) {
         case FileView::State::kOpen:
-            return index_.IsHeadValid() ? "" : "index head is not valid";
+            return index_.IsHeadValid() ? "" : kBadHead;
         case FileView::State::kMissing:
             // Of a template's cache the definitions are the first to go; of other stores the index may be, and what is
             // left then is one that is half removed.
             if (place_.kind != StoreKind::kTemplate || data_.state() == FileView::State::kMissing) return "";
             return "index is missing";
         default:
-            return "what stands in the index's place is no file";
+            return kForeignIndex;
     }
 }
 
-bool StoreView::Answers(std::uint64_t number, Slot const& slot) const {
+Standing StoreView::StandingOf(std::uint64_t number, Slot const& slot) const {
     std::string const key = IndexView::KeyOf(slot);
-    if (place_.kind == StoreKind::kTask) return key == std::to_string(number);
-    if (key.size() != DLPCache::kTextKeyLength) return false;
+    if (place_.kind == StoreKind::kTask) return key == std::to_string(number) ? Standing::kAnswers : Standing::kCutOff;
+    if (key.size() != DLPCache::kTextKeyLength) return Standing::kCutOff;
     auto const first = index_.FirstSlotOf(key);
-    if (!first || *first == number) return first.has_value();
+    if (!first) return Standing::kCutOff;
+    if (*first == number) return Standing::kAnswers;
     IndexView::Search const search = index_.SearchFor(key);
-    return search.outcome == IndexView::Outcome::kFound && search.number == number;
+    switch (search.outcome) {
+        case IndexView::Outcome::kFound:
+            return search.number == number ? Standing::kAnswers : Standing::kRepeats;
+        case IndexView::Outcome::kAbsent:
+            break;
+        default:
+            return Standing::kCutOff;
+    }
+    // All that a kill leaves is a slot behind the table that leads nowhere, to be linked from a chain in use.
+    bool const is_in_table =
+        index_.head()->bucket_count > 0 && number <= static_cast<std::uint64_t>(index_.head()->bucket_count);
+    return is_in_table || slot.next != 0 || !IndexView::IsUsed(search.slot) ? Standing::kCutOff : Standing::kUnlinked;
+}
+
+std::uint64_t StoreView::EmptyNumbers(std::uint64_t first, std::uint64_t end) const {
+    if (place_.kind != StoreKind::kTask || !index_.head()) return 0;
+    auto const table = static_cast<std::uint64_t>(std::max(index_.head()->bucket_count, 0));
+    std::uint64_t const behind = std::max(first, table + 1);
+    return end > behind ? end - behind : 0;
 }
 
 std::string StoreView::Decode(Slot const& slot, Decoder const& decode) {
@@ -138,7 +173,7 @@ StoreView::Look StoreView::LookAt(std::uint64_t number, Slot const& slot, Decode
         if (look.damage.empty()) return look;
         bool const changed = HasChanged();
         changes += changed ? 1 : 0;
-        look.soundness = changed ? Soundness::kBusy : Soundness::kDamaged;
+        look.soundness = changed || IsLeftover() ? Soundness::kBusy : Soundness::kDamaged;
         if (changes == kLooks || (!changed && !WasWrittenJustNow()) || looks == kMostWaits) return look;
         Wait();
         OpenAgain();

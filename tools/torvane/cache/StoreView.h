@@ -28,6 +28,25 @@ inline constexpr int kLooks = 3;  // at what keeps changing
 // missing its directory, stays as it is. What is in a directory that is gone is busy.
 [[nodiscard]] Look LookAtFile(std::string const& path, std::function<std::string()> const& read);
 
+// What can be wrong with an index as a whole.
+inline constexpr char kBadHead[] = "index head is not valid";
+inline constexpr char kForeignIndex[] = "what stands in the index's place is no file";
+
+// Whether the store of a template is not finished or half removed, or gone by now: the template file comes last and
+// goes first.
+[[nodiscard]] bool IsUnfinished(StorePlace const& place);
+// Whether a store of this kind with this data file, whose index is there, may be half removed: what belongs to a task
+// is deleted in no order.
+[[nodiscard]] bool MayBeHalfRemoved(StoreKind kind, FileView const& data);
+
+// What a used slot is for its key.
+enum class Standing {
+    kAnswers,   // the library answers from it
+    kRepeats,   // an earlier slot holds the key
+    kUnlinked,  // no chain leads to it, as after a kill between its being appended and linked
+    kCutOff,    // damage: it should be answered from and is not reached
+};
+
 // A record store's two files, read and never changed. One object, one thread. Throws Stop(kIo) for what may not be
 // read.
 class StoreView {
@@ -38,16 +57,23 @@ class StoreView {
     [[nodiscard]] IndexView const& index() const { return index_; }
     [[nodiscard]] FileView const& data() const { return data_; }
     // Why no slot of it can be told from the next; empty when they can, when there are no files yet
-    // and when it is a half removed one.
+    // and when it is not finished or half removed.
     [[nodiscard]] std::string Damage() const;
+    // Whether nothing is answered from it as it is not finished or half removed. To be asked when there is no damage.
+    [[nodiscard]] bool IsLeftover() const;
     [[nodiscard]] bool HasChanged() const { return index_.file().HasChanged() || data_.HasChanged(); }
     void OpenAgain();
     // See IndexView.
     void KeepChained(std::size_t most) { index_.KeepChained(most); }
 
-    // Whether this used slot is the one that the library answers from for its key: the first of a text key's chain that
-    // holds the key, a number's own one. Others are wasted or, a number's, damaged.
-    [[nodiscard]] bool Answers(std::uint64_t number, Slot const& slot) const;
+    // A text key is answered from the first slot of its chain that holds the key, a number from its own one.
+    [[nodiscard]] Standing StandingOf(std::uint64_t number, Slot const& slot) const;
+    [[nodiscard]] bool Answers(std::uint64_t number, Slot const& slot) const {
+        return StandingOf(number, slot) == Standing::kAnswers;
+    }
+    // How many findings the slots from `first` on, before `end`, should hold when they are empty: numbers are given one
+    // after the other, and only the slots of a table are made with the file. None of other stores.
+    [[nodiscard]] std::uint64_t EmptyNumbers(std::uint64_t first, std::uint64_t end) const;
     // The slot that the library would answer from; text keys as they stand in a slot.
     [[nodiscard]] IndexView::Search Find(std::string const& text_key) const { return index_.SearchFor(text_key); }
 
@@ -57,7 +83,7 @@ class StoreView {
     };
     // Reads the record of slot `number`, which has been read as `slot`, and hands its bytes to `decode`, which may be
     // called several times: what cannot be decoded while somebody writes is looked at again, as by LookAtFile. A slot
-    // that is gone then is busy. A key without data is not decoded.
+    // that is gone then is busy, and so is one of a store that is being removed. A key without data is not decoded.
     [[nodiscard]] Look LookAt(std::uint64_t number, Slot const& slot, Decoder const& decode);
 
   private:

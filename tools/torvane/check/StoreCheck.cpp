@@ -5,6 +5,7 @@
 #include <cstring>
 #include <utility>
 
+#include "tools/torvane/cache/StoreView.h"
 #include "tools/torvane/check/OverlapCheck.h"
 #include "tools/torvane/check/RecordCheck.h"
 #include "tools/torvane/check/SlotCheck.h"
@@ -141,7 +142,7 @@ void StoreCheck::CheckRecords(SlotCheck& slots) {
 }
 
 void StoreCheck::TellMissingData(FileView const& data, std::uint64_t entries) {
-    if (place_.kind == StoreKind::kTask && data.state() == FileView::State::kMissing) {
+    if (MayBeHalfRemoved(place_.kind, data)) {
         return data_report_.Waste("unfinished", {},
                                   fmt::format("a half removed task: the data file of its {} findings is gone", entries),
                                   0, fmt::format("{} findings, unless the task was being removed", entries));

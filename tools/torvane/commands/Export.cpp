@@ -22,10 +22,10 @@ std::vector<Listed> Wanted(std::vector<std::string> const& names) {
 }
 
 // Those of every kind that is wanted, each once.
-std::vector<Column> AllColumns(std::vector<Listed> const& wanted) {
+std::vector<Column> AllColumns(std::vector<Listed> const& wanted, bool show_text) {
     std::vector<Column> columns{{"kind", "KIND"}};
     for (Listed const listed : wanted) {
-        for (Column const& column : ColumnsOf(listed)) {
+        for (Column const& column : ColumnsOf(listed, true, show_text)) {
             bool known = false;
             for (Column const& other : columns)
                 known = known || other.name == column.name;
@@ -46,7 +46,7 @@ bool IsDefault(Settings const& settings) {
 ExitStatus Write(std::vector<Listed> const& wanted, Settings const& settings, Output& out) {
     CacheRoot const root(settings.root);
     Listing listing(root, {}, settings);
-    out.BeginList(kSchema, AllColumns(wanted));
+    out.BeginList(kSchema, AllColumns(wanted, settings.show_text));
     for (Listed const listed : wanted) {
         (void)listing.ForEach(listed, [&](Json const& row) {
             out.Row(row);

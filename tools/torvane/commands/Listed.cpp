@@ -16,7 +16,13 @@ struct ListedKind {
     bool by_policy;
     bool by_match;
     std::vector<Column> columns;
+    std::vector<Column> more;   // CSV, too
+    std::vector<Column> texts;  // with --show-text
 };
+
+Column Plain(char const* name) {
+    return {name, name};
+}
 
 Column Number(char const* name, char const* title) {
     return {name, title, true};
@@ -41,7 +47,9 @@ std::vector<ListedKind> const& Kinds() {
           {"depends_on_name", "BY NAME"},
           Number("buckets", "BUCKETS"),
           {"state", "STATE"},
-          {"damage", "DAMAGE"}}},
+          {"damage", "DAMAGE"}},
+         {Plain("directory")},
+         {}},
         {"answers",
          true,
          false,
@@ -58,7 +66,9 @@ std::vector<ListedKind> const& Kinds() {
           Number("length", "LENGTH"),
           {"state", "STATE"},
           {"name", "NAME"},
-          {"damage", "DAMAGE"}}},
+          {"damage", "DAMAGE"}},
+         {},
+         {}},
         {"tasks",
          false,
          true,
@@ -73,7 +83,9 @@ std::vector<ListedKind> const& Kinds() {
           Number("policy_version", "POLICY VERSION"),
           Number("findings", "FINDINGS"),
           {"state", "STATE"},
-          {"damage", "DAMAGE"}}},
+          {"damage", "DAMAGE"}},
+         {Plain("handle"), Plain("by_policy"), Plain("templates"), Plain("keep"), Plain("note"), Plain("directory")},
+         {}},
         {"findings",
          true,
          true,
@@ -88,7 +100,10 @@ std::vector<ListedKind> const& Kinds() {
           {"templates", "TEMPLATES"},
           {"state", "STATE"},
           {"path", "PATH"},
-          {"damage", "DAMAGE"}}},
+          {"damage", "DAMAGE"}},
+         {Plain("created"), Plain("verdict_length"), Plain("extra_length"), Plain("slot"), Plain("offset"),
+          Plain("length")},
+         {{"verdict", "VERDICT"}, {"extra", "EXTRA"}}},
         {"counters",
          false,
          false,
@@ -103,7 +118,9 @@ std::vector<ListedKind> const& Kinds() {
           Number("slot", "SLOT"),
           Number("offset", "OFFSET"),
           {"state", "STATE"},
-          {"damage", "DAMAGE"}}},
+          {"damage", "DAMAGE"}},
+         {Plain("length")},
+         {}},
         {"texts",
          true,
          true,
@@ -118,7 +135,9 @@ std::vector<ListedKind> const& Kinds() {
           Number("text_length", "TEXT"),
           {"text_path", "TEXT PATH"},
           {"state", "STATE"},
-          {"damage", "DAMAGE"}}},
+          {"damage", "DAMAGE"}},
+         {Plain("file"), Plain("second_text_length"), Plain("second_text_path"), Plain("second_positions")},
+         {{"text", "TEXT"}, {"second_text", "SECOND TEXT"}}},
     };
     return kinds;
 }
@@ -156,8 +175,12 @@ std::string ListedType() {
     return type;
 }
 
-std::vector<Column> const& ColumnsOf(Listed listed) {
-    return KindOf(listed).columns;
+std::vector<Column> ColumnsOf(Listed listed, bool all, bool show_text) {
+    ListedKind const& kind = KindOf(listed);
+    std::vector<Column> columns = kind.columns;
+    if (all) columns.insert(columns.end(), kind.more.begin(), kind.more.end());
+    if (show_text) columns.insert(columns.end(), kind.texts.begin(), kind.texts.end());
+    return columns;
 }
 
 void ListFilter::CheckFor(Listed listed) const {

@@ -15,8 +15,8 @@ enum class Listed { kTemplates, kAnswers, kTasks, kFindings, kCounters, kTexts }
 [[nodiscard]] Listed ListedOf(std::string const& name);
 // "{templates,answers,...}", the type of an option that takes them.
 [[nodiscard]] std::string ListedType();
-// The columns of its rows, without "kind".
-[[nodiscard]] std::vector<Column> const& ColumnsOf(Listed listed);
+// The columns of its rows, without "kind": those of a table or, for CSV, `all` members; the texts with `show_text`.
+[[nodiscard]] std::vector<Column> ColumnsOf(Listed listed, bool all, bool show_text);
 
 // Which things are listed; empty members leave nothing out.
 struct ListFilter {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <utility>
 
+#include "tools/torvane/commands/EntryRows.h"
 #include "tools/torvane/output/Escape.h"
 #include "tools/torvane/output/Progress.h"
 
@@ -23,6 +24,12 @@ bool IsAmong(Json const& list, std::string const& text) {
 void Warn(std::string const& text) {
     Progress::Hide();
     std::fprintf(stderr, "torvane: %s\n", Printable(text).c_str());
+}
+
+void WarnOfLeftover(StoreView const& store) {
+    Slot slot;
+    if (store.place().kind != StoreKind::kTask || !store.index().NextUsed(1, slot)) return;
+    Warn(store.place().Name() + ": half removed, the data file of its findings is gone");
 }
 
 Listing::Listing(CacheRoot const& root, ListFilter filter, Settings const& settings)
@@ -71,6 +78,10 @@ void Listing::TellUnread(Stop const& stop) {
     Warn(stop.what());
 }
 
+void Listing::TellForeign(std::string const& path) {
+    if (!quiet_) Warn(path + " is no directory");
+}
+
 bool Listing::GoOn(std::function<bool()> const& list) {
     try {
         return list();
@@ -84,29 +95,27 @@ bool Listing::GoOn(std::function<bool()> const& list) {
 std::vector<StorePlace> Listing::Wanted(StoreKind kind) {
     std::vector<StorePlace> places;
     (void)GoOn([&] {
-        places = root_.Stores(kind, [this](Stop const& stop) { TellUnread(stop); });
+        CacheRoot::Wanted wanted;
+        wanted.unreadable = [this](Stop const& stop) { TellUnread(stop); };
+        wanted.foreign = [this](std::string const& path) { TellForeign(path); };
+        wanted.id = IdOf(kind);
+        places = root_.Stores(kind, wanted);
         return true;
     });
-    std::erase_if(places, [this](StorePlace const& place) { return !IsWanted(place); });
+    named_ = named_ || !places.empty();
     return places;
 }
 
-bool Listing::IsWanted(StorePlace const& place) {
-    std::string const* wanted = nullptr;
-    switch (place.kind) {
+std::string const& Listing::IdOf(StoreKind kind) const {
+    switch (kind) {
         case StoreKind::kTemplate:
-            wanted = &filter_.template_id;
-            break;
+            return filter_.template_id;
         case StoreKind::kTask:
-            wanted = &filter_.task_id;
-            break;
+            return filter_.task_id;
         case StoreKind::kCounter:
-            wanted = &filter_.policy_id;
             break;
     }
-    if (!wanted->empty() && *wanted != place.id) return false;
-    named_ = true;
-    return true;
+    return filter_.policy_id;
 }
 
 // What the place alone does not tell.
@@ -166,7 +175,9 @@ bool Listing::Texts(Take const& take) {
 
 bool Listing::TextsOf(StorePlace const& place, Take const& take) {
     bool goes_on = true;
-    ForEachName(place.directory + "/text", [&](std::string const& file) {
+    std::string const directory = place.directory + "/text";
+    if (IsForeign(directory)) return TellForeign(directory), true;
+    ForEachName(directory, [&](std::string const& file) {
         std::string name;
         progress_.AtBlock(given_, 0, place.Name());
         if (IsArchive(file, name)) goes_on = GoOn([&] { return Give(TextRow(place, name, detail_), take); });
@@ -200,19 +211,35 @@ bool Listing::EntriesOf(StorePlace const& place, Take const& take) {
         if (!IsGone(place.directory)) Complain(place, look);
         return true;
     }
+    if (store.IsLeftover()) {
+        if (!quiet_) WarnOfLeftover(store);
+        return true;
+    }
+    LostEntries lost(store);
+    bool const goes_on = EntriesOf(store, lost, take);
+    if (lost.count() != 0) Complain(place, lost.look());
+    return goes_on;
+}
+
+bool Listing::EntriesOf(StoreView& store, LostEntries& lost, Take const& take) {
+    StorePlace const& place = store.place();
     std::string const name = place.Name();
     Slot slot;
-    auto number = store.index().NextUsed(1, slot);
-    for (; number; number = store.index().NextUsed(*number + 1, slot)) {
+    std::uint64_t last = 0;
+    for (auto number = store.index().NextUsed(1, slot); number; number = store.index().NextUsed(last + 1, slot)) {
         progress_.At(given_, 0, name);
+        if (lost.TakeGap(last + 1, *number)) number = store.index().NextUsed(last + 1, slot);
+        if (!number) return true;
+        last = *number;
         // A text key's further slots are none of its entries; neither is one that no chain leads to.
-        if (place.kind != StoreKind::kTask && !store.Answers(*number, slot)) continue;
+        if (place.kind != StoreKind::kTask && !lost.IsAnswered(last, slot)) continue;
         if (filter_.matched && *filter_.matched != HasRecord(slot)) continue;
-        Row const row = place.kind == StoreKind::kTemplate ? AnswerRow(store, *number, slot, detail_)
-                        : place.kind == StoreKind::kTask   ? FindingRow(store, *number, slot, detail_)
-                                                           : CounterRow(store, *number, slot, detail_);
+        Row const row = place.kind == StoreKind::kTemplate ? AnswerRow(store, last, slot, detail_)
+                        : place.kind == StoreKind::kTask   ? FindingRow(store, last, slot, detail_)
+                                                           : CounterRow(store, last, slot, detail_);
         if (!Give(row, take)) return false;
     }
+    (void)lost.TakeGap(last + 1, store.index().slots() + 1);
     return true;
 }
 

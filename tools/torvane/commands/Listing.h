@@ -7,6 +7,7 @@
 
 #include "tools/torvane/ExitStatus.h"
 #include "tools/torvane/cache/CacheRoot.h"
+#include "tools/torvane/cache/LostEntries.h"
 #include "tools/torvane/cli/Settings.h"
 #include "tools/torvane/commands/Listed.h"
 #include "tools/torvane/commands/Rows.h"
@@ -45,9 +46,11 @@ class Listing {
     // Whatever `list` returns; true when it cannot read something, which is remembered.
     bool GoOn(std::function<bool()> const& list);
     void TellUnread(Stop const& stop);
+    void TellForeign(std::string const& path);  // something that is no directory, where one should be
     bool EntriesOf(StorePlace const& place, Take const& take);
+    bool EntriesOf(StoreView& store, LostEntries& lost, Take const& take);
     bool Give(Row const& row, Take const& take);
-    [[nodiscard]] bool IsWanted(StorePlace const& place);
+    [[nodiscard]] std::string const& IdOf(StoreKind kind) const;  // that the filter names
     [[nodiscard]] bool IsWanted(Row const& row) const;
     void Complain(StorePlace const& place, Look const& look);
 
@@ -67,5 +70,7 @@ class Listing {
 
 // A line on stderr, made printable.
 void Warn(std::string const& text);
+// The same about a task's store that is left out as it is half removed. Nothing about others, and of an empty one.
+void WarnOfLeftover(StoreView const& store);
 
 }  // namespace torvane

@@ -29,7 +29,8 @@ ExitStatus Run(Options options, Context const& context) {
     Listing listing(root, options.filter, context.settings);
 
     std::string const schema = "ls-" + options.what;
-    context.out.BeginList({schema.c_str(), kVersion}, ColumnsOf(listed));
+    context.out.BeginList({schema.c_str(), kVersion},
+                          ColumnsOf(listed, context.out.format() == Format::kCsv, context.settings.show_text));
     std::uint64_t rows = 0;
     // Nothing is looked for behind the last row that is wanted.
     auto const is_full = [&] { return options.limited && rows >= options.limit; };

@@ -34,11 +34,6 @@ struct Detail {
     Snapshot const* definitions = nullptr;
 };
 
-// Of slot `number`, which has been read as `slot`.
-[[nodiscard]] Row AnswerRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail const& detail);
-[[nodiscard]] Row FindingRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail const& detail);
-[[nodiscard]] Row CounterRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail const& detail);
-
 // `current`: the agent's own definitions; null when they cannot be read.
 [[nodiscard]] Row TemplateRow(StorePlace const& place, Snapshot const* current);
 [[nodiscard]] Row TaskRow(StorePlace const& place);

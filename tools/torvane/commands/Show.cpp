@@ -1,3 +1,4 @@
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -5,8 +6,10 @@
 
 #include "tools/torvane/cache/FileKey.h"
 #include "tools/torvane/cache/KeyLookup.h"
+#include "tools/torvane/cache/SnapshotLook.h"
 #include "tools/torvane/cli/Command.h"
 #include "tools/torvane/cli/Values.h"
+#include "tools/torvane/commands/EntryRows.h"
 #include "tools/torvane/commands/EntryText.h"
 #include "tools/torvane/commands/Listing.h"
 #include "tools/torvane/commands/Rows.h"
@@ -33,7 +36,13 @@ struct Found {
     bool sound = false;
     bool damaged = false;
     bool busy = false;
+    bool unread = false;  // something could not be read
 
+    void TellUnread(Stop const& stop) {
+        if (stop.status() != ExitStatus::kIo) throw stop;
+        unread = true;
+        Warn(stop.what());
+    }
     void Add(Row row) {
         sound = sound || row.soundness == Soundness::kSound;
         damaged = damaged || row.soundness == Soundness::kDamaged;
@@ -68,8 +77,7 @@ class Finder {
 
   private:
     void FindNumber() {
-        for (StorePlace const& place : root_.Stores(StoreKind::kTask)) {
-            if (place.id != options_.task_id) continue;
+        ForEach(StoreKind::kTask, options_.task_id, [this](StorePlace const& place) {
             StoreView store(place);
             Slot slot;
             Look const look = LookAtFile(place.IndexPath(), [&] {
@@ -77,26 +85,42 @@ class Finder {
                 return store.Damage();
             });
             found_.Complain(place, look);
-            if (!look.damage.empty() || !store.index().Peek(options_.number, slot)) continue;
+            if (!look.damage.empty() || !store.index().Peek(options_.number, slot)) return;
+            if (store.IsLeftover()) return found_.quiet ? void() : WarnOfLeftover(store);
             if (IndexView::IsUsed(slot)) found_.Add(FindingRow(store, options_.number, slot, detail_));
-        }
+        });
     }
 
     void FindAnswers() {
-        for (StorePlace const& place : root_.Stores(StoreKind::kTemplate)) {
-            if (!options_.template_id.empty() && options_.template_id != place.id) continue;
+        ForEach(StoreKind::kTemplate, options_.template_id, [this](StorePlace const& place) {
+            if (IsUnfinished(place)) return;
             Snapshot const snapshot(place.directory);
             detail_.definitions = &snapshot;
             FindKeys(place, options_.key.empty() ? AnswerKeys(options_.file, snapshot.DependsOnName(place.id))
                                                  : KeysOfText(options_.key));
-        }
+        });
     }
 
     void FindCounts() {
         std::vector<std::string> const keys =
             options_.key.empty() ? CountKeys(options_.file.path) : KeysOfText(options_.key);
-        for (StorePlace const& place : root_.Stores(StoreKind::kCounter))
-            FindKeys(place, keys);
+        ForEach(StoreKind::kCounter, {}, [&](StorePlace const& place) { FindKeys(place, keys); });
+    }
+
+    // Goes on with the next store when one cannot be read.
+    void ForEach(StoreKind kind, std::string const& id, std::function<void(StorePlace const&)> const& look_into) {
+        auto const read = [this](std::function<void()> const& work) {
+            try {
+                work();
+            } catch (Stop const& stop) {
+                found_.TellUnread(stop);
+            }
+        };
+        read([&] {
+            CacheRoot::Wanted const wanted{[this](Stop const& stop) { found_.TellUnread(stop); }, {}, id};
+            for (StorePlace const& place : root_.Stores(kind, wanted))
+                read([&] { look_into(place); });
+        });
     }
 
     void FindKeys(StorePlace const& place, std::vector<std::string> const& keys) {
@@ -129,8 +153,9 @@ void CheckOptions(Options const& options) {
     }
 }
 
-// A row for each entry, a column for each member that any of them has.
+// A row for each entry, a column for each member that any of them has; nothing at all for none.
 void WriteCsv(Json const& entries, Output& out) {
+    if (entries.empty()) return;
     std::vector<Column> columns;
     for (Json const& entry : entries) {
         for (auto const& [name, value] : entry.items()) {
@@ -155,14 +180,19 @@ ExitStatus Run(Options options, Context const& context) {
     Found found = Finder(root, options, context.settings).Run();
 
     bool const none = found.entries.empty();
-    ExitStatus const status = !found.sound && found.busy && !found.damaged ? ExitStatus::kBusy
-                              : none || found.damaged                      ? ExitStatus::kNo
-                                                                           : ExitStatus::kYes;
+    ExitStatus const status = found.unread                                   ? ExitStatus::kIo
+                              : !found.sound && found.busy && !found.damaged ? ExitStatus::kBusy
+                              : none || found.damaged                        ? ExitStatus::kNo
+                                                                             : ExitStatus::kYes;
     Json answer;
     answer["found"] = !none;
     if (!options.file.path.empty()) answer["file_md5"] = options.file.md5;
     answer["entries"] = std::move(found.entries);
-    if (context.out.format() == Format::kCsv) return WriteCsv(answer["entries"], context.out), status;
+    if (context.out.format() == Format::kCsv) {
+        for (Json& entry : answer["entries"])
+            if (answer.contains("file_md5")) entry["file_md5"] = answer["file_md5"];
+        return WriteCsv(answer["entries"], context.out), status;
+    }
     context.out.Answer(kSchema, answer, [&](Output& out) {
         if (none) out.Line("not found");
         PrintEntries(answer["entries"], out);

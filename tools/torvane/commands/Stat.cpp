@@ -1,20 +1,17 @@
-#include <sys/stat.h>
-
-#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tools/torvane/cache/FileView.h"
 #include "tools/torvane/cache/StoreStat.h"
 #include "tools/torvane/cli/Command.h"
 #include "tools/torvane/cli/Pause.h"
 #include "tools/torvane/cli/Values.h"
+#include "tools/torvane/commands/Listing.h"
 #include "tools/torvane/output/Progress.h"
 
 namespace torvane {
@@ -38,15 +35,6 @@ struct Counted {
     [[nodiscard]] StoreStat const& Sum() const { return kinds.back().second; }
 };
 
-std::uint64_t SizeOf(std::string const& path) {
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) == 0) {
-        return S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
-    }
-    if (errno == ENOENT || errno == ENOTDIR) return 0;
-    throw Stop(ExitStatus::kIo, "cannot look at " + path + ": " + std::strerror(errno));
-}
-
 Counted Count(CacheRoot const& root, Settings const& settings) {
     Counted counted;
     StoreStat texts;
@@ -68,8 +56,8 @@ Counted Count(CacheRoot const& root, Settings const& settings) {
     counted.kinds.emplace_back("text", texts);
     sum.Add(texts);
     counted.kinds.emplace_back("sum", sum);
-    counted.log_bytes = SizeOf(root.LogPath());
-    counted.old_log_bytes = SizeOf(root.LogPath() + ".old");
+    counted.log_bytes = SizeOfFile(root.LogPath());
+    counted.old_log_bytes = SizeOfFile(root.LogPath() + ".old");
     return counted;
 }
 
@@ -126,7 +114,14 @@ std::string StampText(CacheRoot const& root) {
     return text + ", cache layout " + (layout == root.stamp().end() ? "?" : layout->second);
 }
 
-void WriteList(CacheRoot const& root, Counted const& counted, Output& out) {
+void WriteCsv(Counted const& counted, bool is_first, Output& out) {
+    if (is_first) out.BeginList(kSchema, Columns());  // and no end, so that the next rows have no head of their own
+    for (auto const& [kind, stat] : counted.kinds)
+        out.Row(RowOf(kind, stat));
+    out.Flush();
+}
+
+void WriteTable(CacheRoot const& root, Counted const& counted, Output& out) {
     out.Line(root.root());
     out.BeginList(kSchema, Columns());
     for (auto const& [kind, stat] : counted.kinds)
@@ -156,16 +151,38 @@ void WriteAnswer(CacheRoot const& root, Counted const& counted, Output& out) {
     out.Answer(kSchema, answer, [](Output&) {});
 }
 
-ExitStatus Once(Context const& context) {
+ExitStatus Once(Context const& context, bool is_first) {
     CacheRoot const root(context.settings.root);
     Counted const counted = Count(root, context.settings);
-    bool const as_list = context.out.format() == Format::kTable || context.out.format() == Format::kCsv;
-    as_list ? WriteList(root, counted, context.out) : WriteAnswer(root, counted, context.out);
+    switch (context.out.format()) {
+        case Format::kTable:
+            WriteTable(root, counted, context.out);
+            break;
+        case Format::kCsv:
+            WriteCsv(counted, is_first, context.out);
+            break;
+        default:
+            WriteAnswer(root, counted, context.out);
+    }
     return counted.Sum().damaged_stores == 0 ? ExitStatus::kYes : ExitStatus::kNo;
 }
 
+// An agent may remove all and make it anew between two rounds.
+ExitStatus Again(Context const& context) {
+    try {
+        return Once(context, false);
+    } catch (Stop const& stop) {
+        if (stop.status() != ExitStatus::kNoCache && stop.status() != ExitStatus::kBusy) throw;
+        Warn(stop.what());
+        return stop.status();
+    }
+}
+
 ExitStatus Run(Options const& options, Context const& context) {
-    ExitStatus status = Once(context);
+    if (options.watch != 0 && context.out.format() == Format::kJson) {
+        throw Stop(ExitStatus::kUsage, "--watch takes --format table, jsonl or csv: json is one document");
+    }
+    ExitStatus status = Once(context, true);
     if (options.watch == 0) return status;
     Pause const pause;
     std::chrono::milliseconds const time(static_cast<std::int64_t>(options.watch * 1000));
@@ -173,7 +190,7 @@ ExitStatus Run(Options const& options, Context const& context) {
         for (std::uint64_t round = 1; options.rounds == 0 || round < options.rounds; ++round) {
             if (!pause.Wait(time)) break;
             context.out.Line("");
-            status = Once(context);
+            status = Again(context);
         }
     } catch (ClosedPipe const&) {  // nobody watches any more
     }

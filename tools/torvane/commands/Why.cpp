@@ -72,6 +72,7 @@ Json AnswerOf(Options const& options, Explanation const& told) {
     json["current_md5"] = told.current_md5.empty() ? Json() : Json(told.current_md5);
     json["definitions_from"] = told.from_config ? "config" : "snapshot";
     json["fingerprint_rules"] = told.fingerprint_rules;
+    json["may_be_unstorable"] = told.may_be_unstorable;
     json["key"] = told.key.empty() ? Json() : Json(told.key);
     bool const lies_somewhere = told.place && told.search.outcome == IndexView::Outcome::kFound;
     json["index"] = lies_somewhere ? Json(told.place->IndexPath()) : Json();
@@ -120,6 +121,9 @@ void Print(Options const& options, Explanation const& told, Output& out) {
                  (told.from_config ? "" : " (of the newest cache, there are no definitions in config)"));
     }
     if (told.fingerprint_rules) out.Line("a match of one of its fingerprint rules is never stored");
+    if (told.may_be_unstorable) {
+        out.Line("an answer for the MD5 in upper or lower case, one of the two, cannot be stored: bucket 0");
+    }
     if (!told.key.empty()) out.Line("key: " + told.key);
     if (told.place && told.search.outcome == IndexView::Outcome::kFound) {
         out.Line("slot: " + std::to_string(told.search.number) + " at " +
