@@ -75,6 +75,8 @@ Look LookAtFile(std::string const& path, std::function<std::string()> const& rea
         look.soundness = changed ? Soundness::kBusy : Soundness::kDamaged;
         // Somebody has removed all of it: there is nothing that could be damaged.
         if (IsGone(DirectoryOf(path))) return look.soundness = Soundness::kBusy, look;
+        // Who writes all the time leaves no moment in which damage could be told.
+        if (waits == kMostWaits && IsRecent(file)) look.soundness = Soundness::kBusy;
         if (changes == kLooks || (!changed && !IsRecent(file)) || waits == kMostWaits) return look;
         WaitForWriter();
     }
@@ -174,6 +176,7 @@ StoreView::Look StoreView::LookAt(std::uint64_t number, Slot const& slot, Decode
         bool const changed = HasChanged();
         changes += changed ? 1 : 0;
         look.soundness = changed || IsLeftover() ? Soundness::kBusy : Soundness::kDamaged;
+        if (looks == kMostWaits && WasWrittenJustNow()) look.soundness = Soundness::kBusy;
         if (changes == kLooks || (!changed && !WasWrittenJustNow()) || looks == kMostWaits) return look;
         Wait();
         OpenAgain();
