@@ -420,6 +420,13 @@ TEST_F(VerifyOf, ASnapshotThatDoesNotDecode) {
     EXPECT_THAT(QuickDamage(), ElementsAre("snapshot-damaged"));
 }
 
+TEST_F(VerifyOf, AStoreWithADamagedArchiveAndAStampThatIsNoFileAreLeftOutOnceEach) {
+    Flip(Template() + "/KeywordFormatItem.arc", 30);
+    Remove("cache/Version.ini");
+    std::filesystem::create_directory(root_ / "cache/Version.ini");
+    EXPECT_THAT(Run({"repair", "--out", Out(), "--format", "json"}).Json()["items"], testing::SizeIs(2));
+}
+
 TEST_F(VerifyOf, ASnapshotOfOtherDefinitions) {
     Remove(Template() + "/KeywordFormatItem.arc");
     EXPECT_THAT(QuickDamage(), ElementsAre("snapshot-other"));
