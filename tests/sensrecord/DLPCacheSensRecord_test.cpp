@@ -67,6 +67,7 @@ TEST_F(SensRecordTest, LaterCountsReplaceTheEarlierOnes) {
 }
 
 TEST_F(SensRecordTest, KeyWithoutDataIsEmpty) {
+    NotSound();
     Update();
     Put("key", "");
     EXPECT_EQ(Find("key"), 1);

@@ -57,17 +57,18 @@ class KillStates : public CheckedRoot {
     }
 
     // Takes everything out of `directory`; then puts one of `names` back after the other, and looks.
-    void ExpectNoDamageWhileMaking(std::string const& directory, Names const& names, std::size_t complete) {
+    template <class IsUnfinished>
+    void ExpectNoDamageWhileMaking(std::string const& directory, Names const& names, IsUnfinished is_unfinished) {
         fs::path const kept = root_.Path() + "-kept";
         fs::rename(root_ / directory, kept);
         fs::create_directory(root_ / directory);
         for (std::size_t made = 0; made <= names.size(); ++made) {
             if (made > 0) fs::copy(kept / names[made - 1], root_ / (directory + "/" + names[made - 1]));
             if (made > 0 && names[made - 1] == "index") EmptyIndex(directory + "/index");
-            ExpectNoDamage(directory + " with " + std::to_string(made) + " files", made < complete);
+            ExpectNoDamage(directory + " with " + std::to_string(made) + " files", is_unfinished(made));
             if (made == names.size()) break;
             WriteBytes(root_ / (directory + "/" + names[made] + ".17-3.tmp"), "unfinis");
-            ExpectNoDamage(directory + " with " + std::to_string(made) + " files and a half", made < complete);
+            ExpectNoDamage(directory + " with " + std::to_string(made) + " files and a half", is_unfinished(made));
             Remove(directory + "/" + names[made] + ".17-3.tmp");
         }
         fs::remove_all(kept);
@@ -79,7 +80,9 @@ class KillStates : public CheckedRoot {
 TEST_F(KillStates, ARemovedTaskMayHaveLostAnythingButItsRecord) {
     ExpectNoDamageWithoutAnyOf(
         kTask, {"index", "cache", kTemplateFile, "KeywordFormatItem.arc", "text"}, [](Names const& gone) {
-            return Has(gone, "index") != Has(gone, "cache") || (Has(gone, kTemplateFile) && !Has(gone, "index"));
+            bool const has_snapshot = !Has(gone, kTemplateFile);
+            return Has(gone, "index") != Has(gone, "cache") || (!has_snapshot && !Has(gone, "index")) ||
+                   (has_snapshot && (Has(gone, "index") || Has(gone, "KeywordFormatItem.arc")));
         });
 }
 
@@ -109,29 +112,28 @@ TEST_F(KillStates, ARemovedTemplateCachesDirectoriesGoLast) {
 TEST_F(KillStates, RemovedCountsMayHaveLostAnythingOnceTheirIndexIsGone) {
     Remove(std::string(kCounters) + "/index");
     ExpectNoDamage("the index gone", true);
-    ExpectNoDamageWithoutAnyOf(kCounters, {"cache", "1700000000"},
-                               [](Names const& gone) { return !Has(gone, "cache") || Has(gone, "1700000000"); });
+    ExpectNoDamageWithoutAnyOf(kCounters, {"cache", "1700000000"}, [](Names const&) { return true; });
 }
 
 // ---- making
 
-TEST_F(KillStates, ATemplateCacheIsUnfinishedUntilItsTemplateFile) {
+TEST_F(KillStates, ATemplateCacheIsUnfinishedUntilItsIndex) {
     ExpectNoDamageWhileMaking(
         Template(), {"KeywordFormatItem.arc", "KeywordDataClass.arc", "KeywordDataLevel.arc", kTemplateFile, "index"},
-        4);
+        [](std::size_t made) { return made < 5; });
 }
 
-TEST_F(KillStates, ATaskIsUnfinishedUntilItsRecord) {
+TEST_F(KillStates, ATaskIsUnfinishedUntilItsRecordAndBetweenItsDefinitionsAndItsIndex) {
     ExpectNoDamageWhileMaking(kTask,
                               {"ScanTask.arc", "KeywordFormatItem.arc", "KeywordDataClass.arc", "KeywordDataLevel.arc",
                                kTemplateFile, "index"},
-                              1);
+                              [](std::size_t made) { return made < 1 || made == 5; });
 }
 
-TEST_F(KillStates, CountsAreUnfinishedUntilTheirMarker) {
-    ExpectNoDamageWhileMaking(kCounters, {"1700000000"}, 1);
+TEST_F(KillStates, CountsAreUnfinishedUntilTheirIndex) {
+    ExpectNoDamageWhileMaking(kCounters, {"1700000000"}, [](std::size_t) { return true; });
     WriteBytes(root_ / (std::string(kCounters) + "/index.tmp"), "DLPTpl");
-    ExpectNoDamage("half an index", false);
+    ExpectNoDamage("half an index", true);
 }
 
 TEST_F(KillStates, ARecordWithoutASlotIsWaste) {
@@ -194,7 +196,9 @@ TEST_F(KilledWipe, WithTheStampGoneFirstAndTheRestInAnotherOrder) {
 TEST_F(KilledWipe, WithTheStampOfAnotherLayoutStillThere) {
     WriteBytes(root_ / "cache/Version.ini", "[DLP]\ncache=3\n");
     Remove(Template() + "/cache");
-    EXPECT_EQ(Run({"verify"}).status, 6);
+    ToolResult const result = Run({"verify"});
+    EXPECT_EQ(result.status, 6);
+    EXPECT_THAT(result.err, testing::HasSubstr("wipes"));
 }
 
 TEST_F(KilledWipe, DoesNotMakeTheAgentsOwnDamageUnfinished) {

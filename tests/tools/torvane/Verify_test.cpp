@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "host/policy/QVKConfigKeywordTemplateVT.h"
+#include "host/policy/QVKPolicySensitiveFileAuditVT.h"
 #include "tests/support/SoundRoot.h"
 #include "tests/tools/torvane/CheckFixture.h"
 #include "tools/torvane/check/TextCheck.h"
@@ -20,6 +22,8 @@ class VerifyOf : public CheckedRoot {
   protected:
     [[nodiscard]] std::string Index() const { return Template() + "/index"; }
     [[nodiscard]] std::string Data() const { return Template() + "/cache"; }
+    [[nodiscard]] std::string Out() const { return root_.Path() + "-out"; }
+    ~VerifyOf() override { std::filesystem::remove_all(Out()); }
 
     [[nodiscard]] std::uint64_t Next(std::uint64_t number) const {
         return (static_cast<std::uint64_t>(SlotAt(Index(), number).next) - kHead) / 57 + 1;
@@ -157,6 +161,12 @@ TEST_F(VerifyOf, ANumberWithALink) {
     EXPECT_THAT(QuickDamage(), ElementsAre("slot-number-link"));
 }
 
+TEST_F(VerifyOf, ATaskIndexThatSaysItHasBuckets) {
+    Put(std::string(kTask) + "/index", 23, std::string("\2\0\0\0", 4));
+    PutSlot(std::string(kTask) + "/index", 1, torvane::Slot());
+    EXPECT_THAT(QuickDamage(), ElementsAre("index-head", "slot-unused"));
+}
+
 // ---- links
 
 TEST_F(VerifyOf, ALinkOutOfTheFile) {
@@ -269,6 +279,34 @@ TEST_F(VerifyOf, ARecordThatHasLostOnlyItsOffset) {
     EXPECT_THAT(QuickDamage(), ElementsAre("record-place"));
 }
 
+// Each count has a record: the library would count the file no further.
+TEST_F(VerifyOf, CountsWithoutARecord) {
+    std::string const index = std::string(kCounters) + "/index";
+    std::uint64_t const number = FindSlot(index, [](auto, auto const& slot) { return slot.length > 0; });
+    torvane::Slot slot = SlotAt(index, number);
+    slot.offset = -1;
+    slot.length = 0;
+    PutSlot(index, number, slot);
+    EXPECT_THAT(QuickDamage(), ElementsAre("record-place"));
+    ASSERT_EQ(Run({"repair", "--out", Out()}).status, 0);
+    EXPECT_EQ(tool_.Run({"verify", "--root", Out()}).status, 0);
+}
+
+TEST_F(VerifyOf, ANumberThatARepairHasEmptiedIsToldAndMayBeCompacted) {
+    Put(std::string(kTask) + "/cache", 0, "\1");
+    ASSERT_EQ(Run({"repair", "--out", Out()}).status, 0);
+    ToolResult const result = tool_.Run({"verify", "--root", Out(), "--format", "json"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.out, HasSubstr("number-empty"));
+    EXPECT_EQ(tool_.Run({"compact", "--root", Out(), "--out", root_.Path() + "-small"}).status, 0);
+    std::filesystem::remove_all(root_.Path() + "-small");
+}
+
+TEST_F(VerifyOf, NegativeCounts) {
+    Put(std::string(kCounters) + "/cache", 7, "\xff");
+    EXPECT_THAT(Damage(), ElementsAre("record-damaged"));
+}
+
 TEST_F(VerifyOf, ARecordBehindTheDataFilesEnd) {
     CutTo(Data(), ReadBytes(root_ / Data()).size() - 1);
     EXPECT_THAT(QuickDamage(), ElementsAre("record-outside"));
@@ -306,9 +344,87 @@ TEST_F(VerifyOf, CountsThatDoNotDecode) {
 
 // ---- beside the stores
 
+TEST_F(VerifyOf, ATaskWithoutSomeOfItsDefinitions) {
+    for (char const* const name : {"KeywordFormatItem.arc", "KeywordDataClass.arc", "KeywordDataLevel.arc"}) {
+        std::string const file = std::string(kTask) + "/" + name;
+        std::string const bytes = ReadBytes(root_ / file);
+        Remove(file);
+        auto const item = Items(root_.Path())[0];
+        EXPECT_EQ(item["kind"], "unfinished");
+        EXPECT_EQ(item["file"], file);
+        EXPECT_NE(item["lost"], "");
+        WriteBytes(root_ / file, bytes);
+    }
+}
+
+TEST_F(VerifyOf, ATaskWithoutItsTemplatesSaysWhatIsLost) {
+    Remove(std::string(kTask) + "/KeywordTemplate.arc");
+    EXPECT_NE(Items(root_.Path())[0]["lost"], "");
+    EXPECT_EQ(Run({"compact", "--out", Out()}).status, 0);  // the copy answers as it does
+}
+
+TEST_F(VerifyOf, AStoreOfWhichOnlyTheDefinitionsOrTheMarkerAreLeft) {
+    for (std::string const& store : {Template(), std::string(kTask), std::string(kCounters)}) {
+        Remove(store + "/index");
+        Remove(store + "/cache");
+        std::vector<std::string> files;
+        for (auto const& item : Items(root_.Path())) {
+            if (item["kind"] == "unfinished" && item["lost"] != "") files.push_back(item["file"]);
+        }
+        EXPECT_THAT(files, Contains(store + "/index"));
+    }
+    EXPECT_THAT(Damage(), IsEmpty());
+}
+
+TEST_F(VerifyOf, FindingsOfTemplatesThatTheSnapshotDoesNotHave) {
+    EXPECT_THAT(Waste(), testing::Not(Contains("template-unknown")));
+    NotSound();
+    ASSERT_EQ(QVKConfigKeywordTemplateVT().to_file(HString(root_ / (std::string(kTask) + "/KeywordTemplate.arc"))), 0);
+    EXPECT_THAT(Waste(), Contains("template-unknown"));
+    EXPECT_THAT(Run({"verify"}).out, HasSubstr("not in it: 3"));
+}
+
+TEST_F(VerifyOf, AMarkerIsATimeStampAsTheLibraryWritesIt) {
+    for (std::string const name : {"00", "-0", "01", "999999999999999999999999999999"}) {
+        WriteBytes(root_ / (std::string(kCounters) + "/" + name), "");
+        EXPECT_THAT(QuickDamage(), ElementsAre("stray")) << name;
+        std::filesystem::rename(root_ / (std::string(kCounters) + "/1700000000"), root_ / "kept");
+        EXPECT_THAT(QuickDamage(), ElementsAre("marker-missing", "stray")) << name;
+        std::filesystem::rename(root_ / "kept", root_ / (std::string(kCounters) + "/1700000000"));
+        Remove(std::string(kCounters) + "/" + name);
+    }
+}
+
+TEST_F(VerifyOf, OfSeveralMarkersTheOneOfTheAgentsPolicy) {
+    WriteBytes(root_ / (std::string(kCounters) + "/999"), "");
+    ASSERT_EQ(Run({"repair", "--out", Out()}).status, 0);
+    EXPECT_TRUE(Exists(Out() + "/" + kCounters + "/999"));
+    EXPECT_TRUE(Exists(Out() + "/" + kCounters + "/1700000000"));
+    EXPECT_EQ(tool_.Run({"verify", "--root", Out()}).status, 0);
+    std::filesystem::remove_all(Out());
+
+    QVKPolicySensitiveFileAuditVT policies;
+    policies.nodes.push_back(policy_);
+    std::filesystem::create_directories(root_ / "config");
+    ASSERT_EQ(policies.to_file(HString(root_ / "config/PolicySensitiveFileAudit.arc")), 0);
+    auto const item = Run({"verify", "--format", "json"}).Json()["items"][0];
+    EXPECT_EQ(item["kind"], "stray");
+    EXPECT_EQ(item["file"], std::string(kCounters) + "/999");
+    ASSERT_EQ(Run({"repair", "--out", Out()}).status, 0);
+    EXPECT_FALSE(Exists(Out() + "/" + kCounters + "/999"));
+    EXPECT_TRUE(Exists(Out() + "/" + kCounters + "/1700000000"));
+}
+
 TEST_F(VerifyOf, ASnapshotThatDoesNotDecode) {
     Flip(Template() + "/KeywordFormatItem.arc", 30);
     EXPECT_THAT(QuickDamage(), ElementsAre("snapshot-damaged"));
+}
+
+TEST_F(VerifyOf, AStoreWithADamagedArchiveAndAStampThatIsNoFileAreLeftOutOnceEach) {
+    Flip(Template() + "/KeywordFormatItem.arc", 30);
+    Remove("cache/Version.ini");
+    std::filesystem::create_directory(root_ / "cache/Version.ini");
+    EXPECT_THAT(Run({"repair", "--out", Out(), "--format", "json"}).Json()["items"], testing::SizeIs(2));
 }
 
 TEST_F(VerifyOf, ASnapshotOfOtherDefinitions) {
@@ -346,6 +462,42 @@ TEST_F(VerifyOf, CountsWithoutAPolicyVersion) {
 TEST_F(VerifyOf, AStampThatTellsNoLayout) {
     WriteBytes(root_ / "cache/Version.ini", "[DLP]\nmajor=3\n");
     EXPECT_THAT(QuickDamage(), ElementsAre("stamp-damaged"));
+}
+
+// As the library reads it.
+TEST_F(VerifyOf, AStampIsReadAsANumber) {
+    WriteBytes(root_ / "cache/Version.ini", "[DLP]\ncache=04\n");
+    EXPECT_THAT(QuickDamage(), IsEmpty());
+    for (char const* const layout : {"x4", "+4", "", "4x"}) {
+        WriteBytes(root_ / "cache/Version.ini", std::string("[DLP]\ncache=") + layout + "\n");
+        EXPECT_THAT(QuickDamage(), ElementsAre("stamp-damaged")) << layout;
+        ASSERT_EQ(Run({"repair", "--out", Out()}).status, 0);
+        EXPECT_EQ(tool_.Run({"verify", "--root", Out()}).status, 0);
+        std::filesystem::remove_all(Out());
+    }
+}
+
+// The library leaves the cache as it is then.
+TEST_F(VerifyOf, AStampThatCannotBeReadLosesNothing) {
+    NotSound();
+    std::string const stamp = root_ / "cache/Version.ini";
+    auto const expect = [&](char const* what) {
+        auto const items = Run({"verify", "--quick", "--format", "json"}).Json()["items"];
+        EXPECT_EQ(items[0]["kind"], "stamp-damaged") << what;
+        EXPECT_EQ(items[0]["lost"], "nothing") << what;
+        EXPECT_THAT(QuickDamage(), ElementsAre("stamp-damaged")) << what;
+        EXPECT_THAT(Run({"verify", "--quick"}).out, HasSubstr("1 place damaged")) << what;
+        std::filesystem::remove_all(stamp);
+    };
+    std::filesystem::rename(stamp, root_ / "stamp");
+    std::filesystem::create_symlink("../stamp", stamp);
+    expect("link");
+    std::filesystem::create_directory(stamp);
+    expect("directory");
+    ASSERT_EQ(::mkfifo(stamp.c_str(), 0600), 0);
+    expect("FIFO");
+    WriteBytes(stamp, "[DLP]\ncache=4\n" + std::string(1U << 20U, ' '));
+    expect("too long");
 }
 
 TEST_F(VerifyOf, AgentsDefinitionsThatDoNotDecode) {
@@ -440,6 +592,41 @@ TEST(CheckTextFile, ReadsLittleOfALargeFileThatIsNoArchive) {
     EXPECT_EQ(list.Count(torvane::Severity::kDamage), 2U);
 }
 
+TEST(FindingList, KeepsTheFirstOfEachSeverity) {
+    torvane::FindingList place;
+    torvane::Reporter const report(place, "file");
+    for (std::size_t i = 0; i < torvane::FindingList::kKept + 5; ++i)
+        report.Waste("dead-bytes", {}, "waste", 1);
+    report.Damage("stray", {}, "damage", "nothing");
+    torvane::FindingList list;
+    list.Append(std::move(place));
+    ASSERT_EQ(list.kept().size(), torvane::FindingList::kKept + 1);
+    EXPECT_EQ(list.kept().back().severity, torvane::Severity::kDamage);
+    EXPECT_EQ(list.dropped(), 5U);
+}
+
+TEST(FindingList, TellsAsUnfinishedAlsoWhatItDoesNotKeep) {
+    torvane::FindingList list;
+    list.TellAsUnfinished([](torvane::Finding const& finding) { return finding.kind == std::string("stray"); });
+    torvane::FindingList place = list.Another();
+    for (std::size_t i = 0; i < torvane::FindingList::kKept + 5; ++i)
+        torvane::Reporter(place, "file").Damage("stray", {}, "damage", "nothing");
+    list.Append(std::move(place));
+    EXPECT_EQ(list.Count(torvane::Severity::kDamage), 0U);
+    EXPECT_EQ(list.Count(torvane::Severity::kWaste), torvane::FindingList::kKept + 5);
+}
+
+// A time still to come is that of a clock that was set back since.
+TEST(IsJustWritten, IsNotSoOfATimeStillToCome) {
+    struct timespec const now{1700000000, 0};
+    struct timespec written = now;
+    EXPECT_TRUE(torvane::IsJustWritten(written, now));
+    written.tv_sec += 60;
+    EXPECT_FALSE(torvane::IsJustWritten(written, now));
+    written.tv_sec -= 120;
+    EXPECT_FALSE(torvane::IsJustWritten(written, now));
+}
+
 // ---- waste
 
 TEST_F(VerifyOf, WhatMayHaveBeenRemovedOnPurposeSaysWhatElseIsLost) {
@@ -478,6 +665,10 @@ TEST_F(VerifyOf, ACacheThatIsHalfRemovedIsUnfinished) {
     Remove(Template() + "/KeywordTemplate.arc");
     EXPECT_THAT(Damage(), IsEmpty());
     EXPECT_THAT(Waste(), ElementsAre("repeated-slots", "unfinished"));
+    auto const item = Items(root_.Path())[0];
+    EXPECT_THAT(std::string(item["lost"]), HasSubstr("every answer"));
+    EXPECT_EQ(item["wasted_bytes"], ReadBytes(root_ / Index()).size() + ReadBytes(root_ / Data()).size());
+    EXPECT_EQ(Run({"compact", "--out", Out()}).status, 1);
 }
 
 // ---- beside the agent
@@ -493,6 +684,45 @@ TEST_F(VerifyOf, ARootLeavesItAsItWas) {
 
 TEST_F(VerifyOf, NothingIsNoCache) {
     EXPECT_EQ(tool_.Run({"verify", "--root", root_ / "nothing"}).status, 4);
+}
+
+// Open to others but for `closed`, which has this mode; what a verify says to somebody else.
+class VerifyBySomebodyElse : public VerifyOf {
+  protected:
+    std::optional<ToolResult> Look(std::string const& closed, std::filesystem::perms mode) {
+        using std::filesystem::perms;
+        std::filesystem::permissions(root_.Path(), perms(0755));
+        for (auto const& entry : std::filesystem::recursive_directory_iterator(root_.Path()))
+            std::filesystem::permissions(entry.path(), entry.is_directory() ? perms(0755) : perms(0644));
+        std::filesystem::permissions(root_ / closed, mode);
+        auto result = tool_.RunUnprivileged({"verify", "--format", "json", "--root", root_.Path()});
+        std::filesystem::permissions(root_ / closed, perms(0755));
+        return result;
+    }
+    void ExpectUnreadable(std::string const& closed, unsigned mode, std::uint64_t stores) {
+        auto const result = Look(closed, std::filesystem::perms(mode));
+        if (!result) GTEST_SKIP() << "cannot become another user";
+        EXPECT_EQ(result->status, 3) << closed << result->out << result->err;
+        ASSERT_TRUE(FollowsSchema(result->out, "json")) << closed << result->out;
+        EXPECT_EQ(result->Json()["damage"], 0);
+        EXPECT_EQ(result->Json()["unreadable"], 1) << closed << result->out;
+        EXPECT_EQ(result->Json()["stores"], stores) << closed;
+    }
+};
+
+TEST_F(VerifyBySomebodyElse, ADirectoryThatMayNotBeListedLeavesTheOtherStores) {
+    ExpectUnreadable("cache/template", 0, 2);
+    ExpectUnreadable("cache/template/T1", 0, 2);
+    ExpectUnreadable("cache/task", 0, 2);
+    ExpectUnreadable("cache/sensrecord/1", 0, 2);
+    ExpectUnreadable(kCounters, 0, 2);
+}
+
+TEST_F(VerifyBySomebodyElse, ADirectoryThatMayBeListedButNotSearched) {
+    ExpectUnreadable("cache/template/T1", 0400, 2);
+    ExpectUnreadable("cache/task", 0400, 2);
+    WriteBytes(root_ / (std::string(kTask) + "/text/first.arc"), "damaged");
+    ExpectUnreadable(std::string(kTask) + "/text", 0400, 3);
 }
 
 TEST_F(VerifyOf, AFileThatCannotBeReadIsNoDamage) {

@@ -6,22 +6,25 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
+#include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <tuple>
 
 #include "host/base/HIniFileHelper.h"
 #include "host/base/HString.h"
+#include "host/policy/KwArchivePath.h"
 #include "host/policy/KwIdName.h"
+#include "host/policy/QVKPolicySensitiveFileAuditVT.h"
 #include "tools/torvane/ExitStatus.h"
 
 namespace torvane {
 
 namespace {
 
-constexpr char kLayout[] = "4";
+constexpr int kLayout = 4;
 constexpr char kArchiveEnding[] = ".arc";
 
 [[noreturn]] void CannotRead(std::string const& path, int error) {
@@ -44,9 +47,9 @@ bool IdOf(std::string const& name, std::string& id) {
 }
 
 bool IsTimeStamp(std::string const& name) {
-    std::size_t const sign = name[0] == '-' ? 1 : 0;
-    return name.size() > sign && std::all_of(name.begin() + static_cast<std::ptrdiff_t>(sign), name.end(),
-                                             [](unsigned char c) { return std::isdigit(c) != 0; });
+    std::int64_t time = 0;
+    auto const [stop, error] = std::from_chars(name.data(), name.data() + name.size(), time);
+    return error == std::errc() && std::to_string(time) == name;
 }
 
 using Wanted = CacheRoot::Wanted;
@@ -96,12 +99,13 @@ std::vector<StorePlace> TemplatePlaces(std::string const& directory, Wanted cons
     return places;
 }
 
-std::vector<StorePlace> CounterPlaces(std::string const& directory, Wanted const& wanted) {
+std::vector<StorePlace> CounterPlaces(std::string const& root, Wanted const& wanted) {
+    std::string const directory = root + "/cache/sensrecord";
     if (!Enter(directory, wanted)) return {};
     std::vector<StorePlace> places;
     for (StorePlace& place : PlacesIn(StoreKind::kCounter, directory + "/1", wanted)) {
         Try(wanted, [&] {
-            place.version = VersionOfCounts(place.directory);
+            place.version = VersionOfCounts(root, place);
             places.push_back(std::move(place));
         });
     }
@@ -140,14 +144,21 @@ CacheRoot::CacheRoot(std::string const& root) : root_(root) {
 
     HIniFileHelper ini;
     std::string const path = CachePath() + "/Version.ini";
-    int const error = ini.setFile(HString(path));
-    if (error == EACCES || error == EPERM || error == EIO) CannotRead(path, error);
+    stamp_error_ = ini.setFile(HString(path));
+    if (stamp_error_ == EACCES || stamp_error_ == EPERM || stamp_error_ == EIO) CannotRead(path, stamp_error_);
     HIniFileHelper::Entries entries;
     (void)ini.read_section("DLP", entries);
     stamp_.insert(entries.begin(), entries.end());  // of a key given twice the first counts
-    auto const layout = stamp_.find("cache");
-    if (layout == stamp_.end() || layout->second == kLayout) return;
-    throw Stop(ExitStatus::kUnknownFormat, path + ": cache layout " + layout->second + ", known is " + kLayout);
+    int layout = 0;
+    has_layout_ = ini.read_int("DLP", "cache", layout) == 0;
+    if (!has_layout_ || layout == kLayout) return;
+    throw Stop(ExitStatus::kUnknownFormat, path + ": cache layout " + std::to_string(layout) + ", known is " +
+                                               std::to_string(kLayout) +
+                                               "; the library of this version wipes this cache at its next start");
+}
+
+bool CacheRoot::WillBeWiped() const {
+    return !has_layout_ && (stamp_error_ == 0 || stamp_error_ == ENOENT);
 }
 
 std::vector<StorePlace> CacheRoot::Stores(StoreKind kind, Wanted const& wanted) const {
@@ -160,7 +171,7 @@ std::vector<StorePlace> CacheRoot::Stores(StoreKind kind, Wanted const& wanted) 
             places = PlacesIn(kind, CachePath() + "/task", wanted);
             break;
         case StoreKind::kCounter:
-            places = CounterPlaces(CachePath() + "/sensrecord", wanted);
+            places = CounterPlaces(root_, wanted);
             break;
     }
     std::sort(places.begin(), places.end(), [](StorePlace const& a, StorePlace const& b) {
@@ -187,10 +198,28 @@ std::vector<std::string> CacheRoot::TextsOf(StorePlace const& task) const {
     return names;
 }
 
-std::string VersionOfCounts(std::string const& directory) {
-    std::vector<std::string> const names = NamesIn(directory);
-    auto const last = std::find_if(names.rbegin(), names.rend(), IsTimeStamp);
-    return last == names.rend() ? std::string() : *last;
+std::vector<std::string> MarkersIn(std::string const& directory) {
+    std::vector<std::string> names = NamesIn(directory);
+    std::erase_if(names, [](std::string const& name) { return !IsTimeStamp(name); });
+    return names;
+}
+
+std::vector<std::string> VersionsOfCounts(std::string const& root, StorePlace const& counts) {
+    std::vector<std::string> markers = MarkersIn(counts.directory);
+    if (markers.size() < 2) return markers;
+    QVKPolicySensitiveFileAuditVT policies;
+    (void)policies.from_file(HString(root + "/config/" + Varnok::kAuditPolicyArchive));
+    for (auto const& policy : policies.nodes) {
+        std::string const version = std::to_string(policy.header().time_stamp);
+        if (policy.header().id.get_str() == counts.id && std::binary_search(markers.begin(), markers.end(), version))
+            return {version};
+    }
+    return markers;
+}
+
+std::string VersionOfCounts(std::string const& root, StorePlace const& counts) {
+    std::vector<std::string> const versions = VersionsOfCounts(root, counts);
+    return versions.empty() ? std::string() : versions.back();
 }
 
 bool IsGone(std::string const& path) {

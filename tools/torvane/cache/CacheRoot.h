@@ -28,8 +28,8 @@ struct StorePlace {
 class CacheRoot {
   public:
     // Throws Stop: kNoCache when there is no directory "cache" below `root` (or no `root`), kIo when it cannot be read,
-    // kUnknownFormat when its stamp names another layout. A missing stamp is the library's to judge: it is told by
-    // stamp() being empty.
+    // kUnknownFormat when its stamp names another layout. A stamp that is missing or names none is the library's to
+    // judge.
     explicit CacheRoot(std::string const& root);
 
     [[nodiscard]] std::string const& root() const { return root_; }
@@ -38,11 +38,18 @@ class CacheRoot {
     [[nodiscard]] std::string LogPath() const { return root_ + "/log/DLPCache.log"; }
     // The entries of Version.ini's section.
     [[nodiscard]] std::map<std::string, std::string> const& stamp() const { return stamp_; }
+    // Why the stamp could not be read, an errno (ENOENT: it is missing); 0: it could.
+    [[nodiscard]] int stamp_error() const { return stamp_error_; }
+    // Whether the stamp names the layout, as the library reads it. Without a name in a stamp that is missing or can be
+    // read it wipes the cache at its next start; a stamp that it cannot read changes nothing.
+    [[nodiscard]] bool HasLayout() const { return has_layout_; }
+    [[nodiscard]] bool WillBeWiped() const;
 
     // In the order of kind, id, version. A directory counts although files are missing in it.
     [[nodiscard]] std::vector<StorePlace> Stores() const;
     struct Wanted {
-        // Told what below the kind's own directory cannot be read; without it that is thrown.
+        // Told what below the kind's own directory cannot be read; without it that is thrown, as is always a failure
+        // of that directory.
         std::function<void(Stop const&)> unreadable;
         // Told what stands in the place of a directory and is none.
         std::function<void(std::string const& path)> foreign;
@@ -56,11 +63,17 @@ class CacheRoot {
   private:
     std::string root_;
     std::map<std::string, std::string> stamp_;
+    int stamp_error_ = 0;
+    bool has_layout_ = false;
 };
 
-// The policy version that a directory of found-times is of: the name of its marker, the last one of several; empty
-// without one. Throws Stop(kIo).
-[[nodiscard]] std::string VersionOfCounts(std::string const& directory);
+// The names of markers in a directory of found-times, sorted: time stamps as the library writes them. Throws Stop(kIo).
+[[nodiscard]] std::vector<std::string> MarkersIn(std::string const& directory);
+// Those of them that may name the policy's version: of several the one that the agent's policies under `root` name;
+// all when they name none of them. Throws Stop(kIo).
+[[nodiscard]] std::vector<std::string> VersionsOfCounts(std::string const& root, StorePlace const& counts);
+// The last of these; empty without one.
+[[nodiscard]] std::string VersionOfCounts(std::string const& root, StorePlace const& counts);
 
 // Whether nothing stands at the path: what was listed there has been removed since.
 [[nodiscard]] bool IsGone(std::string const& path);

@@ -22,13 +22,18 @@ bool IsSameTime(struct timespec const& a, struct timespec const& b) {
 
 }  // namespace
 
+bool IsJustWritten(struct timespec const& written, struct timespec const& now) {
+    std::int64_t const age = NanosecondsBetween(written, now);
+    return age >= 0 && age < kClockStep;
+}
+
 ChangeWatch::Seen ChangeWatch::LookAt(std::string const& path) {
     Seen seen;
     seen.path = path;
     struct timespec now {};
     (void)::clock_gettime(CLOCK_REALTIME, &now);
     seen.exists = ::lstat(path.c_str(), &seen.status) == 0;
-    seen.just_written = seen.exists && NanosecondsBetween(seen.status.st_ctim, now) < kClockStep;
+    seen.just_written = seen.exists && IsJustWritten(seen.status.st_ctim, now);
     return seen;
 }
 
@@ -54,7 +59,8 @@ bool ChangeWatch::MayHaveChanged() const {
 bool ChangeWatch::IsFresh() const {
     std::time_t const now = std::time(nullptr);
     return std::any_of(seen_.begin(), seen_.end(), [now](Seen const& seen) {
-        return seen.exists && seen.status.st_ctim.tv_sec + kFreshSeconds >= now;
+        std::time_t const written = seen.status.st_ctim.tv_sec;
+        return seen.exists && written + kFreshSeconds >= now && written <= now + kFreshSeconds;
     });
 }
 

@@ -7,6 +7,10 @@
 
 namespace torvane {
 
+// Whether a further write by `now` may leave the same time stamp: kernels advance their clock for them in steps. Not so
+// of a time still to come, which tells that the clock was set back since.
+[[nodiscard]] bool IsJustWritten(struct timespec const& written, struct timespec const& now);
+
 // Remembers how files and directories were before they were read, to tell afterwards whether what was read may be of
 // two states. One object, one thread.
 class ChangeWatch {

@@ -1,9 +1,9 @@
 #include "tools/torvane/check/DirectoryCheck.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
+#include <cstring>
 #include <utility>
 
 #include "tools/torvane/cache/CacheRoot.h"
@@ -60,10 +60,9 @@ bool DirectoryCheck::Expect(std::string const& name, bool is_directory) {
     if (!Has(name)) return false;
     expected_.insert(name);
     struct stat status {};
-    std::string const path = root_ + "/" + Below(name);
-    if (::lstat(path.c_str(), &status) != 0) return false;
+    if (!LookAtEntry(root_, Below(name), status, list_)) return false;
     if (is_directory ? S_ISDIR(status.st_mode) : S_ISREG(status.st_mode)) return true;
-    watch_.Add(path);
+    watch_.Add(root_ + "/" + Below(name));
     Reporter(list_, Below(name))
         .Damage("foreign", {},
                 is_directory ? "something that is no directory stands here"
@@ -78,9 +77,16 @@ void DirectoryCheck::TellRest() {
     }
 }
 
+bool LookAtEntry(std::string const& root, std::string const& name, struct stat& status, FindingList& list) {
+    if (::lstat((root + "/" + name).c_str(), &status) == 0) return true;
+    int const error = errno;
+    if (error != ENOENT && error != ENOTDIR) Reporter(list, name).Unreadable(std::strerror(error));
+    return false;
+}
+
 void TellUnexpectedEntry(std::string const& root, std::string const& name, FindingList& list) {
     struct stat status {};
-    if (::lstat((root + "/" + name).c_str(), &status) != 0) return;
+    if (!LookAtEntry(root, name, status, list)) return;
     Reporter const report(list, name);
     if (S_ISREG(status.st_mode) && IsTemporaryName(name.substr(name.rfind('/') + 1))) {
         report.Waste("temporary", {}, "a temporary file was left behind", static_cast<std::uint64_t>(status.st_size));

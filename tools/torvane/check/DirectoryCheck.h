@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -41,6 +43,10 @@ class DirectoryCheck {
     std::vector<std::string> names_;
     std::unordered_set<std::string> expected_;
 };
+
+// Looks at an entry; `name`: below `root`. False when there is none, and when it cannot be looked at, which is told.
+[[nodiscard]] bool LookAtEntry(std::string const& root, std::string const& name, struct stat& status,
+                               FindingList& list);
 
 // One entry that does not belong where it is; `name`: below `root`.
 void TellUnexpectedEntry(std::string const& root, std::string const& name, FindingList& list);

@@ -18,10 +18,28 @@ char const* NameOf(Severity severity) {
     return "busy";
 }
 
+FindingList FindingList::Another() const {
+    FindingList list;
+    list.is_unfinished_ = is_unfinished_;
+    return list;
+}
+
 void FindingList::Add(Finding finding) {
+    if (finding.severity == Severity::kDamage && is_unfinished_ != nullptr && is_unfinished_(finding)) {
+        finding.severity = Severity::kWaste;
+        finding.kind = "unfinished";
+        finding.lost.clear();
+    }
     ++counts_[static_cast<std::size_t>(finding.severity)];
     wasted_ += finding.wasted;
-    if (kept_.size() < kKept) {
+    losses_ += finding.severity == Severity::kWaste && !finding.lost.empty() && !finding.is_final ? 1U : 0U;
+    Keep(std::move(finding));
+}
+
+void FindingList::Keep(Finding&& finding) {
+    std::size_t& kept = kept_counts_[static_cast<std::size_t>(finding.severity)];
+    if (kept < kKept) {
+        ++kept;
         kept_.push_back(std::move(finding));
     } else {
         ++dropped_;
@@ -33,24 +51,9 @@ void FindingList::Append(FindingList&& other) {
         counts_[i] += other.counts_[i];
     wasted_ += other.wasted_;
     dropped_ += other.dropped_;
-    for (Finding& finding : other.kept_) {
-        if (kept_.size() < kKept) {
-            kept_.push_back(std::move(finding));
-        } else {
-            ++dropped_;
-        }
-    }
-}
-
-void FindingList::TellAsUnfinished(bool (*is_meant)(Finding const&)) {
-    for (Finding& finding : kept_) {
-        if (finding.severity != Severity::kDamage || !is_meant(finding)) continue;
-        --counts_[static_cast<std::size_t>(Severity::kDamage)];
-        ++counts_[static_cast<std::size_t>(Severity::kWaste)];
-        finding.severity = Severity::kWaste;
-        finding.kind = "unfinished";
-        finding.lost.clear();
-    }
+    losses_ += other.losses_;
+    for (Finding& finding : other.kept_)
+        Keep(std::move(finding));
 }
 
 void Reporter::Damage(char const* kind, Place place, std::string what, std::string lost) const {
@@ -59,6 +62,10 @@ void Reporter::Damage(char const* kind, Place place, std::string what, std::stri
 
 void Reporter::Waste(char const* kind, Place place, std::string what, std::uint64_t wasted, std::string lost) const {
     list_.Add({Severity::kWaste, kind, file_, place.slot, place.offset, std::move(what), std::move(lost), wasted});
+}
+
+void Reporter::Gap(char const* kind, Place place, std::string what, std::string lost) const {
+    list_.Add({Severity::kWaste, kind, file_, place.slot, place.offset, std::move(what), std::move(lost), 0, true});
 }
 
 void Reporter::Unreadable(std::string what) const {

@@ -29,28 +29,39 @@ struct Finding {
     std::string what;                    // for people
     std::string lost;                    // what the library cannot answer any more because of it; empty: nothing
     std::uint64_t wasted = 0;            // bytes
+    bool is_final = false;               // of waste: what is lost is gone, and a copy of the rest answers no worse
 };
 
-// What has been found in one place. Keeps the first 10,000 findings and counts all. One object, one thread.
+// What has been found in one place. Keeps the first 10,000 findings of each severity and counts all. One object, one
+// thread.
 class FindingList {
   public:
-    static constexpr std::size_t kKept = 10000;
+    static constexpr std::size_t kKept = 10000;  // of each severity
 
     void Add(Finding finding);
     void Append(FindingList&& other);
-    // Makes damage for which `is_meant` holds something unfinished.
-    void TellAsUnfinished(bool (*is_meant)(Finding const&));
+    // Damage that is added from now on is something unfinished when `is_meant` holds for it.
+    void TellAsUnfinished(bool (*is_meant)(Finding const&)) { is_unfinished_ = is_meant; }
+    // An empty list that tells the same as unfinished.
+    [[nodiscard]] FindingList Another() const;
 
     [[nodiscard]] std::uint64_t Count(Severity severity) const { return counts_[static_cast<std::size_t>(severity)]; }
     [[nodiscard]] std::uint64_t wasted() const { return wasted_; }
     [[nodiscard]] std::uint64_t dropped() const { return dropped_; }  // counted but not kept
+    // Waste that may be a loss which is not final.
+    [[nodiscard]] std::uint64_t losses() const { return losses_; }
     [[nodiscard]] std::vector<Finding> const& kept() const { return kept_; }
 
   private:
+    void Keep(Finding&& finding);
+
+    bool (*is_unfinished_)(Finding const&) = nullptr;
     std::vector<Finding> kept_;
+    std::array<std::size_t, kSeverities> kept_counts_{};
     std::array<std::uint64_t, kSeverities> counts_{};
     std::uint64_t wasted_ = 0;
     std::uint64_t dropped_ = 0;
+    std::uint64_t losses_ = 0;
 };
 
 // Adds findings about one file to a list.
@@ -66,6 +77,8 @@ class Reporter {
     void Damage(char const* kind, Place place, std::string what, std::string lost) const;
     // `lost`: when it may be something else than a process that was killed that has left it so.
     void Waste(char const* kind, Place place, std::string what, std::uint64_t wasted, std::string lost = "") const;
+    // Waste of no bytes: something is gone, and what is left answers without it.
+    void Gap(char const* kind, Place place, std::string what, std::string lost) const;
     void Unreadable(std::string what) const;
     [[nodiscard]] std::string const& file() const { return file_; }
 

@@ -11,15 +11,29 @@ namespace {
 
 constexpr char kWhole[] = "every entry of this store";
 
+void CheckLastSlot(IndexView const& index, IndexShape const& shape, Reporter const& report) {
+    if (index.odd_bytes() == 0) return;
+    report.Damage("index-slot-cut", {shape.slots + 1, static_cast<std::int64_t>(IndexView::OffsetOf(shape.slots + 1))},
+                  fmt::format("the last slot has {} of its {} bytes", index.odd_bytes(), DLPCache::IndexKey::kSize),
+                  "at most one entry");
+}
+
 void CheckLength(IndexView const& index, IndexShape const& shape, std::uint64_t bucket_count, Reporter const& report) {
     if (shape.slots < bucket_count) {
         report.Damage("index-table-cut", {}, fmt::format("the table has {} of its {} slots", shape.slots, bucket_count),
                       "the entries of the missing buckets; keys of these buckets can no longer be stored");
     }
-    if (index.odd_bytes() == 0) return;
-    report.Damage("index-slot-cut", {shape.slots + 1, static_cast<std::int64_t>(IndexView::OffsetOf(shape.slots + 1))},
-                  fmt::format("the last slot has {} of its {} bytes", index.odd_bytes(), DLPCache::IndexKey::kSize),
-                  "at most one entry");
+    CheckLastSlot(index, shape, report);
+}
+
+// Slots of numbers come one by one. The library does not look at the count, which it writes as 0.
+void CheckNumbers(IndexView const& index, IndexShape const& shape, Reporter const& report) {
+    if (index.head()->bucket_count != 0) {
+        report.Damage("index-head", {{}, DLPCache::IndexHead::kBucketCountOffset},
+                      fmt::format("a bucket count of {}, where numbers have none", index.head()->bucket_count),
+                      "nothing");
+    }
+    CheckLastSlot(index, shape, report);
 }
 
 }  // namespace
@@ -44,16 +58,21 @@ std::optional<IndexShape> CheckIndexHead(IndexView const& index, StoreKind kind,
     }
     IndexShape shape;
     auto const bucket_count = static_cast<std::uint64_t>(std::max(index.head()->bucket_count, 0));
+    shape.kind = kind;
+    shape.slots = index.slots();
     shape.has_numbers = kind == StoreKind::kTask;
+    if (shape.has_numbers) {
+        CheckNumbers(index, shape, report);
+        return shape;
+    }
     // A count below 2 can be asked for. With it no key is ever stored, and no slot comes behind the table.
-    if (!shape.has_numbers && bucket_count < 2 && index.slots() > bucket_count) {
+    if (bucket_count < 2 && index.slots() > bucket_count) {
         report.Damage("index-head", {{}, DLPCache::IndexHead::kBucketCountOffset},
                       fmt::format("{} slots with a bucket count of {}", index.slots(), index.head()->bucket_count),
                       kWhole);
         return std::nullopt;
     }
     shape.buckets = static_cast<std::uint32_t>(bucket_count);
-    shape.slots = index.slots();
     shape.table = std::min(bucket_count, shape.slots);
     CheckLength(index, shape, bucket_count, report);
     return shape;

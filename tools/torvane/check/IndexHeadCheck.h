@@ -15,6 +15,7 @@ struct IndexShape {
     std::uint32_t buckets = 0;  // of text keys; 0: none can be stored
     std::uint64_t table = 0;    // slots that were made with the file, as far as they are there
     std::uint64_t slots = 0;    // whole ones
+    StoreKind kind = StoreKind::kTemplate;
 };
 
 // Slots are counted in 32 bits: an index with more of them is not looked at.

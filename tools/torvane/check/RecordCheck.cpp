@@ -15,24 +15,28 @@ constexpr char kRule[] = "a rule cannot be read";
 constexpr char kText[] = "its keyword text cannot be read";
 constexpr char kFields[] = "its fields cannot be read";
 constexpr char kBehind[] = "bytes lie behind its last field";
+constexpr char kNegative[] = "a count is negative";
 
 constexpr int kFingerprintRule = 2005;
+constexpr int kCounts = 3;  // of a file
 constexpr std::uint8_t kTextVersion = 1;
 constexpr std::uint64_t kUnit = 2;      // bytes of a text's unit
 constexpr std::uint64_t kPosition = 8;  // bytes of a matched position
 
 // A text of a record: its units, with no zero among them, at which the library would end it.
-bool ReadText(RecordCursor& cursor, std::uint64_t* size = nullptr) {
+bool ReadText(RecordCursor& cursor, std::uint64_t* size = nullptr, std::u16string* text = nullptr) {
     std::int16_t count = 0;
     if (!cursor.Get(count) || count < 0) return false;
     auto const length = kUnit * static_cast<std::uint64_t>(count);
     std::uint8_t const* const units = cursor.Take(length);
     if (units == nullptr) return false;
+    if (text != nullptr) text->resize(length / kUnit);
     unsigned zeros = 0;
     for (std::uint64_t at = 0; at < length; at += kUnit) {
         std::uint16_t unit = 0;
         std::memcpy(&unit, units + at, sizeof unit);
         zeros += unit == 0 ? 1U : 0U;
+        if (text != nullptr) (*text)[at / kUnit] = Varnok::LoadLittleEndian<char16_t>(units + at);
     }
     if (size != nullptr) *size = length;
     return zeros == 0;
@@ -99,20 +103,22 @@ bool ReadRule(RecordCursor& cursor, std::int32_t size) {
     return ReadTexts(cursor, 4) && sub_type != kFingerprintRule;
 }
 
-bool ReadTplIds(RecordCursor& cursor) {
+}  // namespace
+
+bool RecordCheck::ReadTplIds() {
     std::int32_t count = 0;
     std::int32_t size = 0;
-    if (!cursor.Get(count) || !cursor.Get(size)) return false;
+    if (!cursor_.Get(count) || !cursor_.Get(size)) return false;
     std::int64_t sum = 0;
+    std::u16string id;
     for (std::int32_t i = 0; i < count; ++i) {
         std::uint64_t text = 0;
-        if (!ReadText(cursor, &text)) return false;
+        if (!ReadText(cursor_, &text, templates_ != nullptr ? &id : nullptr)) return false;
+        names_other_ |= templates_ != nullptr && !templates_->contains(id);
         sum += static_cast<std::int64_t>(kUnit + text);
     }
     return sum == size;
 }
-
-}  // namespace
 
 bool RecordCheck::ReadRules() {
     std::uint16_t count = 0;
@@ -140,16 +146,23 @@ char const* RecordCheck::WhyNoFinding(std::uint32_t length) {
     constexpr std::uint64_t kAttributes = 4 * sizeof(std::int64_t);
     if (!SaysSize(cursor_, length)) return kOtherSize;
     if (!ReadTexts(cursor_, 2) || !cursor_.Skip(kAttributes) || !ReadText(cursor_)) return kFields;
-    if (!ReadTplIds(cursor_) || !ReadText(cursor_)) return kFields;
+    if (!ReadTplIds() || !ReadText(cursor_)) return kFields;
     return cursor_.left() == 0 ? nullptr : kBehind;
 }
 
 char const* RecordCheck::WhyNoCounts(std::uint32_t length) {
     constexpr std::uint32_t kSize = DLPCache::SensRecordNode::kSize;
-    return length == kSize && SaysSize(cursor_, kSize) ? nullptr : kOtherSize;
+    if (length != kSize || !SaysSize(cursor_, kSize)) return kOtherSize;
+    for (int i = 0; i < kCounts; ++i) {
+        std::int32_t count = 0;
+        if (!cursor_.Get(count)) return kOtherSize;
+        if (count < 0) return kNegative;  // the library stops at the largest
+    }
+    return nullptr;
 }
 
 char const* RecordCheck::WhyNotDecodable(std::uint64_t offset, std::uint32_t length) {
+    names_other_ = false;
     cursor_.Begin(offset, length);
     switch (kind_) {
         case StoreKind::kTemplate:

@@ -49,7 +49,7 @@ void LookOnce(FindingList& list, std::string const& file, ChangeWatch& watch,
 void LookUntilSettled(FindingList& list, std::string const& file,
                       std::function<void(FindingList&, ChangeWatch&)> const& look) {
     for (int round = 1;; ++round) {
-        FindingList found;
+        FindingList found = list.Another();
         ChangeWatch watch;
         LookOnce(found, file, watch, look);
         bool const is_suspect = found.Count(Severity::kDamage) != 0 || found.Count(Severity::kUnreadable) != 0;
@@ -68,15 +68,31 @@ void LookUntilSettled(FindingList& list, std::string const& file,
 RootCheck::RootCheck(CacheRoot const& root, Depth depth, Listener listener)
     : root_(root), depth_(depth), listener_(std::move(listener)) {}
 
-void RootCheck::Look(std::string const& file, std::function<void(FindingList&, ChangeWatch&)> const& look) {
+FindingList RootCheck::NewList() const {
     FindingList list;
-    LookUntilSettled(list, file, look);
-    Tell(std::move(list));
+    // Wiping goes in no order: without a stamp there may be any part of what there was, and the rest goes as well.
+    if (root_.WillBeWiped()) list.TellAsUnfinished(IsLeftByAWipe);
+    return list;
 }
 
-void RootCheck::Tell(FindingList&& list) const {
-    // Wiping goes in no order: without a stamp there may be any part of what there was, and the rest goes as well.
-    if (!root_.stamp().contains("cache")) list.TellAsUnfinished(IsLeftByAWipe);
+void RootCheck::Look(std::string const& file, std::function<void(FindingList&, ChangeWatch&)> const& look) {
+    FindingList list = NewList();
+    LookUntilSettled(list, file, look);
+    for (Finding const& finding : list.kept()) {
+        if (finding.severity == Severity::kUnreadable) unread_.insert(root_.root() + "/" + finding.file);
+    }
+    listener_.found(std::move(list));
+}
+
+void RootCheck::TellUnread(std::string const& file, Stop const& stop) {
+    if (stop.status() != ExitStatus::kIo) throw stop;
+    std::string const what = stop.what();
+    bool const is_told = std::any_of(unread_.begin(), unread_.end(), [&](std::string const& path) {
+        return what.find(path + ":") != std::string::npos;
+    });
+    if (is_told) return;
+    FindingList list;
+    Reporter(list, file).Unreadable(what);
     listener_.found(std::move(list));
 }
 
@@ -94,29 +110,52 @@ void RootCheck::CheckTree() {
     check_ids("cache/template");
     check_ids("cache/task");
     check_ids("cache/sensrecord/1");
-    ForEachName(root + "/cache/template", [&](std::string const& id) {
-        check_ids("cache/template/" + id);
-        return true;
-    });
+    try {
+        ForEachName(root + "/cache/template", [&](std::string const& id) {
+            check_ids("cache/template/" + id);
+            return true;
+        });
+    } catch (Stop const& stop) {
+        TellUnread("cache/template", stop);
+    }
+}
+
+std::vector<StorePlace> RootCheck::Places() {
+    std::vector<StorePlace> places;
+    for (auto const& [kind, file] :
+         {std::pair(StoreKind::kTemplate, "cache/template"), std::pair(StoreKind::kTask, "cache/task"),
+          std::pair(StoreKind::kCounter, "cache/sensrecord")}) {
+        auto const tell = [this, name = file](Stop const& stop) { TellUnread(name, stop); };
+        try {
+            std::vector<StorePlace> more = root_.Stores(kind, {tell, {}, {}});
+            std::move(more.begin(), more.end(), std::back_inserter(places));
+        } catch (Stop const& stop) {
+            tell(stop);
+        }
+    }
+    return places;
 }
 
 void RootCheck::CheckTexts(StorePlace const& task) {
     std::string const name = task.directory.substr(root_.root().size() + 1) + "/text";
     auto const look_at = [&](std::string const& text) {
         std::string const file = name + "/" + text;
-        Look(file,
-             [&](FindingList& list, ChangeWatch& watch) { CheckTextFile(root_.root(), file, depth_, list, watch); });
+        FindingList list = NewList();
+        LookUntilSettled(list, file, [&](FindingList& found, ChangeWatch& watch) {
+            CheckTextFile(root_.root(), file, depth_, found, watch);
+        });
+        listener_.found(std::move(list));
         return true;
     };
     FindingList unlisted;
     ChangeWatch unwatched;
     LookOnce(unlisted, name, unwatched,
              [&](FindingList&, ChangeWatch&) { ForEachName(root_.root() + "/" + name, look_at); });
-    Tell(std::move(unlisted));
+    listener_.found(std::move(unlisted));
 }
 
 FindingList RootCheck::LookAtStore(StorePlace const& place) const {
-    FindingList list;
+    FindingList list = NewList();
     LookUntilSettled(list, place.directory.substr(root_.root().size() + 1),
                      [&](FindingList& found, ChangeWatch& watch) {
                          CheckStore({root_, place, depth_, found, watch});
@@ -126,7 +165,7 @@ FindingList RootCheck::LookAtStore(StorePlace const& place) const {
 
 void RootCheck::Run() {
     CheckTree();
-    std::vector<StorePlace> const places = root_.Stores();
+    std::vector<StorePlace> const places = Places();
     stores_ = places.size();
     std::deque<std::future<FindingList>> looks;
     std::size_t begun = 0;
@@ -136,7 +175,7 @@ void RootCheck::Run() {
                 std::async(std::launch::async, [this, &place = places[begun]] { return LookAtStore(place); }));
         }
         listener_.progress(i, places.size(), places[i].Name());
-        Tell(looks.front().get());
+        listener_.found(looks.front().get());
         looks.pop_front();
         if (places[i].kind == StoreKind::kTask) CheckTexts(places[i]);
     }

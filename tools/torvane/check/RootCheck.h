@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "tools/torvane/cache/CacheRoot.h"
 #include "tools/torvane/check/ChangeWatch.h"
@@ -27,12 +29,15 @@ class RootCheck {
 
     RootCheck(CacheRoot const& root, Depth depth, Listener listener);
 
-    // Once. Throws Stop(kIo) when the directories of the stores cannot be listed at all.
+    // Once. What cannot be read is told.
     void Run();
     [[nodiscard]] std::uint64_t stores() const { return stores_; }
 
   private:
-    void Tell(FindingList&& list) const;
+    [[nodiscard]] FindingList NewList() const;
+    [[nodiscard]] std::vector<StorePlace> Places();
+    // Of `file`, a directory; once for each that cannot be read.
+    void TellUnread(std::string const& file, Stop const& stop);
     void Look(std::string const& file, std::function<void(FindingList&, ChangeWatch&)> const& look);
     [[nodiscard]] FindingList LookAtStore(StorePlace const& place) const;  // any thread
     void CheckTree();
@@ -42,6 +47,7 @@ class RootCheck {
     Depth depth_;
     Listener listener_;
     std::uint64_t stores_ = 0;
+    std::set<std::string> unread_;  // what was told of the directories above the stores' own
 };
 
 }  // namespace torvane

@@ -46,13 +46,14 @@ void SlotCheck::Run() {
         });
     }
     TellHole();
+    TellEmpty();
 }
 
 void SlotCheck::VisitNumber(std::uint64_t number, RawSlot slot) {
     if (!slot.IsUsed()) {
-        // Every number from 1 to the last has been written, but for slots that were made with the file.
+        // Every number from 1 to the last has been written.
         if (slot.IsZero()) {
-            if (number > shape_.table) VisitHole(number);
+            VisitHole(number);
         } else {
             report_.Damage("slot-unused", At(number), "the slot holds no number", fmt::format("entry {}", number));
         }
@@ -119,6 +120,16 @@ void SlotCheck::TellHole() {
             is_one ? fmt::format("entry {}", hole_) : fmt::format("entries {} to {}", hole_, hole_ + hole_length_ - 1);
     report_.Damage("slot-unused", At(hole_), std::move(what), std::move(lost));
     hole_length_ = 0;
+}
+
+// The library writes none; a repair leaves them, so that the numbers behind them stay.
+void SlotCheck::TellEmpty() {
+    if (empty_ == 0) return;
+    report_.Gap("number-empty", At(first_empty_),
+                empty_ == 1 ? std::string("the number has no finding")
+                            : fmt::format("{} numbers, of which this is the first, have no finding", empty_),
+                empty_ == 1 ? "one finding, which a repair has left out if there was one"
+                            : fmt::format("{} findings, which a repair has left out if there was one", empty_));
 }
 
 std::uint32_t SlotCheck::ChainOf(std::uint64_t number, std::uint32_t own) {
@@ -193,8 +204,11 @@ void SlotCheck::FollowLink(std::uint64_t number, RawSlot slot, std::uint32_t cha
 }
 
 bool SlotCheck::IsRecordInside(std::uint64_t number, RawSlot slot) {
-    if (slot.SaysNoData()) return true;
-    if (!slot.IsPlacePossible()) {
+    if (slot.SaysNoData(shape_.kind)) {
+        if (shape_.has_numbers && ++empty_ == 1) first_empty_ = number;
+        return true;
+    }
+    if (!slot.IsPlacePossible(shape_.kind)) {
         report_.Damage("record-place", At(number),
                        fmt::format("{} bytes at {} are no record's place", slot.length(), slot.offset()), "one entry");
         return false;

@@ -49,9 +49,11 @@ class SlotCheck {
     void SayUnreachable(std::uint64_t number, RawSlot slot, std::uint32_t own);
     // Why no kill can have left it; empty: one can.
     [[nodiscard]] std::string WhyCutOff(RawSlot slot, std::uint32_t own) const;
-    // Empty slots behind the table that no chain leads to, or of numbers; those side by side are told together.
+    // Empty slots behind the table that no chain leads to, or of numbers, which have no table; those side by side are
+    // told together.
     void VisitHole(std::uint64_t number);
     void TellHole();
+    void TellEmpty();
     void Break(std::uint32_t bucket);
     [[nodiscard]] static Reporter::Place At(std::uint64_t number);
 
@@ -66,7 +68,9 @@ class SlotCheck {
     std::set<std::uint32_t> broken_;  // buckets with a bad link, the first thousands of them
     std::vector<bool> misplaced_;
     std::uint64_t without_file_ = 0;
-    std::uint64_t hole_ = 0;  // its first slot
+    std::uint64_t first_empty_ = 0;  // number without a record
+    std::uint64_t empty_ = 0;        // how many
+    std::uint64_t hole_ = 0;         // its first slot
     std::uint64_t hole_length_ = 0;
 };
 

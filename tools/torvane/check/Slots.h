@@ -8,6 +8,7 @@
 
 #include "host/base/LittleEndian.h"
 #include "storage/DLPCacheIndexFormat.h"
+#include "tools/torvane/cache/CacheRoot.h"
 #include "tools/torvane/cache/IndexView.h"
 
 namespace torvane {
@@ -31,9 +32,14 @@ class RawSlot {
     [[nodiscard]] std::int64_t next() const { return Load<long long>(DLPCache::IndexKey::kNextOffset); }
     // As the library judges it: the key is there, without a record.
     [[nodiscard]] bool IsWithoutData() const { return length() == 0 || offset() == -1; }
-    // As the library writes it: either half alone is damage, after which it takes the record for missing.
-    [[nodiscard]] bool SaysNoData() const { return length() == 0 && offset() == -1; }
-    [[nodiscard]] bool IsPlacePossible() const { return SaysNoData() || (offset() >= 0 && length() > 0); }
+    // As the library writes it: either half alone is damage, after which it takes the record for missing. Of a policy's
+    // counts each key has a record; a number without one is what a repair leaves of a finding that is lost.
+    [[nodiscard]] bool SaysNoData(StoreKind kind) const {
+        return kind != StoreKind::kCounter && length() == 0 && offset() == -1;
+    }
+    [[nodiscard]] bool IsPlacePossible(StoreKind kind) const {
+        return SaysNoData(kind) || (offset() >= 0 && length() > 0);
+    }
 
     // 32 lower-case hexadecimal digits and their end.
     [[nodiscard]] bool HoldsTextKey() const;

@@ -35,12 +35,18 @@ bool CheckTable(std::string const& root, DirectoryCheck& directory, char const* 
 
 }  // namespace
 
-bool CheckSnapshotFiles(std::string const& root, DirectoryCheck& directory, FindingList& list, ChangeWatch& watch) {
+bool CheckSnapshotFiles(std::string const& root, DirectoryCheck& directory, char const* lost, FindingList& list,
+                        ChangeWatch& watch) {
     using namespace Varnok;
     bool sound = CheckTable<QVKConfigKeywordTemplateVT>(root, directory, kTemplateArchive, list, watch);
     sound &= CheckTable<QVKConfigKeywordFormatItemVT>(root, directory, kFormatItemArchive, list, watch);
     sound &= CheckTable<QVKConfigKeywordDataClassVT>(root, directory, kDataClassArchive, list, watch);
     sound &= CheckTable<QVKConfigKeywordDataLevelVT>(root, directory, kDataLevelArchive, list, watch);
+    for (char const* const name : {kFormatItemArchive, kDataClassArchive, kDataLevelArchive}) {
+        if (!directory.Has(kTemplateArchive) || directory.Has(name)) continue;
+        Reporter(list, directory.name() + "/" + name)
+            .Gap("unfinished", {}, "the definitions beside it are there, this file is not", lost);
+    }
     return sound;
 }
 

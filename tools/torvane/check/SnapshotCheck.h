@@ -9,9 +9,10 @@
 namespace torvane {
 
 // The definition snapshot in a store's directory: each of its archives can be read.
-// `directory` is `root` + "/" + the check's name. Expects the four files. True when none of those that are there is
-// damaged.
-bool CheckSnapshotFiles(std::string const& root, DirectoryCheck& directory, FindingList& list, ChangeWatch& watch);
+// `directory` is `root` + "/" + the check's name. Expects the four files. `lost`: with one that is missing beside the
+// template file, which comes last. True when none of those that are there is damaged.
+bool CheckSnapshotFiles(std::string const& root, DirectoryCheck& directory, char const* lost, FindingList& list,
+                        ChangeWatch& watch);
 
 // Whether they are of the definitions with this MD5 of this template. To be called when they are sound.
 void CheckSnapshotMd5(std::string const& root, std::string const& directory, std::string const& tpl_id,

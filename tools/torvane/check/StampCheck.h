@@ -5,7 +5,7 @@
 
 namespace torvane {
 
-// The stamp of the cache layout: the library wipes a cache without one.
+// The stamp of the cache layout: the library wipes a cache without one. Tells also what else stands in its place.
 void CheckStamp(CacheRoot const& root, FindingList& list);
 
 }  // namespace torvane

@@ -24,7 +24,10 @@ IndexView Watched(StorePlace const& place, ChangeWatch& watch) {
 // make that any number.
 class BoundedCheck {
   public:
-    BoundedCheck(StoreKind kind, FileView const& data) : records_(kind, data), left_(kMostTimes * data.size()) {}
+    BoundedCheck(StoreKind kind, FileView const& data, std::set<std::u16string> const* templates)
+        : records_(kind, data), left_(kMostTimes * data.size()) {
+        records_.HoldAgainst(templates);
+    }
 
     // Whether it can be asked about this one.
     [[nodiscard]] bool Looks(Extent const& extent) {
@@ -38,6 +41,8 @@ class BoundedCheck {
         last_ = extent;
         return why_ = records_.WhyNotDecodable(static_cast<std::uint64_t>(extent.offset), extent.length);
     }
+    // Of the one that was asked about last.
+    [[nodiscard]] bool NamesOther() const { return records_.NamesOther(); }
     [[nodiscard]] std::uint64_t skipped() const { return skipped_; }
 
   private:
@@ -99,7 +104,11 @@ void StoreCheck::Run() {
 
 void StoreCheck::CheckOrphan() {
     FileView const data(place_.DataPath());
-    if (index_.file().state() != FileView::State::kMissing || data.size() == 0) return;
+    if (index_.file().state() != FileView::State::kMissing) return;
+    is_empty_ =
+        data.state() == FileView::State::kMissing || (data.state() == FileView::State::kOpen && data.size() == 0);
+    if (data.state() == FileView::State::kUnreadable) return data_report_.Unreadable(std::strerror(data.error()));
+    if (data.size() == 0) return;
     std::string const what = fmt::format("{} bytes of records without an index", data.size());
     // The index of found-times is the first to be deleted with its directory, and what belongs to a task goes in no
     // order. Of a template's cache the definitions go first.
@@ -122,12 +131,13 @@ void StoreCheck::CheckRecords(SlotCheck& slots) {
         Doubt(extent.slot);
         Doubt(other.slot);
     });
-    BoundedCheck records(place_.kind, data);
+    BoundedCheck records(place_.kind, data, templates_);
     slots.extents().ForEachByOffset(data.size(), [&](Extent const& extent) {
         all.Visit(extent);
         if (depth_ == Depth::kQuick) return;
         if (!records.Looks(extent)) return Doubt(extent.slot);
         char const* const why = records.WhyNotDecodable(extent);
+        of_other_templates_ += why == nullptr && records.NamesOther() ? 1U : 0U;
         if (why == nullptr) return decodable.Visit(extent);
         data_report_.Damage("record-damaged", {extent.slot, extent.offset}, why, "one entry");
     });

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -30,9 +31,16 @@ class StoreCheck {
     StoreCheck(StoreCheck const&) = delete;
     StoreCheck& operator=(StoreCheck const&) = delete;
 
+    // Before Run: findings are held against the ids of these templates, those of the task's snapshot, too.
+    void HoldAgainst(std::set<std::u16string> const& templates) { templates_ = &templates; }
+
     // Once. Throws Stop(kIo).
     void Run();
 
+    // Whether there is neither an index nor a record.
+    [[nodiscard]] bool IsEmpty() const { return is_empty_; }
+    // Findings that name another template.
+    [[nodiscard]] std::uint64_t of_other_templates() const { return of_other_templates_; }
     // What was found, for those who go on with it. No shape: there are no slots to go by.
     [[nodiscard]] IndexView const& index() const { return index_; }
     [[nodiscard]] bool has_shape() const { return shape_.has_value(); }
@@ -58,6 +66,9 @@ class StoreCheck {
     std::optional<IndexShape> shape_;
     std::vector<bool> answers_;
     std::vector<bool> doubtful_;
+    std::set<std::u16string> const* templates_ = nullptr;
+    std::uint64_t of_other_templates_ = 0;
+    bool is_empty_ = false;
 };
 
 }  // namespace torvane

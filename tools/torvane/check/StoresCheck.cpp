@@ -19,4 +19,9 @@ void CheckStore(StoreLook const& look) {
     }
 }
 
+void TellNoIndex(StoreLook const& look) {
+    Reporter(look.list, look.Directory() + "/index")
+        .Gap("unfinished", {}, "there is no index yet, or none any more", "every entry, unless none was made yet");
+}
+
 }  // namespace torvane

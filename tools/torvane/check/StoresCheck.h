@@ -24,4 +24,7 @@ void CheckTaskStore(StoreLook const& look);      // the record is filed under it
 void CheckCounterStore(StoreLook const& look);   // the marker of the policy version is there
 void CheckStore(StoreLook const& look);          // by its kind
 
+// Of a store that has what is made before its index, and neither that nor records.
+void TellNoIndex(StoreLook const& look);
+
 }  // namespace torvane

@@ -1,7 +1,12 @@
+#include <fmt/format.h>
+
 #include <cerrno>
 #include <cstring>
+#include <set>
+#include <string>
 
 #include "host/policy/KwArchivePath.h"
+#include "host/policy/QVKConfigKeywordTemplateVT.h"
 #include "host/policy/ScanTask.h"
 #include "tools/torvane/check/ArchiveLook.h"
 #include "tools/torvane/check/DirectoryCheck.h"
@@ -47,10 +52,24 @@ void TellMissingRecord(StoreLook const& look, DirectoryCheck const& directory) {
 void TellHalfRemoved(StoreLook const& look, DirectoryCheck const& directory) {
     if (!directory.Has("index") || directory.Has(Varnok::kTemplateArchive)) return;
     Reporter(look.list, directory.name() + "/" + Varnok::kTemplateArchive)
-        .Waste("unfinished", {},
-               "a half removed task: the definitions that its findings were recorded under are gone, and with them the "
-               "names of templates",
-               0);
+        .Gap("unfinished", {}, "a half removed task: the definitions that its findings were recorded under are gone",
+             "the names of templates as they were, unless the task was being removed");
+}
+
+bool ReadTemplates(std::string const& directory, std::set<std::u16string>& ids) {
+    QVKConfigKeywordTemplateVT table;
+    if (table.from_file(HString(directory + "/" + Varnok::kTemplateArchive)) != 0) return false;
+    for (auto const& node : table.nodes)
+        ids.emplace(node.common->id.view());
+    return true;
+}
+
+// The snapshot is made once: of a policy that gained templates later, it does not have those.
+void TellOtherTemplates(StoreLook const& look, std::uint64_t findings) {
+    if (findings == 0) return;
+    Reporter(look.list, look.Directory() + "/" + Varnok::kTemplateArchive)
+        .Gap("template-unknown", {}, fmt::format("findings name templates that are not in it: {}", findings),
+             "the names and definitions of these templates");
 }
 
 }  // namespace
@@ -64,12 +83,22 @@ void CheckTaskStore(StoreLook const& look) {
     } else {
         TellMissingRecord(look, directory);
     }
-    (void)CheckSnapshotFiles(root, directory, look.list, look.watch);
+    bool const is_sound = CheckSnapshotFiles(
+        root, directory,
+        "the rules, classes or levels of its templates as they were, unless the task was being removed", look.list,
+        look.watch);
     directory.ExpectFile("index");
     directory.ExpectFile("cache");
     directory.ExpectDirectory(kTexts);
     directory.TellRest();
-    StoreCheck(look.place, directory.name(), look.depth, look.list, look.watch).Run();
+    StoreCheck store(look.place, directory.name(), look.depth, look.list, look.watch);
+    bool const has_templates = directory.Has(Varnok::kTemplateArchive);
+    std::set<std::u16string> templates;
+    if (has_templates && is_sound && ReadTemplates(root + "/" + directory.name(), templates))
+        store.HoldAgainst(templates);
+    store.Run();
+    if (has_templates && store.IsEmpty()) TellNoIndex(look);
+    TellOtherTemplates(look, store.of_other_templates());
     TellHalfRemoved(look, directory);
 }
 

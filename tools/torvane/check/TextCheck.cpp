@@ -15,12 +15,10 @@ namespace torvane {
 
 namespace {
 
-bool IsText(std::string const& path) {
+bool IsTextName(std::string const& path) {
     std::string name;
     HString text;
-    struct stat status {};
-    return IsArchive(path.substr(path.rfind('/') + 1), name) && Varnok::FileNameToId(HString(name), text) &&
-           ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    return IsArchive(path.substr(path.rfind('/') + 1), name) && Varnok::FileNameToId(HString(name), text);
 }
 
 }  // namespace
@@ -29,7 +27,9 @@ void CheckTextFile(std::string const& root, std::string const& file, Depth depth
                    ChangeWatch& watch) {
     std::string const path = root + "/" + file;
     watch.Add(path);
-    if (!IsText(path)) return TellUnexpectedEntry(root, file, list);
+    struct stat status {};
+    if (!LookAtEntry(root, file, status, list)) return;
+    if (!IsTextName(path) || !S_ISREG(status.st_mode)) return TellUnexpectedEntry(root, file, list);
     if (depth == Depth::kQuick) return;
     QVKKeywordText text;
     int const error = MayBeArchive(path) ? text.from_file(HString(path)) : EBADMSG;

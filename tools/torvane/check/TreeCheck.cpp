@@ -7,7 +7,7 @@ namespace torvane {
 
 void CheckTop(std::string const& root, FindingList& list, ChangeWatch& watch) {
     DirectoryCheck directory(root, "cache", list, watch);
-    directory.ExpectFile("Version.ini");
+    directory.Ignore("Version.ini");
     for (char const* const name : {"template", "task", "sensrecord"})
         directory.ExpectDirectory(name);
     directory.TellRest();

@@ -9,7 +9,7 @@ namespace torvane {
 
 // The directories above the stores' own: nothing lies in them but what belongs there. `root`: the cache's.
 
-// "cache": the stamp and a directory for each kind of store.
+// "cache": a directory for each kind of store, beside the stamp.
 void CheckTop(std::string const& root, FindingList& list, ChangeWatch& watch);
 // A directory of directories that are named by ids: `name`, below `root`.
 void CheckIds(std::string const& root, std::string const& name, FindingList& list, ChangeWatch& watch);

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <utility>
 
 #include "tools/torvane/check/RootCheck.h"
@@ -51,28 +50,18 @@ class Tally {
     std::uint64_t left_out_ = 0;
 };
 
-bool HasLostSomething(FindingList const& list) {
-    return std::any_of(list.kept().begin(), list.kept().end(), [](Finding const& finding) {
-        return finding.severity == Severity::kWaste && !finding.lost.empty();
-    });
-}
-
 // Only what is sound can be carried over so that it answers as before.
 void RequireSound(CacheRoot const& root, Context const& context) {
     Progress progress(context.settings.progress, "Checking");
     FindingList all;
-    bool has_lost = false;
     RootCheck check(
         root, Depth::kFull,
-        {[&](FindingList&& list) {
-             has_lost |= HasLostSomething(list);
-             all.Append(std::move(list));
-         },
+        {[&](FindingList&& list) { all.Append(std::move(list)); },
          [&](std::uint64_t done, std::uint64_t total, std::string const& where) { progress.At(done, total, where); }});
     check.Run();
     if (all.Count(Severity::kDamage) != 0)
         throw Stop(ExitStatus::kNo, "the cache is damaged: see `torvane verify`, then `torvane repair`");
-    if (has_lost)
+    if (all.losses() != 0)
         throw Stop(ExitStatus::kNo,
                    "the cache is unfinished, and what is missing may have been of use: see `torvane "
                    "verify`, then `torvane repair`");

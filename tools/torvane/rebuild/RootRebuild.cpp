@@ -52,8 +52,8 @@ bool IsNoDirectory(std::string const& path) {
 }
 
 // As it is by now.
-StorePlace UpToDate(StorePlace place) {
-    if (place.kind == StoreKind::kCounter) place.version = VersionOfCounts(place.directory);
+StorePlace UpToDate(std::string const& root, StorePlace place) {
+    if (place.kind == StoreKind::kCounter) place.version = VersionOfCounts(root, place);
     return place;
 }
 
@@ -101,7 +101,7 @@ void RootRebuild::CarryStore(StorePlace const& place) {
     std::string const name = place.directory.substr(source_.root().size() + 1);
     for (int round = 1; round <= kTries; ++round) {
         Carried carried;
-        if (TryStore(UpToDate(place), name, carried)) return listener_.carried(carried);
+        if (TryStore(UpToDate(source_.root(), place), name, carried)) return listener_.carried(carried);
         RemoveTree(out_ + "/" + name);
         std::this_thread::sleep_for(kPause);
     }
@@ -121,11 +121,11 @@ bool RootRebuild::TryStore(StorePlace const& place, std::string const& name, Car
     }
     RequireReadable(found);
     StoreFiles const files = FilesToCarry(place, name, found);
-    TellFiles(found, carried);
     if (!files.refused.empty()) {
         carried.LeaveOut({name, std::nullopt, files.refused});
         return !watch.MayHaveChanged();
     }
+    TellFiles(found, carried);
     std::string const directory = out_ + "/" + name;
     MakeDirectory(directory);
     auto const copy = [&](std::string const& file) {
@@ -207,8 +207,7 @@ void RootRebuild::CarryAgentsFiles() {
 void RootRebuild::CarryStamp() {
     Carried carried;
     std::string const stamp = out_ + kStamp;
-    bool const is_sound = source_.stamp().contains("cache");
-    if (is_sound && CopyFile(source_.root() + kStamp, stamp)) {
+    if (source_.HasLayout() && CopyFile(source_.root() + kStamp, stamp)) {
         ++carried.files;
     } else if (purpose_ == Purpose::kRepair) {
         if (HFile::replace_file(HString(stamp), kLeastStamp, sizeof kLeastStamp - 1) != 0)

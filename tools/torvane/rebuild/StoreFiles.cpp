@@ -80,9 +80,11 @@ StoreFiles FilesToCarry(StorePlace const& place, std::string const& name, Findin
             break;
         case StoreKind::kCounter:
             files.refused = WhatOf(found, {"marker-missing"});
-            if (files.refused.empty()) files.refused = WhyForeign(name, found, {place.version});
-            if (place.version.empty()) files.refused = "nothing tells which version of the policy it is of";
-            files.first = {place.version};
+            files.first = VersionsOfCounts(place.directory.substr(0, place.directory.size() - name.size() - 1), place);
+            for (std::string const& version : files.first) {
+                if (files.refused.empty()) files.refused = WhyForeign(name, found, {version});
+            }
+            if (files.first.empty()) files.refused = "nothing tells which version of the policy it is of";
             break;
     }
     return files;

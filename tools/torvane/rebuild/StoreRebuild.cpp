@@ -178,8 +178,8 @@ std::string StoreRebuild::WhyNot(std::uint64_t number, RawSlot slot) {
     if (purpose_ == Purpose::kCompact) return "";
     if (!check_.doubtful().empty() && check_.doubtful()[number])
         return "the slot is not where its key is looked for, or the record shares bytes with another key's";
-    if (slot.SaysNoData()) return "";
-    if (!slot.IsPlacePossible()) return "the record's place is none";
+    if (slot.SaysNoData(source_.kind)) return "";
+    if (!slot.IsPlacePossible(source_.kind)) return "the record's place is none";
     std::uint64_t const end = static_cast<std::uint64_t>(slot.offset()) + static_cast<std::uint64_t>(slot.length());
     if (end > data_.size()) return "the record lies behind the end of the data file";
     char const* const why =
