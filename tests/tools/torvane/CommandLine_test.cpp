@@ -103,7 +103,7 @@ TEST_F(CommandLines, TakeNumbersThatAreRight) {
 }
 
 TEST_F(CommandLines, TakeNoEmptyId) {
-    ExpectMisuse({"ls", "answers", "--template", ""}, "--template: the id is empty (see 'torvane ls --help')");
+    ExpectMisuse({"ls", "answers", "--template", ""}, "--template: the value is empty (see 'torvane ls --help')");
     for (char const* const option : {"--template", "--task", "--policy"})
         EXPECT_EQ(tool_.Run({"ls", "tasks", option, ""}).status, 2) << option;
     EXPECT_EQ(tool_.Run({"why", "/dev/null", "--template="}).status, 2);

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "tests/tools/torvane/Tool.h"
 
@@ -211,11 +212,13 @@ TEST_F(FollowingTail, PassesOverAnUnfinishedLineThatNobodyWants) {
 TEST_F(FollowingTail, WaitsForALog) {
     std::filesystem::remove(log_);
     Start({});
-    EXPECT_EQ(Line(), "Waiting for " + log_);
+    while (ReadBytes(root_ / "stderr").empty())
+        std::this_thread::yield();
     Append(std::string(kError) + "\n");
     EXPECT_EQ(Line(), kError);
     EXPECT_EQ(End(SIGINT), "");
     EXPECT_EQ(status_, 0);
+    EXPECT_EQ(ReadBytes(root_ / "stderr"), "torvane: waiting for " + log_ + "\n");
 }
 
 TEST_F(FollowingTail, ClosesItsListWhenItIsInterrupted) {

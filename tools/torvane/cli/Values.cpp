@@ -79,12 +79,12 @@ CLI::Option* AddMd5(CLI::App& command, std::string& value) {
         ->type_name("MD5");
 }
 
-CLI::Option* AddId(CLI::App& command, std::string const& names, std::string& value, char const* description) {
+CLI::Option* AddFilled(CLI::App& command, std::string const& names, std::string& value, char const* description) {
     auto const take = [name = NameOf(names), &value](std::string const& text) {
-        if (text.empty()) throw CLI::ValidationError(name, "the id is empty");
+        if (text.empty()) throw CLI::ValidationError(name, "the value is empty");
         value = text;
     };
-    return command.add_option_function<std::string>(names, take, description)->type_name("ID");
+    return command.add_option_function<std::string>(names, take, description);
 }
 
 }  // namespace torvane

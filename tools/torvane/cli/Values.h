@@ -20,7 +20,7 @@ CLI::Option* AddSeconds(CLI::App& command, std::string const& names, double& val
                         double least, double most);
 // The option --md5, whose value is 32 hexadecimal digits: a file's content, which is not read then.
 CLI::Option* AddMd5(CLI::App& command, std::string& value);
-// An option whose value is an id, which is not empty: "" would otherwise stand for any.
-CLI::Option* AddId(CLI::App& command, std::string const& names, std::string& value, char const* description);
+// An option or argument whose value is not empty: "" would otherwise stand for none.
+CLI::Option* AddFilled(CLI::App& command, std::string const& names, std::string& value, char const* description);
 
 }  // namespace torvane

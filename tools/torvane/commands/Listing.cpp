@@ -10,6 +10,7 @@
 #include "tools/torvane/commands/EntryRows.h"
 #include "tools/torvane/output/Escape.h"
 #include "tools/torvane/output/Progress.h"
+#include "tools/torvane/output/Warn.h"
 
 namespace torvane {
 
@@ -20,11 +21,6 @@ bool IsAmong(Json const& list, std::string const& text) {
 }
 
 }  // namespace
-
-void Warn(std::string const& text) {
-    Progress::Hide();
-    std::fprintf(stderr, "torvane: %s\n", Printable(text).c_str());
-}
 
 void WarnOfLeftover(StoreView const& store) {
     Slot slot;

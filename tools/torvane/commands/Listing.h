@@ -68,9 +68,7 @@ class Listing {
     bool busy_ = false;
 };
 
-// A line on stderr, made printable.
-void Warn(std::string const& text);
-// The same about a task's store that is left out as it is half removed. Nothing about others, and of an empty one.
+// Tells on stderr of a task's store that is left out as it is half removed. Nothing about others, and of an empty one.
 void WarnOfLeftover(StoreView const& store);
 
 }  // namespace torvane

@@ -5,6 +5,7 @@
 #include "tools/torvane/cli/Command.h"
 #include "tools/torvane/cli/Values.h"
 #include "tools/torvane/commands/Listing.h"
+#include "tools/torvane/output/Warn.h"
 
 namespace torvane {
 
@@ -43,7 +44,7 @@ ExitStatus Run(Options options, Context const& context) {
             return !is_full();
         });
     }
-    if (is_full() && !context.settings.quiet) context.out.Line("(the first " + std::to_string(rows) + ")");
+    if (is_full() && !context.settings.quiet) Warn("these are the first " + std::to_string(rows));
     context.out.EndList({{"rows", rows}, {"limited", is_full()}});
     return listing.Status();
 }
@@ -56,9 +57,9 @@ Runner AddLs(CLI::App& app) {
     command->add_option("what", options->what, "templates, answers, tasks, findings, counters or texts")
         ->required()
         ->type_name(ListedType());
-    AddId(*command, "--template", options->filter.template_id, "Only those of this template");
-    AddId(*command, "--task", options->filter.task_id, "Only those of this task");
-    AddId(*command, "--policy", options->filter.policy_id, "Only those of this policy");
+    AddFilled(*command, "--template", options->filter.template_id, "Only those of this template")->type_name("ID");
+    AddFilled(*command, "--task", options->filter.task_id, "Only those of this task")->type_name("ID");
+    AddFilled(*command, "--policy", options->filter.policy_id, "Only those of this policy")->type_name("ID");
     CLI::Option* const match = command->add_flag("--match", options->match, "Only answers with a match");
     command->add_flag("--no-match", options->no_match, "Only answers without a match")->excludes(match);
     CLI::Option* const limit = AddCount(*command, "--limit", options->limit, "At most so many");

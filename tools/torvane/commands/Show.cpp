@@ -13,6 +13,7 @@
 #include "tools/torvane/commands/EntryText.h"
 #include "tools/torvane/commands/Listing.h"
 #include "tools/torvane/commands/Rows.h"
+#include "tools/torvane/output/Warn.h"
 
 namespace torvane {
 
@@ -206,12 +207,12 @@ Runner AddShow(CLI::App& app) {
     auto const options = std::make_shared<Options>();
     CLI::App* const command = app.add_subcommand("show", "Show one entry, decoded");
     command->add_option("key", options->key, "Key of an entry, as it is listed or as it was given to the cache");
-    command->add_option("--file", options->file.path, "The answers for this file, and its counts")->type_name("PATH");
+    AddFilled(*command, "--file", options->file.path, "The answers for this file, and its counts")->type_name("PATH");
     AddMd5(*command, options->file.md5);
-    command->add_option("--name", options->file.short_name, "Name of the file instead of the path's last part")
+    AddFilled(*command, "--name", options->file.short_name, "Name of the file instead of the path's last part")
         ->type_name("NAME");
-    AddId(*command, "--template", options->template_id, "Only the answers of this template");
-    AddId(*command, "--task", options->task_id, "A finding of this task");
+    AddFilled(*command, "--template", options->template_id, "Only the answers of this template")->type_name("ID");
+    AddFilled(*command, "--task", options->task_id, "A finding of this task")->type_name("ID");
     AddCount(*command, "--sn", options->number, "Serial number of the finding, from 1", 1, kMostNumber);
     return [options](Context const& context) { return Run(*options, context); };
 }

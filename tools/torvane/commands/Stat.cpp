@@ -11,8 +11,8 @@
 #include "tools/torvane/cli/Command.h"
 #include "tools/torvane/cli/Pause.h"
 #include "tools/torvane/cli/Values.h"
-#include "tools/torvane/commands/Listing.h"
 #include "tools/torvane/output/Progress.h"
+#include "tools/torvane/output/Warn.h"
 
 namespace torvane {
 

@@ -11,6 +11,7 @@
 #include "tools/torvane/cli/Values.h"
 #include "tools/torvane/log/LogFollower.h"
 #include "tools/torvane/log/LogLine.h"
+#include "tools/torvane/output/Warn.h"
 
 namespace torvane {
 namespace {
@@ -75,7 +76,7 @@ class Tail {
     }
 
     void Follow() {
-        if (!log_.IsOpen() && !settings_.quiet) out_.Line("Waiting for " + path_);
+        if (!log_.IsOpen() && !settings_.quiet) Warn("waiting for " + path_);
         Pause const pause;
         do {
             Look();

@@ -154,10 +154,10 @@ ExitStatus Run(Options options, Context const& context) {
 Runner AddWhy(CLI::App& app) {
     auto const options = std::make_shared<Options>();
     CLI::App* const command = app.add_subcommand("why", "Why a file is answered from the cache, or is not");
-    command->add_option("path", options->file.path, "The file")->required();
-    AddId(*command, "--template", options->template_id, "The template")->required();
+    AddFilled(*command, "path", options->file.path, "The file")->required();
+    AddFilled(*command, "--template", options->template_id, "The template")->type_name("ID")->required();
     AddMd5(*command, options->file.md5);
-    command->add_option("--name", options->file.short_name, "Name of the file instead of the path's last part")
+    AddFilled(*command, "--name", options->file.short_name, "Name of the file instead of the path's last part")
         ->type_name("NAME");
     return [options](Context const& context) { return Run(*options, context); };
 }
