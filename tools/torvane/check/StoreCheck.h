@@ -30,6 +30,10 @@ class StoreCheck {
     StoreCheck(StoreCheck const&) = delete;
     StoreCheck& operator=(StoreCheck const&) = delete;
 
+    // Before Run: the bucket count is this one, whatever the head of the index says; 0: it is not known, and the slots
+    // have no shape. Of text keys only.
+    void Believe(std::uint32_t buckets) { believed_ = buckets; }
+
     // Once. Throws Stop(kIo).
     void Run();
 
@@ -55,6 +59,7 @@ class StoreCheck {
     Reporter index_report_;
     Reporter data_report_;
     IndexView index_;
+    std::optional<std::uint32_t> believed_;
     std::optional<IndexShape> shape_;
     std::vector<bool> answers_;
     std::vector<bool> doubtful_;

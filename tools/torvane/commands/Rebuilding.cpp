@@ -8,6 +8,7 @@
 #include "tools/torvane/check/RootCheck.h"
 #include "tools/torvane/commands/FindingRows.h"
 #include "tools/torvane/output/Progress.h"
+#include "tools/torvane/rebuild/Interruption.h"
 #include "tools/torvane/rebuild/OutRoot.h"
 #include "tools/torvane/rebuild/RootRebuild.h"
 
@@ -25,9 +26,11 @@ class Tally {
             out_.Row(
                 {{"file", left.file}, {"slot", left.slot ? Json(*left.slot) : Json(nullptr)}, {"what", left.what}});
         }
-        if (carried.left_out_count() > Carried::kKept)
-            out_.Line(fmt::format("({} more of {})", carried.left_out_count() - Carried::kKept,
-                                  carried.left_out().back().file));
+        if (carried.left_out_count() > Carried::kKept) {
+            out_.Row({{"file", carried.left_out().back().file},
+                      {"slot", nullptr},
+                      {"what", fmt::format("and {} more, not listed", carried.left_out_count() - Carried::kKept)}});
+        }
         left_out_ += carried.left_out_count();
         sum_.records += carried.records;
         sum_.empty += carried.empty;
@@ -52,9 +55,10 @@ class Tally {
 };
 
 bool HasLostSomething(FindingList const& list) {
-    return std::any_of(list.kept().begin(), list.kept().end(), [](Finding const& finding) {
-        return finding.severity == Severity::kWaste && !finding.lost.empty();
-    });
+    // What is not kept may be anything.
+    return list.dropped() != 0 || std::any_of(list.kept().begin(), list.kept().end(), [](Finding const& finding) {
+               return finding.severity == Severity::kWaste && !finding.lost.empty();
+           });
 }
 
 // Only what is sound can be carried over so that it answers as before.
@@ -62,13 +66,15 @@ void RequireSound(CacheRoot const& root, Context const& context) {
     Progress progress(context.settings.progress, "Checking");
     FindingList all;
     bool has_lost = false;
-    RootCheck check(
-        root, Depth::kFull,
-        {[&](FindingList&& list) {
-             has_lost |= HasLostSomething(list);
-             all.Append(std::move(list));
-         },
-         [&](std::uint64_t done, std::uint64_t total, std::string const& where) { progress.At(done, total, where); }});
+    RootCheck check(root, Depth::kFull,
+                    {[&](FindingList&& list) {
+                         has_lost |= HasLostSomething(list);
+                         all.Append(std::move(list));
+                     },
+                     [&](std::uint64_t done, std::uint64_t total, std::string const& where) {
+                         Interruption::Check();
+                         progress.At(done, total, where);
+                     }});
     check.Run();
     if (all.Count(Severity::kDamage) != 0)
         throw Stop(ExitStatus::kNo, "the cache is damaged: see `torvane verify`, then `torvane repair`");
@@ -80,9 +86,7 @@ void RequireSound(CacheRoot const& root, Context const& context) {
     if (all.Count(Severity::kBusy) != 0) throw Stop(ExitStatus::kBusy, "the cache kept changing while it was read");
 }
 
-}  // namespace
-
-ExitStatus RebuildRoot(Purpose purpose, std::string const& out, Schema const& schema, Context const& context) {
+ExitStatus Rebuild(Purpose purpose, std::string const& out, Schema const& schema, Context const& context) {
     CacheRoot const source(context.settings.root);
     OutRoot target(out, source.root());
     if (purpose == Purpose::kCompact) RequireSound(source, context);
@@ -100,6 +104,18 @@ ExitStatus RebuildRoot(Purpose purpose, std::string const& out, Schema const& sc
     tally.Say(target.path());
     context.out.Flush();
     return ExitStatus::kYes;
+}
+
+}  // namespace
+
+ExitStatus RebuildRoot(Purpose purpose, std::string const& out, Schema const& schema, Context const& context) {
+    Interruption const interruption;
+    try {
+        return Rebuild(purpose, out, schema, context);
+    } catch (Interruption::Interrupted const&) {
+        Progress::Hide();
+        Interruption::EndProgram();
+    }
 }
 
 }  // namespace torvane
