@@ -89,6 +89,14 @@ TEST_F(Rebuilding, DefinitionsBehindALinkAreNotCarriedOver) {
     EXPECT_FALSE(Exists(Out()));
 }
 
+TEST_F(Rebuilding, RepairGoesOnWhenTheDefinitionsAreALinkToItself) {
+    NotSound();
+    fs::create_directory_symlink("config", root_ / "config");
+    ToolResult const result = Repair();
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.Json()["items"][0]["file"], "config");
+}
+
 TEST_F(Rebuilding, DefinitionsThatAreWrittenMeanwhileAreCopiedAgain) {
     fs::create_directories(root_ / "config");
     WriteBytes(root_ / "config/a", "old");

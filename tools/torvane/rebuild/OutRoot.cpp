@@ -44,11 +44,18 @@ fs::path Resolved(std::string const& path) {
     return resolved.has_filename() ? resolved : resolved.parent_path();
 }
 
+// A directory that cannot be resolved (a link to itself, say) holds nothing.
+bool LiesIn(fs::path const& path, std::string const& directory) {
+    std::error_code error;
+    fs::path const resolved = fs::weakly_canonical(fs::absolute(directory), error);
+    return !error && IsBelowOrSame(path, resolved);
+}
+
 }  // namespace
 
 OutRoot::OutRoot(std::string const& path, std::string const& source) : path_(Resolved(path).string()) {
     for (char const* const part : kParts) {
-        if (IsBelowOrSame(path_, Resolved(source + part)))
+        if (LiesIn(path_, source + part))
             throw Stop(ExitStatus::kUsage, "--out " + path + " lies in the root that is read");
     }
     std::error_code error;

@@ -207,6 +207,7 @@ bool RootRebuild::TryAgentsFiles(std::string const& directory, Carried& carried)
     if (IsNoDirectory(from)) {
         if (purpose_ == Purpose::kCompact) throw Stop(ExitStatus::kNo, from + " is no directory: not carried over");
         carried.LeaveOut({directory, std::nullopt, "no directory: nothing in it was looked at"});
+        return !watch.MayHaveChanged();
     }
     FindingList damaged;
     if (purpose_ == Purpose::kRepair && directory == kDefinitions) CheckConfig(source_.root(), damaged, watch);
