@@ -24,7 +24,7 @@ bool IsBelowOrSame(fs::path const& path, fs::path const& directory) {
 constexpr mode_t kMode = 0700;
 
 // Of the root that is read: where a link in place of a directory would be followed.
-constexpr char const* kParts[] = {
+constexpr char const* kDirectories[] = {
     "", "/cache", "/cache/template", "/cache/task", "/cache/sensrecord", "/cache/sensrecord/1", "/config", "/ini"};
 
 // Of the directories on the way to `path`, the first that is not there.
@@ -54,8 +54,8 @@ bool LiesIn(fs::path const& path, std::string const& directory) {
 }  // namespace
 
 OutRoot::OutRoot(std::string const& path, std::string const& source) : path_(Resolved(path).string()) {
-    for (char const* const part : kParts) {
-        if (LiesIn(path_, source + part))
+    for (char const* const below : kDirectories) {
+        if (LiesIn(path_, source + below))
             throw Stop(ExitStatus::kUsage, "--out " + path + " lies in the root that is read");
     }
     std::error_code error;
