@@ -248,6 +248,14 @@ TEST_F(RepairingIndexes, RepairLeavesOutACountThatHasLostItsPlace) {
     EXPECT_EQ(VerifyOut().status, 0);
 }
 
+TEST_F(RepairingIndexes, RepairNamesAnIndexThatIsGone) {
+    Remove(Index());
+    Remove(Template() + "/cache");
+    auto const items = Repair().Json()["items"];
+    ASSERT_THAT(items, SizeIs(1));
+    EXPECT_EQ(items[0]["file"], Index());
+}
+
 TEST_F(RepairingIndexes, WhatIsNotListedIsCountedInARowOfItsOwn) {
     torvane::Slot slot;
     slot.str_key[0] = 'x';

@@ -52,6 +52,10 @@ void StoreRebuild::CarryAll() {
 }
 
 void StoreRebuild::SayOrphans() {
+    bool const is_missing = check_.index().file().state() == FileView::State::kMissing;
+    if (data_.size() == 0 && is_missing && source_.kind == StoreKind::kTemplate)
+        return carried_.LeaveOut(
+            {source_name_ + "/index", std::nullopt, "there is no index: every answer, unless none was made yet"});
     if (data_.size() == 0) return;
     carried_.LeaveOut({source_name_ + "/cache", std::nullopt, fmt::format("{} bytes without an index", data_.size())});
 }
