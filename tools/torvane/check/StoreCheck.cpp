@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -18,6 +19,16 @@ IndexView Watched(StorePlace const& place, ChangeWatch& watch) {
     watch.Add(place.IndexPath());
     watch.Add(place.DataPath());
     return IndexView(place.IndexPath());
+}
+
+std::optional<IndexShape> ShapeOf(IndexView const& index, StoreKind kind, std::uint32_t buckets) {
+    if (buckets == 0) return std::nullopt;
+    IndexShape shape;
+    shape.kind = kind;
+    shape.buckets = buckets;
+    shape.slots = index.slots();
+    shape.table = std::min<std::uint64_t>(buckets, shape.slots);
+    return shape;
 }
 
 // Decodes records in file order; but no more than several times what the file has, since records that share bytes could
@@ -87,7 +98,7 @@ bool StoreCheck::IsIndexThere() const {
 
 void StoreCheck::Run() {
     if (!IsIndexThere()) return CheckOrphan();
-    shape_ = CheckIndexHead(index_, place_.kind, index_report_);
+    shape_ = believed_ ? ShapeOf(index_, place_.kind, *believed_) : CheckIndexHead(index_, place_.kind, index_report_);
     if (!shape_) return;
     SlotCheck slots(index_, *shape_, place_.DataPath(), depth_ == Depth::kFull, index_report_);
     slots.Run();

@@ -33,6 +33,9 @@ class StoreCheck {
 
     // Before Run: findings are held against the ids of these templates, those of the task's snapshot, too.
     void HoldAgainst(std::set<std::u16string> const& templates) { templates_ = &templates; }
+    // Before Run: the bucket count is this one, whatever the head of the index says; 0: it is not known, and the slots
+    // have no shape. Of text keys only.
+    void Believe(std::uint32_t buckets) { believed_ = buckets; }
 
     // Once. Throws Stop(kIo).
     void Run();
@@ -63,6 +66,7 @@ class StoreCheck {
     Reporter index_report_;
     Reporter data_report_;
     IndexView index_;
+    std::optional<std::uint32_t> believed_;
     std::optional<IndexShape> shape_;
     std::vector<bool> answers_;
     std::vector<bool> doubtful_;

@@ -7,6 +7,7 @@
 #include "tools/torvane/check/RootCheck.h"
 #include "tools/torvane/commands/FindingRows.h"
 #include "tools/torvane/output/Progress.h"
+#include "tools/torvane/rebuild/Interruption.h"
 #include "tools/torvane/rebuild/OutRoot.h"
 #include "tools/torvane/rebuild/RootRebuild.h"
 
@@ -24,9 +25,11 @@ class Tally {
             out_.Row(
                 {{"file", left.file}, {"slot", left.slot ? Json(*left.slot) : Json(nullptr)}, {"what", left.what}});
         }
-        if (carried.left_out_count() > Carried::kKept)
-            out_.Line(fmt::format("({} more of {})", carried.left_out_count() - Carried::kKept,
-                                  carried.left_out().back().file));
+        if (carried.left_out_count() > Carried::kKept) {
+            out_.Row({{"file", carried.left_out().back().file},
+                      {"slot", nullptr},
+                      {"what", fmt::format("and {} more, not listed", carried.left_out_count() - Carried::kKept)}});
+        }
         left_out_ += carried.left_out_count();
         sum_.records += carried.records;
         sum_.empty += carried.empty;
@@ -54,10 +57,12 @@ class Tally {
 void RequireSound(CacheRoot const& root, Context const& context) {
     Progress progress(context.settings.progress, "Checking");
     FindingList all;
-    RootCheck check(
-        root, Depth::kFull,
-        {[&](FindingList&& list) { all.Append(std::move(list)); },
-         [&](std::uint64_t done, std::uint64_t total, std::string const& where) { progress.At(done, total, where); }});
+    RootCheck check(root, Depth::kFull,
+                    {[&](FindingList&& list) { all.Append(std::move(list)); },
+                     [&](std::uint64_t done, std::uint64_t total, std::string const& where) {
+                         Interruption::Check();
+                         progress.At(done, total, where);
+                     }});
     check.Run();
     if (all.Count(Severity::kDamage) != 0)
         throw Stop(ExitStatus::kNo, "the cache is damaged: see `torvane verify`, then `torvane repair`");
@@ -69,9 +74,7 @@ void RequireSound(CacheRoot const& root, Context const& context) {
     if (all.Count(Severity::kBusy) != 0) throw Stop(ExitStatus::kBusy, "the cache kept changing while it was read");
 }
 
-}  // namespace
-
-ExitStatus RebuildRoot(Purpose purpose, std::string const& out, Schema const& schema, Context const& context) {
+ExitStatus Rebuild(Purpose purpose, std::string const& out, Schema const& schema, Context const& context) {
     CacheRoot const source(context.settings.root);
     OutRoot target(out, source.root());
     if (purpose == Purpose::kCompact) RequireSound(source, context);
@@ -89,6 +92,18 @@ ExitStatus RebuildRoot(Purpose purpose, std::string const& out, Schema const& sc
     tally.Say(target.path());
     context.out.Flush();
     return ExitStatus::kYes;
+}
+
+}  // namespace
+
+ExitStatus RebuildRoot(Purpose purpose, std::string const& out, Schema const& schema, Context const& context) {
+    Interruption const interruption;
+    try {
+        return Rebuild(purpose, out, schema, context);
+    } catch (Interruption::Interrupted const&) {
+        Progress::Hide();
+        Interruption::EndProgram();
+    }
 }
 
 }  // namespace torvane

@@ -1,5 +1,6 @@
 #include "tools/torvane/rebuild/FileCopy.h"
 
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
@@ -8,6 +9,7 @@
 #include "host/base/HFile.h"
 #include "tools/torvane/ExitStatus.h"
 #include "tools/torvane/cache/FileView.h"
+#include "tools/torvane/rebuild/Interruption.h"
 #include "tools/torvane/rebuild/NewFile.h"
 
 namespace torvane {
@@ -19,7 +21,8 @@ constexpr std::size_t kPiece = std::size_t{1} << 20U;
 }  // namespace
 
 void MakeDirectory(std::string const& path) {
-    if (!Varnok::MakeDir(HString(path))) throw Stop(ExitStatus::kIo, "cannot make " + path);
+    if (!Varnok::MakeDir(HString(path)))
+        throw Stop(ExitStatus::kIo, "cannot make " + path + ": " + std::strerror(errno));
 }
 
 bool CopyFile(std::string const& from, std::string const& to) {
@@ -31,6 +34,7 @@ bool CopyFile(std::string const& from, std::string const& to) {
     std::vector<std::uint8_t> piece(kPiece);
     std::uint64_t at = 0;
     while (std::size_t const length = source.ReadAt(at, piece)) {
+        Interruption::Check();
         target.Write(piece.data(), length);
         at += length;
     }

@@ -2,11 +2,13 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <system_error>
 
-#include "host/base/HFile.h"
 #include "tools/torvane/ExitStatus.h"
+#include "tools/torvane/rebuild/FileCopy.h"
 
 namespace torvane {
 
@@ -20,6 +22,10 @@ bool IsBelowOrSame(fs::path const& path, fs::path const& directory) {
 }
 
 constexpr mode_t kMode = 0700;
+
+// Of the root that is read: where a link in place of a directory would be followed.
+constexpr char const* kDirectories[] = {
+    "", "/cache", "/cache/template", "/cache/task", "/cache/sensrecord", "/cache/sensrecord/1", "/config", "/ini"};
 
 // Of the directories on the way to `path`, the first that is not there.
 fs::path FirstMissing(fs::path path) {
@@ -38,12 +44,20 @@ fs::path Resolved(std::string const& path) {
     return resolved.has_filename() ? resolved : resolved.parent_path();
 }
 
+// A directory that cannot be resolved (a link to itself, say) holds nothing.
+bool LiesIn(fs::path const& path, std::string const& directory) {
+    std::error_code error;
+    fs::path const resolved = fs::weakly_canonical(fs::absolute(directory), error);
+    return !error && IsBelowOrSame(path, resolved);
+}
+
 }  // namespace
 
 OutRoot::OutRoot(std::string const& path, std::string const& source) : path_(Resolved(path).string()) {
-    fs::path const resolved_source = Resolved(source);
-    if (IsBelowOrSame(path_, resolved_source))
-        throw Stop(ExitStatus::kUsage, "--out " + path + " lies in the root that is read");
+    for (char const* const below : kDirectories) {
+        if (LiesIn(path_, source + below))
+            throw Stop(ExitStatus::kUsage, "--out " + path + " lies in the root that is read");
+    }
     std::error_code error;
     fs::file_status const status = fs::symlink_status(path_, error);
     was_there_ = fs::exists(status);
@@ -52,26 +66,39 @@ OutRoot::OutRoot(std::string const& path, std::string const& source) : path_(Res
         bool const is_empty = fs::is_empty(path_, error);
         if (error) throw Stop(ExitStatus::kIo, "cannot look into " + path + ": " + error.message());
         if (!is_empty) throw Stop(ExitStatus::kUsage, "--out " + path + " is not empty");
+        mode_ = static_cast<mode_t>(status.permissions());
     }
     first_made_ = FirstMissing(path_);
-    if (!Varnok::MakeDir(HString(path_)) || ::chmod(path_.c_str(), kMode) != 0)
-        throw Stop(ExitStatus::kIo, "cannot make " + path);
+    Make();
+}
+
+void OutRoot::Make() {
+    try {
+        MakeDirectory(path_);
+        if (::chmod(path_.c_str(), kMode) != 0)
+            throw Stop(ExitStatus::kIo, "cannot change the mode of " + path_ + ": " + std::strerror(errno));
+    } catch (...) {
+        TakeBack();
+        throw;
+    }
 }
 
 OutRoot::~OutRoot() {
-    if (keep_) return;
-    std::error_code ignored;
+    if (!keep_) TakeBack();
+}
+
+void OutRoot::TakeBack() noexcept {
+    std::error_code error;
     if (!was_there_) {
-        fs::remove_all(path_, ignored);
+        RemoveTree(path_);
         // Those above it that were made for it, unless something else has come into them.
-        for (fs::path above = path_; above != first_made_ && !ignored; fs::remove(above, ignored))
+        for (fs::path above = path_; above != first_made_ && !error; fs::remove(above, error))
             above = above.parent_path();
         return;
     }
-    for (fs::directory_iterator entry(path_, ignored), end; !ignored && entry != end; entry.increment(ignored)) {
-        std::error_code also_ignored;
-        fs::remove_all(entry->path(), also_ignored);
-    }
+    for (fs::directory_iterator entry(path_, error), end; !error && entry != end; entry.increment(error))
+        RemoveTree(entry->path());
+    (void)::chmod(path_.c_str(), mode_);
 }
 
 }  // namespace torvane

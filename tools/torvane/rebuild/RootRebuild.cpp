@@ -16,7 +16,9 @@
 #include "tools/torvane/check/StoresCheck.h"
 #include "tools/torvane/check/TextCheck.h"
 #include "tools/torvane/check/TreeCheck.h"
+#include "tools/torvane/rebuild/BucketCount.h"
 #include "tools/torvane/rebuild/FileCopy.h"
+#include "tools/torvane/rebuild/Interruption.h"
 #include "tools/torvane/rebuild/StoreFiles.h"
 
 namespace torvane {
@@ -25,6 +27,7 @@ namespace {
 
 constexpr int kTries = 4;  // the first and three more
 constexpr std::chrono::milliseconds kPause(20);
+constexpr char kDefinitions[] = "config";
 constexpr char kStamp[] = "/cache/Version.ini";
 // The library completes it; with this alone it leaves what is there.
 constexpr char kLeastStamp[] = "[DLP]\ncache=4\n";
@@ -57,11 +60,21 @@ StorePlace UpToDate(std::string const& root, StorePlace place) {
     return place;
 }
 
+// What the check says about the file; empty: nothing.
+std::string WhyDamaged(FindingList const& found, std::string const& file) {
+    for (Finding const& finding : found.kept()) {
+        if (finding.file == file) return finding.what;
+    }
+    return "";
+}
+
 void RequireReadable(FindingList const& found) {
+    if (found.Count(Severity::kUnreadable) == 0) return;
     for (Finding const& finding : found.kept()) {
         if (finding.severity == Severity::kUnreadable)
             throw Stop(ExitStatus::kIo, "cannot read " + finding.file + ": " + finding.what);
     }
+    throw Stop(ExitStatus::kIo, "parts of the cache cannot be read");
 }
 
 }  // namespace
@@ -77,7 +90,8 @@ void RootRebuild::Run() {
         listener_.progress(i, places.size(), places[i].Name());
         CarryStore(places[i]);
     }
-    CarryAgentsFiles();
+    for (char const* const directory : {kDefinitions, "ini"})
+        CarryAgentsFiles(directory);
     CarryStamp();
 }
 
@@ -100,6 +114,7 @@ void RootRebuild::TellTree() {
 void RootRebuild::CarryStore(StorePlace const& place) {
     std::string const name = place.directory.substr(source_.root().size() + 1);
     for (int round = 1; round <= kTries; ++round) {
+        Interruption::Check();
         Carried carried;
         if (TryStore(UpToDate(source_.root(), place), name, carried)) return listener_.carried(carried);
         RemoveTree(out_ + "/" + name);
@@ -141,6 +156,9 @@ bool RootRebuild::TryStore(StorePlace const& place, std::string const& name, Car
     try {
         FindingList ignored;
         StoreCheck check(place, name, purpose_ == Purpose::kRepair ? Depth::kFull : Depth::kQuick, ignored, watch);
+        bool const may_be_other = purpose_ == Purpose::kRepair && place.kind != StoreKind::kTask;
+        auto const buckets = may_be_other ? BucketCountByKeys(check.index(), place.kind) : std::nullopt;
+        if (buckets) check.Believe(*buckets);
         check.Run();
         StoreRebuild(purpose_, place, name, check, directory, carried).Run();
     } catch (Stop const& stop) {
@@ -157,6 +175,7 @@ void RootRebuild::CarryTexts(StorePlace const& place, std::string const& name, C
     std::string const texts = name + "/text";
     bool is_made = false;
     ForEachName(place.directory + "/text", [&](std::string const& text) {
+        Interruption::Check();
         std::string const file = texts + "/" + text;
         FindingList found;
         CheckTextFile(source_.root(), file, Depth::kFull, found, watch);
@@ -171,40 +190,48 @@ void RootRebuild::CarryTexts(StorePlace const& place, std::string const& name, C
     });
 }
 
-void RootRebuild::CarryAgentsFiles() {
-    FindingList damaged;
-    ChangeWatch unwatched;
-    if (purpose_ == Purpose::kRepair) CheckConfig(source_.root(), damaged, unwatched);
-    RequireReadable(damaged);
-    auto const why_not = [&](std::string const& name) {
-        for (Finding const& finding : damaged.kept()) {
-            if (finding.file == name) return finding.what;
-        }
-        return std::string();
-    };
-    for (std::string const directory : {"config", "ini"}) {
+void RootRebuild::CarryAgentsFiles(std::string const& directory) {
+    for (int round = 1; round <= kTries; ++round) {
         Carried carried;
-        if (IsNoDirectory(source_.root() + "/" + directory)) {
-            if (purpose_ == Purpose::kCompact)
-                throw Stop(ExitStatus::kNo, source_.root() + "/" + directory + " is no directory: not carried over");
-            carried.LeaveOut({directory, std::nullopt, "no directory: nothing in it was looked at"});
-        }
-        for (std::string const& file : NamesIn(source_.root() + "/" + directory)) {
-            MakeDirectory(out_ + "/" + directory);
-            std::string const name = directory + "/" + file;
-            if (std::string const why = why_not(name); !why.empty()) {
-                carried.LeaveOut({name, std::nullopt, why});
-            } else if (CopyFile(source_.root() + "/" + name, out_ + "/" + name)) {
-                ++carried.files;
-            } else {
-                carried.LeaveOut({name, std::nullopt, "no regular file"});
-            }
-        }
-        listener_.carried(carried);
+        if (TryAgentsFiles(directory, carried)) return listener_.carried(carried);
+        RemoveTree(out_ + "/" + directory);
+        std::this_thread::sleep_for(kPause);
     }
+    throw Stop(ExitStatus::kBusy, directory + " was written each time that it was copied");
+}
+
+bool RootRebuild::TryAgentsFiles(std::string const& directory, Carried& carried) {
+    std::string const from = source_.root() + "/" + directory;
+    ChangeWatch watch;
+    watch.Add(from);
+    if (IsNoDirectory(from)) {
+        if (purpose_ == Purpose::kCompact) throw Stop(ExitStatus::kNo, from + " is no directory: not carried over");
+        carried.LeaveOut({directory, std::nullopt, "no directory: nothing in it was looked at"});
+        return !watch.MayHaveChanged();
+    }
+    FindingList damaged;
+    if (purpose_ == Purpose::kRepair && directory == kDefinitions) CheckConfig(source_.root(), damaged, watch);
+    if (watch.HasChanged()) return false;
+    RequireReadable(damaged);
+    for (std::string const& file : NamesIn(from)) {
+        std::string const name = directory + "/" + file;
+        listener_.progress(1, 1, name);
+        Interruption::Check();
+        MakeDirectory(out_ + "/" + directory);
+        watch.Add(from + "/" + file);
+        if (std::string const why = WhyDamaged(damaged, name); !why.empty()) {
+            carried.LeaveOut({name, std::nullopt, why});
+        } else if (CopyFile(from + "/" + file, out_ + "/" + name)) {
+            ++carried.files;
+        } else {
+            carried.LeaveOut({name, std::nullopt, "no regular file"});
+        }
+    }
+    return !watch.MayHaveChanged();
 }
 
 void RootRebuild::CarryStamp() {
+    Interruption::Check();
     Carried carried;
     std::string const stamp = out_ + kStamp;
     if (source_.HasLayout() && CopyFile(source_.root() + kStamp, stamp)) {

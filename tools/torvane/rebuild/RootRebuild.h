@@ -23,7 +23,8 @@ class RootRebuild {
     // `out`: an empty directory.
     RootRebuild(Purpose purpose, CacheRoot const& source, std::string out, Listener listener);
 
-    // Once. Throws Stop: kIo, or kBusy when a store was written each time that it was copied.
+    // Once. Throws Stop: kIo, or kBusy when a store or the agent's files were written each time that they were copied;
+    // Interruption::Interrupted.
     void Run();
 
   private:
@@ -32,7 +33,9 @@ class RootRebuild {
     // The same, once; false when the store was written meanwhile.
     [[nodiscard]] bool TryStore(StorePlace const& place, std::string const& name, Carried& carried);
     void CarryTexts(StorePlace const& place, std::string const& name, Carried& carried, ChangeWatch& watch);
-    void CarryAgentsFiles();
+    void CarryAgentsFiles(std::string const& directory);
+    // The same, once; false when one of them was written meanwhile.
+    [[nodiscard]] bool TryAgentsFiles(std::string const& directory, Carried& carried);
     void CarryStamp();
 
     Purpose purpose_;

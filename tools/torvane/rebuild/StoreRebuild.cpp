@@ -2,18 +2,22 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <tuple>
+
 #include "host/base/HFile.h"
 #include "tools/torvane/ExitStatus.h"
 #include "tools/torvane/check/Extents.h"
 #include "tools/torvane/check/OverlapCheck.h"
+#include "tools/torvane/rebuild/BucketCount.h"
+#include "tools/torvane/rebuild/Interruption.h"
 
 namespace torvane {
 
 namespace {
 
-// Bucket counts of stores whose head is lost: what the library makes by itself.
-constexpr int kTemplateBuckets = 500000;
-constexpr int kCounterBuckets = 100000;
+constexpr char kDoubtful[] =
+    "the slot is not where its key is looked for, or the record shares bytes with another key's";
 
 // Bytes read ahead of a record that is decoded: they are visited in the order of slots, which is not that of the file.
 constexpr std::size_t kWindow = 4096;
@@ -48,19 +52,17 @@ void StoreRebuild::CarryAll() {
 }
 
 void StoreRebuild::SayOrphans() {
+    bool const is_missing = check_.index().file().state() == FileView::State::kMissing;
+    if (data_.size() == 0 && is_missing && source_.kind == StoreKind::kTemplate)
+        return carried_.LeaveOut(
+            {source_name_ + "/index", std::nullopt, "there is no index: every answer, unless none was made yet"});
     if (data_.size() == 0) return;
     carried_.LeaveOut({source_name_ + "/cache", std::nullopt, fmt::format("{} bytes without an index", data_.size())});
 }
 
 int StoreRebuild::BucketCount() const {
-    auto const& head = check_.index().head();
     if (has_numbers_) return check_.has_shape() ? static_cast<int>(check_.shape().table) : 0;
-    if (check_.has_shape()) return head->bucket_count;
-    bool const is_likely = head && head->bucket_count >= 2 &&
-                           static_cast<std::uint64_t>(head->bucket_count) <= slots_ &&
-                           head->bucket_count < DLPCache::IndexHead::kBucketCountLimit;
-    if (is_likely) return head->bucket_count;
-    return source_.kind == StoreKind::kTemplate ? kTemplateBuckets : kCounterBuckets;
+    return static_cast<int>(check_.has_shape() ? check_.shape().buckets : UsualBucketCount(source_.kind));
 }
 
 void StoreRebuild::MakeStore() {
@@ -72,6 +74,10 @@ void StoreRebuild::MakeStore() {
 
 bool StoreRebuild::IsAnswer(std::uint64_t number) const {
     return check_.has_shape() && check_.answers()[number];
+}
+
+bool StoreRebuild::IsDoubtful(std::uint64_t number) const {
+    return !check_.doubtful().empty() && check_.doubtful()[number];
 }
 
 void StoreRebuild::Require(int code) const {
@@ -114,6 +120,7 @@ void StoreRebuild::CarryAnswers() {
 void StoreRebuild::CarryRest() {
     taken_.resize(slots_ + 1);
     if (!FindRest()) return;
+    if (!check_.has_shape()) LeaveOutAmbiguous();
     LeaveOutOverlaps();
     ForEachSlot(check_.index().file(), 1, slots_, [&](std::uint64_t number, RawSlot slot) {
         // The first of several slots of a key comes first.
@@ -127,18 +134,44 @@ bool StoreRebuild::FindRest() {
     std::uint64_t const table = check_.has_shape() ? check_.shape().table : slots_;
     bool is_hole = false;
     ForEachSlot(check_.index().file(), 1, slots_, [&](std::uint64_t number, RawSlot slot) {
+        Interruption::Check();
         bool const continues = is_hole;
         is_hole = number > table && slot.IsZero();
         if (is_hole && !continues) LeaveOut(number, "the slot is empty");
         if (IsAnswer(number) || slot.IsZero()) return;
         if (!slot.IsUsed()) return LeaveOut(number, "the slot has no key");
         if (!slot.HoldsTextKey()) return LeaveOut(number, "the key is not 32 hexadecimal digits");
+        // What was another key's may hold by now a key that is elsewhere, too.
+        if (IsDoubtful(number)) return LeaveOut(number, kDoubtful);
         if (IsPresent(number, slot)) return;
         std::string why = WhyNot(number, slot);
         if (!why.empty()) return LeaveOut(number, std::move(why));
         is_any = taken_[number] = true;
     });
     return is_any;
+}
+
+void StoreRebuild::LeaveOutAmbiguous() {
+    struct Place {
+        std::uint64_t tag;
+        std::int64_t offset;
+        std::uint64_t number;
+    };
+    std::vector<Place> places;
+    ForEachSlot(check_.index().file(), 1, slots_, [&](std::uint64_t number, RawSlot slot) {
+        if (taken_[number]) places.push_back({slot.Tag(), slot.offset(), number});
+    });
+    std::sort(places.begin(), places.end(),
+              [](Place const& a, Place const& b) { return std::tie(a.tag, a.number) < std::tie(b.tag, b.number); });
+    for (auto begin = places.begin(); begin != places.end();) {
+        auto const end = std::find_if(begin, places.end(), [&](Place const& place) { return place.tag != begin->tag; });
+        bool const is_one = std::all_of(begin, end, [&](Place const& place) { return place.offset == begin->offset; });
+        for (; begin != end; ++begin) {
+            if (is_one) continue;
+            taken_[begin->number] = false;
+            LeaveOut(begin->number, "the key has several records, and nothing tells which one is its own");
+        }
+    }
 }
 
 void StoreRebuild::LeaveOutOverlaps() {
@@ -148,7 +181,9 @@ void StoreRebuild::LeaveOutOverlaps() {
         LeaveOut(number, "the record shares bytes with another key's");
     };
     // No table: every key counts for itself, wherever its slot lies.
-    IndexShape const shape{false, 0, 0, slots_};
+    IndexShape shape;
+    shape.kind = source_.kind;
+    shape.slots = slots_;
     std::vector<bool> compared = taken_;
     Extents extents(check_.index().file(), shape, compared);
     ForEachSlot(check_.index().file(), 1, slots_, [&](std::uint64_t number, RawSlot slot) {
@@ -176,8 +211,7 @@ bool StoreRebuild::IsPresent(std::uint64_t number, RawSlot slot) {
 
 std::string StoreRebuild::WhyNot(std::uint64_t number, RawSlot slot) {
     if (purpose_ == Purpose::kCompact) return "";
-    if (!check_.doubtful().empty() && check_.doubtful()[number])
-        return "the slot is not where its key is looked for, or the record shares bytes with another key's";
+    if (IsDoubtful(number)) return kDoubtful;
     if (slot.SaysNoData(source_.kind)) return "";
     if (!slot.IsPlacePossible(source_.kind)) return "the record's place is none";
     std::uint64_t const end = static_cast<std::uint64_t>(slot.offset()) + static_cast<std::uint64_t>(slot.length());
@@ -193,6 +227,7 @@ void StoreRebuild::CarryEmpty(std::uint64_t number, RawSlot slot) {
 }
 
 void StoreRebuild::Carry(std::uint64_t number, RawSlot slot) {
+    Interruption::Check();
     if (slot.IsWithoutData()) return CarryEmpty(number, slot);
     auto const length = static_cast<std::uint64_t>(slot.length());
     long long const place = records_out_.Append(data_, static_cast<std::uint64_t>(slot.offset()), length);

@@ -26,7 +26,8 @@ enum class Purpose {
 // thread.
 class StoreRebuild {
   public:
-    // `check` has run, with Depth::kFull for a repair. `directory`: the new store's; it exists.
+    // `check` has run, with Depth::kFull for a repair and by the bucket count that the keys lie by. `directory`: the
+    // new store's; it exists.
     StoreRebuild(Purpose purpose, StorePlace const& source, std::string const& source_name, StoreCheck const& check,
                  std::string const& directory, Carried& carried);
 
@@ -43,6 +44,8 @@ class StoreRebuild {
     // over, then carried over.
     void CarryRest();
     [[nodiscard]] bool FindRest();  // whether there is any
+    // Without a shape: of a key that several slots hold with different records, any may be another key's.
+    void LeaveOutAmbiguous();
     void LeaveOutOverlaps();
     void SayOrphans();
     // Whether the new store has the key, or could not have it.
@@ -54,6 +57,7 @@ class StoreRebuild {
     void LeaveOut(std::uint64_t number, std::string what);
     [[nodiscard]] int BucketCount() const;
     [[nodiscard]] bool IsAnswer(std::uint64_t number) const;
+    [[nodiscard]] bool IsDoubtful(std::uint64_t number) const;
     void Require(int code) const;
 
     Purpose purpose_;
