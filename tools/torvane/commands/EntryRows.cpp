@@ -48,7 +48,7 @@ Json RuleOf(QVKReportKeywordAttachItem const& item, Detail const& detail) {
 Look LookAtMarker(StorePlace const& place) {
     if (!place.version.empty()) return {};
     return LookAtFile(place.IndexPath(), [&] {
-        bool const is_marked = IsGone(place.IndexPath()) || !VersionOfCounts(place.directory).empty();
+        bool const is_marked = IsGone(place.IndexPath()) || !MarkersIn(place.directory).empty();
         return is_marked ? "" : "nothing tells which version of the policy these counts are of";
     });
 }
