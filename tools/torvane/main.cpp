@@ -56,6 +56,7 @@ ExitStatus Run(int count, char** words) {
 int main(int count, char** words) {
     HoldStandardDescriptors();
     (void)std::signal(SIGPIPE, SIG_IGN);
+    (void)std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a failure like others
     Varnok::Global::pins()->logging = 0;  // reading leaves no trace
     return static_cast<int>(Run(count, words));
 }

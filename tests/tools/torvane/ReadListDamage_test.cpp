@@ -139,6 +139,31 @@ TEST_F(LsTool, EmptiedSlotsOfFindingsAreDamage) {
     expect(5, 1, "1 entry cannot be read");
 }
 
+TEST_F(LsTool, AnIndexThatIsCutIsDamagedAndTheRestListed) {
+    NotSound();
+    MakeSmallRoot();
+    std::string const counters = Root() + "/cache/sensrecord/1/p1/index";
+    auto const entries = Items({"ls", "counters"}).size();
+    ASSERT_EQ(entries, 1U);
+    std::filesystem::resize_file(counters, std::filesystem::file_size(counters) - 10 * 57);
+    ToolResult const result = Run({"ls", "counters"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.err, HasSubstr("index is cut, entries are missing"));
+    EXPECT_EQ(Items({"ls", "counters"}).size(), entries);
+    EXPECT_EQ(Run({"stat"}).status, 1);
+}
+
+TEST_F(LsTool, ATemplateWhoseIndexIsDamagedIsNotSound) {
+    NotSound();
+    MakeSmallRoot();
+    std::string const index = TemplateStore("T1") + "/index";
+    std::filesystem::resize_file(index, std::filesystem::file_size(index) - 1);
+    EXPECT_EQ(Items({"ls", "templates"})[0]["damage"], "index is cut, entries are missing");
+    WriteBytes(index, std::string(27, '\xff'));
+    EXPECT_EQ(Items({"ls", "templates"})[0]["damage"], "index head is not valid");
+    EXPECT_EQ(Run({"ls", "templates"}).status, 1);
+}
+
 TEST_F(LsTool, FindingsThatCannotBeCountedAreNotKnown) {
     NotSound();
     MakeSmallRoot();

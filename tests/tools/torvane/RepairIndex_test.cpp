@@ -177,8 +177,8 @@ TEST_F(RepairingIndexes, RepairFindsTheBucketCountInTheKeys) {
     auto const before = Answers(root_.Path());
     std::string const sound = ReadBytes(root_ / Index());
     for (std::string const& count :
-         {std::string("\6\0\0\0", 4), std::string("\10\0\0\0", 4), std::string("\350\3\0\0", 4),
-          std::string("\0\11\75\0", 4), std::string("\377\377\377\377")}) {
+         {std::string("\6\0\0\0", 4), std::string("\10\0\0\0", 4), std::string("\16\0\0\0", 4),
+          std::string("\350\3\0\0", 4), std::string("\0\11\75\0", 4), std::string("\377\377\377\377")}) {
         PutBucketCount(count);
         ASSERT_EQ(Repair().status, 0);
         EXPECT_EQ(Lost(before), 0) << static_cast<int>(count[0]);
@@ -186,6 +186,20 @@ TEST_F(RepairingIndexes, RepairFindsTheBucketCountInTheKeys) {
         EXPECT_EQ(VerifyOut().status, 0);
         fs::remove_all(Out());
     }
+}
+
+TEST_F(RepairingIndexes, RepairBelievesASoundHeadAgainstASingleKey) {
+    CutTo(Index(), 27 + 57 * 7);
+    std::uint64_t const kept = SlotWithRecord(1);
+    torvane::Slot slot = SlotAt(Index(), kept);
+    slot.next = 0;
+    for (std::uint64_t number = 1; number <= 7; ++number)
+        PutSlot(Index(), number, torvane::Slot());
+    torvane::IndexView const index(root_ / Index());
+    for (char digit = '0'; index.FirstSlotOf(torvane::IndexView::KeyOf(slot)) == kept; ++digit)
+        slot.str_key[0] = digit;
+    PutSlot(Index(), kept, slot);
+    EXPECT_THAT(SlotsLeftOut(Repair()), testing::ElementsAre(kept));
 }
 
 TEST_F(RepairingIndexes, RepairDoesNotBelieveABucketCountBehindTheEndOfAnEmptyIndex) {

@@ -44,6 +44,11 @@ bool IndexView::IsHeadValid() const {
            head_->bucket_count < IndexHead::kBucketCountLimit;
 }
 
+bool IndexView::IsCut() const {
+    auto const table = static_cast<std::uint64_t>(head_ ? std::max(head_->bucket_count, 0) : 0);
+    return slots() < table || odd_bytes() != 0;
+}
+
 std::uint64_t IndexView::slots() const {
     return file_.size() < IndexHead::kSize ? 0 : (file_.size() - IndexHead::kSize) / IndexKey::kSize;
 }

@@ -23,6 +23,8 @@ class IndexView {
     [[nodiscard]] std::optional<DLPCache::IndexHead> const& head() const { return head_; }
     // Whether it is one that the library would accept.
     [[nodiscard]] bool IsHeadValid() const;
+    // Whether a part of its end is missing: of the table, or of the last slot.
+    [[nodiscard]] bool IsCut() const;
     // Whole slots in the file as it was opened, and the bytes behind the last of them.
     [[nodiscard]] std::uint64_t slots() const;
     [[nodiscard]] std::uint64_t odd_bytes() const;

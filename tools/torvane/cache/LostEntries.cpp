@@ -7,15 +7,25 @@ namespace torvane {
 
 namespace {
 
+// At what was found and was not so any more; each may take a second.
+constexpr int kMostLooks = 10;
+
 std::string Entries(std::uint64_t count) {
     return std::to_string(count) + (count == 1 ? " entry" : " entries");
 }
 
 }  // namespace
 
+bool LostEntries::MayLook() {
+    if (soundness_ != Soundness::kSound) return false;
+    if (++looks_ <= kMostLooks) return true;
+    soundness_ = Soundness::kBusy;
+    return false;
+}
+
 bool LostEntries::IsAnswered(std::uint64_t number, Slot& slot) {
     Standing standing = store_.StandingOf(number, slot);
-    if (standing == Standing::kCutOff && soundness_ != Soundness::kDamaged) {
+    if (standing == Standing::kCutOff && MayLook()) {
         Look const look = LookAtFile(store_.place().IndexPath(), [&] {
             store_.OpenAgain();
             if (!store_.index().Peek(number, slot) || !IndexView::IsUsed(slot)) {
@@ -25,7 +35,7 @@ bool LostEntries::IsAnswered(std::uint64_t number, Slot& slot) {
             }
             return standing == Standing::kCutOff ? "cut off" : "";
         });
-        soundness_ = look.soundness == Soundness::kSound ? soundness_ : look.soundness;
+        soundness_ = look.soundness;
     }
     if (standing == Standing::kCutOff) ++cut_off_;
     return standing == Standing::kAnswers;
@@ -34,7 +44,7 @@ bool LostEntries::IsAnswered(std::uint64_t number, Slot& slot) {
 bool LostEntries::TakeGap(std::uint64_t first, std::uint64_t end) {
     std::uint64_t const before = store_.EmptyNumbers(first, end);
     std::uint64_t empty = before;
-    if (empty != 0 && soundness_ != Soundness::kDamaged) {
+    if (empty != 0 && MayLook()) {
         Look const look = LookAtFile(store_.place().IndexPath(), [&] {
             store_.OpenAgain();
             Slot slot;
@@ -42,7 +52,7 @@ bool LostEntries::TakeGap(std::uint64_t first, std::uint64_t end) {
             empty = store_.EmptyNumbers(first, std::min(end, used.value_or(end)));
             return empty != 0 ? "empty" : "";
         });
-        soundness_ = look.soundness == Soundness::kSound ? soundness_ : look.soundness;
+        soundness_ = look.soundness;
     }
     empty_ += empty;
     return empty != before;

@@ -7,8 +7,8 @@
 namespace torvane {
 
 // Counts the entries of one store that are in its index and cannot be reached, while somebody goes through its slots.
-// What is found so is looked at again, by LookAtFile, until that has once been found to be damage. Uses `store`, which
-// it may open anew. One thread. Throws Stop(kIo).
+// The first that is found is looked at again, by LookAtFile: it tells whether the store is damaged or busy. Uses
+// `store`, which it may open anew. One thread. Throws Stop(kIo).
 class LostEntries {
   public:
     explicit LostEntries(StoreView& store) : store_(store) {}
@@ -23,10 +23,13 @@ class LostEntries {
     [[nodiscard]] Look look() const;
 
   private:
+    [[nodiscard]] bool MayLook();
+
     StoreView& store_;
     std::uint64_t cut_off_ = 0;
     std::uint64_t empty_ = 0;
     Soundness soundness_ = Soundness::kSound;
+    int looks_ = 0;
 };
 
 }  // namespace torvane

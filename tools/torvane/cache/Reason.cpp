@@ -103,8 +103,9 @@ class Explainer {
         if (look.soundness != Soundness::kSound) return SetUnsound(look);
         if (snapshot.snapshot->Md5Of(id_) != place.version) return SetUnsound(snapshot);
         if (look.unstorable == look.keys && look.keys != 0) told_.reason = Reason::kKeyUnstorable;
-        told_.may_be_unstorable = look.unstorable != 0 && look.unstorable != look.keys;
-        if (look.search.outcome == IndexView::Outcome::kFound) JudgeRecord(place, look);
+        bool const is_found = look.search.outcome == IndexView::Outcome::kFound;
+        told_.may_be_unstorable = !is_found && look.unstorable != 0 && look.unstorable != look.keys;
+        if (is_found) JudgeRecord(place, look);
     }
 
     void JudgeRecord(StorePlace const& place, KeyLook const& found) {

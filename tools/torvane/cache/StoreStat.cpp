@@ -167,13 +167,9 @@ StoreStat CountStore(StorePlace const& place) {
     StoreStat stat;
     stat.stores = 1;
     StoreView store(place);
-    Look const look = LookAtFile(place.IndexPath(), [&] {
-        store.OpenAgain();
-        return store.Damage();
-    });
-    if (!look.damage.empty()) {
-        stat.damaged_stores = look.soundness == Soundness::kDamaged ? 1 : 0;
-    } else if (store.index().head() && !store.IsLeftover()) {
+    IndexLook const look = LookAtIndex(store);
+    stat.damaged_stores = look.soundness == Soundness::kDamaged ? 1 : 0;
+    if (look.is_readable && store.index().head() && !store.IsLeftover()) {
         if (place.kind == StoreKind::kTask) {
             CountNumbers(store, stat);
         } else {

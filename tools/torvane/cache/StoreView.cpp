@@ -82,6 +82,13 @@ Look LookAtFile(std::string const& path, std::function<std::string()> const& rea
     }
 }
 
+std::string DamageOf(IndexView const& index) {
+    if (index.file().state() == FileView::State::kMissing) return "";
+    if (index.file().state() != FileView::State::kOpen) return kForeignIndex;
+    if (!index.IsHeadValid()) return kBadHead;
+    return index.IsCut() ? kCutIndex : "";
+}
+
 bool IsUnfinished(StorePlace const& place) {
     return IsGone(place.directory + "/" + Varnok::kTemplateArchive);
 }
@@ -120,6 +127,18 @@ std::string StoreView::Damage() const {
     }
 }
 
+IndexLook LookAtIndex(StoreView& store) {
+    IndexLook index;
+    static_cast<Look&>(index) = LookAtFile(store.place().IndexPath(), [&] {
+        store.OpenAgain();
+        std::string damage = store.Damage();
+        index.is_readable = damage.empty();
+        if (!index.is_readable || store.IsLeftover() || !store.index().IsCut()) return damage;
+        return std::string(kCutIndex);
+    });
+    return index;
+}
+
 Standing StoreView::StandingOf(std::uint64_t number, Slot const& slot) const {
     std::string const key = IndexView::KeyOf(slot);
     if (place_.kind == StoreKind::kTask) return key == std::to_string(number) ? Standing::kAnswers : Standing::kCutOff;
@@ -143,10 +162,7 @@ Standing StoreView::StandingOf(std::uint64_t number, Slot const& slot) const {
 }
 
 std::uint64_t StoreView::EmptyNumbers(std::uint64_t first, std::uint64_t end) const {
-    if (place_.kind != StoreKind::kTask || !index_.head()) return 0;
-    auto const table = static_cast<std::uint64_t>(std::max(index_.head()->bucket_count, 0));
-    std::uint64_t const behind = std::max(first, table + 1);
-    return end > behind ? end - behind : 0;
+    return place_.kind == StoreKind::kTask && end > first ? end - first : 0;
 }
 
 std::string StoreView::Decode(Slot const& slot, Decoder const& decode) {

@@ -31,6 +31,9 @@ inline constexpr int kLooks = 3;  // at what keeps changing
 // What can be wrong with an index as a whole.
 inline constexpr char kBadHead[] = "index head is not valid";
 inline constexpr char kForeignIndex[] = "what stands in the index's place is no file";
+inline constexpr char kCutIndex[] = "index is cut, entries are missing";
+// What is wrong with an index as a whole; empty: nothing, or it is missing.
+[[nodiscard]] std::string DamageOf(IndexView const& index);
 
 // Whether the store of a template is not finished or half removed, or gone by now: the template file comes last and
 // goes first.
@@ -46,6 +49,15 @@ enum class Standing {
     kUnlinked,  // no chain leads to it, as after a kill between its being appended and linked
     kCutOff,    // damage: it should be answered from and is not reached
 };
+
+class StoreView;
+
+// How the index of a store is as a whole.
+struct IndexLook : Look {
+    bool is_readable = false;  // its slots can be told from each other, although some may be missing
+};
+// Opens the store anew and looks at its index, as LookAtFile does.
+[[nodiscard]] IndexLook LookAtIndex(StoreView& store);
 
 // A record store's two files, read and never changed. One object, one thread. Throws Stop(kIo) for what may not be
 // read.
@@ -72,7 +84,7 @@ class StoreView {
         return StandingOf(number, slot) == Standing::kAnswers;
     }
     // How many findings the slots from `first` on, before `end`, should hold when they are empty: numbers are given one
-    // after the other, and only the slots of a table are made with the file. None of other stores.
+    // after the other. None of other stores.
     [[nodiscard]] std::uint64_t EmptyNumbers(std::uint64_t first, std::uint64_t end) const;
     // The slot that the library would answer from; text keys as they stand in a slot.
     [[nodiscard]] IndexView::Search Find(std::string const& text_key) const { return index_.SearchFor(text_key); }

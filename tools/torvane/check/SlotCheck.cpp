@@ -112,8 +112,9 @@ void SlotCheck::VisitHole(std::uint64_t number) {
 void SlotCheck::TellHole() {
     if (hole_length_ == 0) return;
     bool const is_one = hole_length_ == 1;
-    std::string what = is_one ? std::string("the slot, behind the table, is empty")
-                              : fmt::format("{} slots from this on, behind the table, are empty", hole_length_);
+    char const* const where = shape_.has_numbers ? "" : ", behind the table,";
+    std::string what = is_one ? fmt::format("the slot{} is empty", where)
+                              : fmt::format("{} slots from this on{} are empty", hole_length_, where);
     std::string lost = "the entries that lay here, if any did";
     if (shape_.has_numbers)
         lost =

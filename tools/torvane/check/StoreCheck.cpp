@@ -168,7 +168,8 @@ void StoreCheck::TellMissingData(FileView const& data, std::uint64_t entries) {
                                   fmt::format("a half removed task: the data file of its {} findings is gone", entries),
                                   0, fmt::format("{} findings, unless the task was being removed", entries));
     }
-    data_report_.Damage("data-missing", {}, "there is no data file", fmt::format("{} entries", entries));
+    data_report_.Damage("data-missing", {}, "there is no data file",
+                        fmt::format("{} {}", entries, entries == 1 ? "entry" : "entries"));
 }
 
 void StoreCheck::Doubt(std::uint32_t slot) {

@@ -43,8 +43,9 @@ Json RuleOf(QVKReportKeywordAttachItem const& item, Detail const& detail) {
     return json;
 }
 
-// Counts that nothing tells the policy's version of are thrown away by the library. Where the marker is being made or
-// replaced the index is, too.
+}  // namespace
+
+// Where the marker is being made or replaced the index is, too.
 Look LookAtMarker(StorePlace const& place) {
     if (!place.version.empty()) return {};
     return LookAtFile(place.IndexPath(), [&] {
@@ -52,8 +53,6 @@ Look LookAtMarker(StorePlace const& place) {
         return is_marked ? "" : "nothing tells which version of the policy these counts are of";
     });
 }
-
-}  // namespace
 
 Row AnswerRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail const& detail) {
     Row row;
@@ -125,7 +124,7 @@ Row CounterRow(StoreView& store, std::uint64_t number, Slot const& slot, Detail 
     DLPCache::SensRecordNode counts;
     StoreView::Look look = store.LookAt(number, slot, [&](RecordBytes bytes) { return DecodeCounts(bytes, counts); });
     bool const known = look.damage.empty() && HasRecord(look.slot);
-    if (look.damage.empty()) static_cast<Look&>(look) = LookAtMarker(store.place());
+    if (look.damage.empty()) static_cast<Look&>(look) = detail.marker;
     json["realtime"] = known ? Json(counts.realtime_count) : Json();
     json["by_policy"] = known ? Json(counts.policy_count) : Json();
     json["tool"] = known ? Json(counts.tool_count) : Json();

@@ -198,19 +198,14 @@ void Listing::Complain(StorePlace const& place, Look const& look) {
 
 bool Listing::EntriesOf(StorePlace const& place, Take const& take) {
     StoreView store(place);
-    // What is being made anew is looked at again.
-    Look const look = LookAtFile(place.IndexPath(), [&] {
-        store.OpenAgain();
-        return store.Damage();
-    });
-    if (!look.damage.empty()) {
-        if (!IsGone(place.directory)) Complain(place, look);
-        return true;
-    }
+    IndexLook const look = LookAtIndex(store);
+    if (!look.damage.empty() && !IsGone(place.directory)) Complain(place, look);
+    if (!look.is_readable) return true;
     if (store.IsLeftover()) {
         if (!quiet_) WarnOfLeftover(store);
         return true;
     }
+    if (place.kind == StoreKind::kCounter) detail_.marker = LookAtMarker(place);
     LostEntries lost(store);
     bool const goes_on = EntriesOf(store, lost, take);
     if (lost.count() != 0) Complain(place, lost.look());

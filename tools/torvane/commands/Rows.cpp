@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <ctime>
+#include <functional>
 #include <utility>
 
 #include "host/policy/KwIdName.h"
@@ -25,15 +26,23 @@ Json CurrentOf(StorePlace const& place, Snapshot const* current) {
     return current->Md5Of(place.id) == place.version;
 }
 
-// The serial numbers that a task's index holds; null where that cannot be told.
-Look CountFindings(StorePlace const& place, Json& findings) {
-    return LookAtFile(place.IndexPath(), [&]() -> std::string {
+// What `read` tells of the index of a store, and how that is as a whole.
+Look LookAtIndexOf(StorePlace const& place, std::function<void(IndexView const&)> const& read) {
+    return LookAtFile(place.IndexPath(), [&] {
         IndexView const index(place.IndexPath());
         index.file().RequireReadable();
+        read(index);
+        return DamageOf(index);
+    });
+}
+
+// The serial numbers that a task's index holds; null where that cannot be told, and of findings that are half removed.
+Look CountFindings(StorePlace const& place, Json& findings) {
+    return LookAtIndexOf(place, [&](IndexView const& index) {
         bool const is_missing = index.file().state() == FileView::State::kMissing;
-        findings = is_missing || index.IsHeadValid() ? Json(index.slots()) : Json();
-        if (!findings.is_null()) return {};
-        return index.file().state() == FileView::State::kOpen ? kBadHead : kForeignIndex;
+        bool const is_known = is_missing || index.IsHeadValid();
+        bool const is_leftover = index.slots() != 0 && MayBeHalfRemoved(StoreKind::kTask, FileView(place.DataPath()));
+        findings = is_known && !is_leftover ? Json(index.slots()) : Json();
     });
 }
 
@@ -85,11 +94,11 @@ Row TemplateRow(StorePlace const& place, Snapshot const* current) {
     json["data_class"] = tpl == nullptr ? Json() : Json(tpl->data_class_id.get_str());
     json["data_level"] = tpl == nullptr ? Json() : Json(tpl->data_level_id.get_str());
     json["depends_on_name"] = tpl == nullptr ? Json() : Json(snapshot->DependsOnName(place.id));
-    IndexView const index(place.IndexPath());
-    index.file().RequireReadable();
-    json["buckets"] = index.IsHeadValid() ? Json(index.head()->bucket_count) : Json();
+    Look const look_at_index = LookAtIndexOf(place, [&](IndexView const& index) {
+        json["buckets"] = index.IsHeadValid() ? Json(index.head()->bucket_count) : Json();
+    });
     json["directory"] = place.directory;
-    Finish(row, look);
+    Finish(row, look.soundness == Soundness::kSound ? look_at_index : look);
     row.gone = row.soundness != Soundness::kSound && IsUnfinished(place);
     return row;
 }

@@ -32,6 +32,8 @@ struct Detail {
     bool show_text = false;  // match texts and extracted texts, else only their lengths (in UTF-16 units)
     // Names of the rules; may be null.
     Snapshot const* definitions = nullptr;
+    // Of the store of counts: see LookAtMarker.
+    Look marker{};
 };
 
 // `current`: the agent's own definitions; null when they cannot be read.

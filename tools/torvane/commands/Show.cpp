@@ -81,13 +81,18 @@ class Finder {
         ForEach(StoreKind::kTask, options_.task_id, [this](StorePlace const& place) {
             StoreView store(place);
             Slot slot;
-            Look const look = LookAtFile(place.IndexPath(), [&] {
-                store.OpenAgain();
-                return store.Damage();
-            });
-            found_.Complain(place, look);
-            if (!look.damage.empty() || !store.index().Peek(options_.number, slot)) return;
+            IndexLook const index = LookAtIndex(store);
+            found_.Complain(place, index);
+            if (!index.is_readable) return;
             if (store.IsLeftover()) return found_.quiet ? void() : WarnOfLeftover(store);
+            found_.Complain(place, LookAtFile(place.IndexPath(), [&] {
+                                store.OpenAgain();
+                                bool const is_there = store.index().Peek(options_.number, slot);
+                                bool const is_empty = is_there && !IndexView::IsUsed(slot);
+                                return is_empty && store.EmptyNumbers(options_.number, options_.number + 1) != 0
+                                           ? "its slot is empty"
+                                           : "";
+                            }));
             if (IndexView::IsUsed(slot)) found_.Add(FindingRow(store, options_.number, slot, detail_));
         });
     }
@@ -129,6 +134,7 @@ class Finder {
         KeyLook const look = LookUp(store, keys);
         found_.Complain(place, look);
         if (look.search.outcome != IndexView::Outcome::kFound) return;
+        if (place.kind == StoreKind::kCounter) detail_.marker = LookAtMarker(place);
         found_.Add(place.kind == StoreKind::kCounter ? CounterRow(store, look.search.number, look.search.slot, detail_)
                                                      : AnswerRow(store, look.search.number, look.search.slot, detail_));
     }

@@ -203,7 +203,8 @@ Runner AddStat(CLI::App& app) {
     auto const options = std::make_shared<Options>();
     CLI::App* const command = app.add_subcommand("stat", "How much a cache holds and what it costs");
     CLI::Option* const watch =
-        AddSeconds(*command, "--watch", options->watch, "Again every so many seconds", kLeastSeconds, kMostSeconds);
+        AddSeconds(*command, "--watch", options->watch, "Again every so many seconds, not as one JSON document",
+                   kLeastSeconds, kMostSeconds);
     AddCount(*command, "--rounds", options->rounds, "With --watch: so many times, then end", 1)->needs(watch);
     return [options](Context const& context) { return Run(*options, context); };
 }

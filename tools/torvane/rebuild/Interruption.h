@@ -2,9 +2,9 @@
 
 namespace torvane {
 
-// For commands that make something: while one of these lives, the first SIGINT, SIGTERM or SIGHUP only ends the work at
-// its next step, so that what was made is removed on the way out; a second one of the same ends the program at once.
-// Signals that are ignored stay so. One at a time; the main thread.
+// For commands that make something: while one of these lives, the first SIGINT, SIGTERM, SIGHUP or SIGQUIT only ends
+// the work at its next step, so that what was made is removed on the way out; a second one of the same ends the program
+// at once. Signals that are ignored stay so. One at a time; the main thread.
 class Interruption {
   public:
     Interruption();

@@ -25,7 +25,8 @@ constexpr mode_t kMode = 0700;
 
 // Of the root that is read: where a link in place of a directory would be followed.
 constexpr char const* kDirectories[] = {
-    "", "/cache", "/cache/template", "/cache/task", "/cache/sensrecord", "/cache/sensrecord/1", "/config", "/ini"};
+    "",     "/cache", "/cache/template", "/cache/task", "/cache/sensrecord", "/cache/sensrecord/1", "/config",
+    "/ini", "/log"};
 
 // Of the directories on the way to `path`, the first that is not there.
 fs::path FirstMissing(fs::path path) {

@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <cerrno>
+#include <cstring>
+
 #include <algorithm>
 #include <tuple>
 
@@ -68,8 +71,10 @@ int StoreRebuild::BucketCount() const {
 void StoreRebuild::MakeStore() {
     HString const index_path(directory_ + "/index");
     index_ = std::make_unique<DLPCache::Index>(index_path);
+    errno = 0;
     if (index_->Init(BucketCount()) != DLPCache::kDone)
-        throw Stop(ExitStatus::kIo, "cannot make " + directory_ + "/index");
+        throw Stop(ExitStatus::kIo, "cannot make " + directory_ + "/index" +
+                                        (errno == 0 ? std::string() : std::string(": ") + std::strerror(errno)));
 }
 
 bool StoreRebuild::IsAnswer(std::uint64_t number) const {
