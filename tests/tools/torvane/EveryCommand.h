@@ -69,8 +69,8 @@ class EveryCommand : public ReadRoot, public testing::WithParamInterface<Call> {
     // Whether it can say nothing but that it is busy when every store keeps changing.
     [[nodiscard]] bool NeedsAStore() const {
         auto const& words = GetParam().words;
-        bool const lists_others = Is("ls") && (words[1] == "templates" || words[1] == "texts");
-        return GetParam().needs_cache && !Is("tail") && !Is("stat") && !Is("export") && !lists_others;
+        bool const lists_texts = Is("ls") && words[1] == "texts";
+        return GetParam().needs_cache && !Is("tail") && !Is("stat") && !Is("export") && !lists_texts;
     }
     // Several documents are no JSON, and what is for a shell has one form.
     [[nodiscard]] bool TakesForm(std::string const& form) const {
