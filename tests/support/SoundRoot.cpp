@@ -4,13 +4,14 @@
 #include <sys/wait.h>
 
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
 
 namespace {
 
-bool not_sound = false;  // of this process, which runs one test
+std::atomic<bool> not_sound = false;  // of this process, which runs one test; any thread may say so
 
 #ifdef TORVANE_PROGRAM
 
